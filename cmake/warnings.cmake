@@ -1,0 +1,43 @@
+# The one place that holds the compiler flags. Every target of this project links project_options.
+add_library(project_options INTERFACE)
+target_compile_features(project_options INTERFACE cxx_std_20)
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_EXTENSIONS OFF)
+
+target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_definitions(project_options INTERFACE UNICODE _UNICODE)
+
+if(MSVC)
+  target_compile_options(project_options INTERFACE /W4 /WX /utf-8 /permissive- /Zc:__cplusplus)
+  target_compile_definitions(project_options INTERFACE _CRT_SECURE_NO_WARNINGS)
+else()
+  target_compile_options(
+    project_options
+    INTERFACE -Wall
+              -Wextra
+              -Wpedantic
+              -Wshadow
+              -Wconversion
+              -Wsign-conversion
+              -Wcast-align
+              -Wnull-dereference
+              -Wundef
+              -Werror
+              -ffunction-sections
+              -fdata-sections
+              $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+              $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>
+              $<$<COMPILE_LANGUAGE:CXX>:-Wextra-semi>)
+  target_link_options(project_options INTERFACE -Wl,--gc-sections)
+  if(TARNWICK_UNDEFINED_TRAPS)
+    target_compile_options(project_options INTERFACE -fsanitize=undefined
+                                                     -fsanitize-undefined-trap-on-error)
+  endif()
+  if(TARNWICK_COVERAGE)
+    target_compile_options(project_options INTERFACE --coverage -fprofile-update=atomic)
+    target_link_options(project_options INTERFACE --coverage)
+  endif()
+endif()

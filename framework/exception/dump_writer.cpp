@@ -1,0 +1,131 @@
+#include "framework/exception/dump_writer.h"
+
+#include <cstddef>
+#include <cwchar>
+
+#include "framework/logger/internal_trace.h"
+#include "framework/system/fail_fast.h"
+#include "framework/system/unique_handle.h"
+#include "framework/system/wide_format.h"
+
+namespace framework {
+namespace {
+
+constexpr std::size_t DumpPathSize = 405;
+constexpr DWORD ModulePathSize = 261;
+
+// The start value of the flags never reaches a dump: the exception filter sets them first.
+wchar_t dumpFilePath[DumpPathSize];
+std::uint32_t dumpFlags = MiniDumpWithFullMemory | MiniDumpIgnoreInaccessibleMemory;
+HANDLE dumpFile;
+std::uint32_t dumpResult;
+MINIDUMP_EXCEPTION_INFORMATION dumpExceptionInformation;
+HANDLE dumpedProcess;
+
+/// The result isn't looked at: a text that doesn't parse leaves the value alone.
+template <class Value>
+void Scan(const wchar_t* text, const wchar_t* format, Value& value) {
+    if (text == nullptr) {
+        FailFastInvalidParameter();
+    }
+    static_cast<void>(::swscanf_s(text, format, &value));
+}
+
+std::uint32_t DumpOpenedProcess(DWORD processId, HANDLE process, DWORD threadId,
+                                EXCEPTION_POINTERS* exceptionPointers) {
+    wchar_t modulePath[ModulePathSize] = {};
+    const DWORD length = ::GetModuleFileNameW(nullptr, modulePath, ModulePathSize);
+    if (length == 0 || length == ModulePathSize) {
+        const DWORD error = ::GetLastError();
+        InternalTrace(LevelError.bit, L"GetModuleFileNameW failed with error %lu\n", error);
+        return error;
+    }
+    dumpExceptionInformation.ThreadId = threadId;
+    dumpExceptionInformation.ExceptionPointers = exceptionPointers;
+    // The pointers are addresses in the other process.
+    dumpExceptionInformation.ClientPointers = TRUE;
+    return WriteDumpFile(&processId, &process, &threadId, &dumpExceptionInformation, modulePath);
+}
+
+}  // namespace
+
+void SetDumpTarget(const wchar_t* path, std::uint32_t dumpType) {
+    PrintStrict(dumpFilePath, DumpPathSize, L"%s", path);
+    dumpFlags = dumpType;
+}
+
+std::uint32_t WriteDumpFile(const DWORD* processId, const HANDLE* processHandle,
+                            const DWORD* /*threadId*/,
+                            MINIDUMP_EXCEPTION_INFORMATION* exceptionInformation,
+                            const wchar_t* defaultPath) {
+    dumpResult = ERROR_SUCCESS;
+    if (dumpFilePath[0] == 0) {
+        PrintStrict(dumpFilePath, DumpPathSize, L"%s.dmp", defaultPath);
+    }
+    dumpFile = ::CreateFileW(dumpFilePath, GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                             FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (dumpFile == INVALID_HANDLE_VALUE) {
+        dumpResult = ::GetLastError();
+        InternalTrace(LevelError.bit, L"CreateFileW for file %s failed with error %lu\n",
+                      dumpFilePath, dumpResult);
+    } else if (::MiniDumpWriteDump(*processHandle, *processId, dumpFile,
+                                   static_cast<MINIDUMP_TYPE>(dumpFlags), exceptionInformation,
+                                   nullptr, nullptr) != FALSE) {
+        InternalTrace(LevelTrace.bit, L"Minidump written to %s\n", dumpFilePath);
+    } else {
+        dumpResult = ::GetLastError();
+        InternalTrace(LevelError.bit, L"MiniDumpWriteDump failed with error %lu\n", dumpResult);
+    }
+    // Closed by hand: an owning object would be one thing more that a broken process has to hold.
+    // After a failed open this closes the invalid handle, which does no harm.
+    if (dumpFile != nullptr) {
+        ::CloseHandle(dumpFile);
+    }
+    return dumpResult;
+}
+
+std::uint32_t CreateDumpInThisProcess(const DWORD* processId, const DWORD* threadId,
+                                      EXCEPTION_POINTERS* const* exceptionPointers,
+                                      const wchar_t* defaultPath) {
+    dumpExceptionInformation = {};
+    dumpExceptionInformation.ThreadId = *threadId;
+    dumpExceptionInformation.ExceptionPointers = *exceptionPointers;
+    dumpedProcess = ::GetCurrentProcess();
+    return WriteDumpFile(processId, &dumpedProcess, threadId, &dumpExceptionInformation,
+                         defaultPath);
+}
+
+std::uint32_t CreateDumpInOtherProcess(const wchar_t* processIdText, const wchar_t* threadIdText,
+                                       const wchar_t* exceptionPointersText) {
+    DWORD processId = 0;
+    DWORD threadId = 0;
+    void* exceptionPointers = nullptr;
+    dumpResult = ERROR_SUCCESS;
+    Scan(processIdText, L"%lu", processId);
+    Scan(threadIdText, L"%lu", threadId);
+    Scan(exceptionPointersText, L"%p", exceptionPointers);
+
+    const KernelHandle process(::OpenProcess(PROCESS_ALL_ACCESS, FALSE, processId));
+    if (!process) {
+        dumpResult = ::GetLastError();
+        InternalTrace(LevelError.bit, L"OpenProcess for processId %lu failed with error %lu\n",
+                      processId, dumpResult);
+        return dumpResult;
+    }
+    const KernelHandle thread(::OpenThread(THREAD_ALL_ACCESS, FALSE, threadId));
+    if (!thread) {
+        dumpResult = ::GetLastError();
+        InternalTrace(LevelError.bit, L"OpenThread for threadId %lu failed with error %lu\n",
+                      threadId, dumpResult);
+        return dumpResult;
+    }
+    dumpedProcess = process.Get();
+    dumpResult = DumpOpenedProcess(processId, dumpedProcess, threadId,
+                                   static_cast<EXCEPTION_POINTERS*>(exceptionPointers));
+    // Nothing in this program suspends the thread: it waits for this process to end. Whoever starts
+    // the dump mode by hand on a suspended process has it go on from here.
+    ::ResumeThread(thread.Get());
+    return dumpResult;
+}
+
+}  // namespace framework

@@ -1,0 +1,166 @@
+#include "framework/exception/exception_filter.h"
+
+#include <atomic>
+#include <cstddef>
+#include <mutex>
+
+#include "framework/exception/dump_writer.h"
+#include "framework/logger/internal_trace.h"
+#include "framework/system/locks.h"
+#include "framework/system/wide_format.h"
+
+// Nothing here guards against a fault in the callback or in the dump work, against a dumper child
+// that hangs, or against a second pass over the same exception: the lock is recursive, the waits
+// are endless and there is no flag, on purpose. Whatever would stop a second fault here would also
+// hide where it came from.
+
+namespace framework {
+namespace {
+
+constexpr DWORD StatusHeapCorruption = 0xC0000374;
+constexpr DWORD ModulePathSize = 400;
+constexpr std::size_t CommandLineSize = 500;
+
+// Single words, written without a lock or a common update.
+constinit std::atomic<PreExceptionCallback> preActionCallback{nullptr};
+constinit std::atomic<void*> preActionContext{nullptr};
+
+std::uint8_t useDumperProcess;
+void* vectoredHandler;
+
+// What follows belongs to the thread that holds the lock.
+CriticalSection crashSection;
+DWORD crashProcessId;
+DWORD crashThreadId;
+std::uint32_t workError;
+wchar_t modulePath[ModulePathSize];
+wchar_t commandLine[CommandLineSize];
+PROCESS_INFORMATION dumperProcess;
+STARTUPINFOW dumperStartup;
+
+void RunPreActionCallback() {
+    const PreExceptionCallback callback = preActionCallback.load(std::memory_order_relaxed);
+    if (callback == nullptr) {
+        return;
+    }
+    InternalTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): PreActionCallback starts\n",
+                  crashThreadId);
+    callback(preActionContext.load(std::memory_order_relaxed));
+    InternalTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): PreActionCallback finished\n",
+                  crashThreadId);
+}
+
+/// Starts this executable once more to write the dump from outside, and waits for its end. Whether
+/// it wrote one isn't looked at.
+void DumpByChildProcess(EXCEPTION_POINTERS* exceptionPointers) {
+    PrintStrict(commandLine, CommandLineSize, L"\"%ls\" -dump %lu %lu %p", modulePath,
+                crashProcessId, crashThreadId, exceptionPointers);
+    dumperStartup.cb = sizeof(dumperStartup);
+    if (::CreateProcessW(nullptr, commandLine, nullptr, nullptr, FALSE, NORMAL_PRIORITY_CLASS,
+                         nullptr, nullptr, &dumperStartup, &dumperProcess) == FALSE) {
+        workError = ::GetLastError();
+        InternalTrace(LevelError.bit,
+                      L"ExceptionFilter (Thread %lu): CreateProcessW for dumperProcess failed with "
+                      L"error %lu\n",
+                      crashThreadId, workError);
+        return;
+    }
+    ::WaitForSingleObject(dumperProcess.hProcess, INFINITE);
+    if (dumperProcess.hThread != nullptr) {
+        ::CloseHandle(dumperProcess.hThread);
+    }
+    if (dumperProcess.hProcess != nullptr) {
+        ::CloseHandle(dumperProcess.hProcess);
+    }
+}
+
+/// Leaves 0 in `workError` if all went well, or if a failed call left 0 as its error.
+void MakeDump(EXCEPTION_POINTERS* exceptionPointers) {
+    workError = ERROR_SUCCESS;
+    if (::GetModuleFileNameW(nullptr, modulePath, ModulePathSize) == 0) {
+        workError = ::GetLastError();
+        InternalTrace(LevelTrace.bit,
+                      L"ExceptionFilter (Thread %lu): GetModuleFileNameW failed with error\n",
+                      crashThreadId);
+        return;
+    }
+    crashProcessId = ::GetCurrentProcessId();
+    InternalTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): start dump creation\n",
+                  crashThreadId);
+    if (useDumperProcess == 1) {
+        DumpByChildProcess(exceptionPointers);
+        return;
+    }
+    workError =
+        CreateDumpInThisProcess(&crashProcessId, &crashThreadId, &exceptionPointers, modulePath);
+    if (workError != ERROR_SUCCESS) {
+        InternalTrace(LevelError.bit,
+                      L"ExceptionFilter (Thread %lu): CreateDumpInThisProcess failed",
+                      crashThreadId);
+    }
+}
+
+}  // namespace
+
+ExceptionFilter::ExceptionFilter(const ExceptionFilterConfig& config) {
+    preActionCallback.store(config.preActionCallback, std::memory_order_relaxed);
+    preActionContext.store(config.preActionContext, std::memory_order_relaxed);
+    useDumperProcess = config.useDumperProcess;
+    previousFilter = ::SetUnhandledExceptionFilter(ExceptionProcessing);
+    constexpr ULONG First = 1;
+    vectoredHandler = ::AddVectoredExceptionHandler(First, VectoredExceptionProcessing);
+    SetDumpTarget(config.dumpFilePath, config.dumpType);
+    InternalTrace(LevelTrace.bit, L"ExceptionFilter was created");
+}
+
+ExceptionFilter::~ExceptionFilter() {
+    ::SetUnhandledExceptionFilter(previousFilter);
+    ::RemoveVectoredExceptionHandler(vectoredHandler);
+    InternalTrace(LevelTrace.bit, L"ExceptionFilter was removed");
+}
+
+std::uint32_t ExceptionFilter::SetPreExceptionCallback(PreExceptionCallback callback,
+                                                       void* context) noexcept {
+    preActionCallback.store(callback, std::memory_order_relaxed);
+    preActionContext.store(context, std::memory_order_relaxed);
+    return 0;
+}
+
+void ExceptionFilter::RemovePreExceptionCallback() noexcept {
+    preActionCallback.store(nullptr, std::memory_order_relaxed);
+    preActionContext.store(nullptr, std::memory_order_relaxed);
+}
+
+LONG WINAPI ExceptionFilter::ExceptionProcessing(EXCEPTION_POINTERS* exceptionPointers) {
+    // Before the lock: every thread that faults leaves this line, also one that never gets further.
+    InternalTrace(LevelError.bit, L"ExceptionFilter (Thread %lu): exception occur \n",
+                  ::GetCurrentThreadId());
+    const std::lock_guard guard(crashSection);
+    crashThreadId = ::GetCurrentThreadId();
+    InternalTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): critical section begin\n",
+                  crashThreadId);
+    RunPreActionCallback();
+    MakeDump(exceptionPointers);
+    if (workError != ERROR_SUCCESS) {
+        InternalTrace(LevelError.bit, L"ExceptionFilter (Thread %lu): dump creation failed",
+                      crashThreadId);
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
+    InternalTrace(LevelTrace.bit,
+                  L"ExceptionFilter (Thread %lu): successfully finish dump creation",
+                  crashThreadId);
+    ::TerminateProcess(::GetCurrentProcess(), exceptionPointers->ExceptionRecord->ExceptionCode);
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+LONG WINAPI ExceptionFilter::VectoredExceptionProcessing(EXCEPTION_POINTERS* exceptionPointers) {
+    // The comparison comes first, and all else stays silent: exceptions that a frame handles pass
+    // here too.
+    if (exceptionPointers->ExceptionRecord->ExceptionCode != StatusHeapCorruption) {
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
+    InternalTrace(LevelError.bit, L"VectoredExceptionProcessing occured for heap corruption");
+    return ExceptionProcessing(exceptionPointers);
+}
+
+}  // namespace framework

@@ -1,0 +1,82 @@
+#include "framework/logger/log_compression.h"
+
+#include <zlib.h>
+
+#include <cstddef>
+#include <memory>
+
+#include "framework/logger/internal_trace.h"
+#include "framework/system/platform.h"
+
+namespace framework {
+namespace {
+
+constexpr std::uint32_t ReadSize = 16384;
+
+/// The path as zlib takes it. No conversion by a code page: callers rely on the name being the same
+/// under every code page, and a log whose path doesn't survive the cut is given up.
+std::string LowBytes(const std::wstring& path) {
+    std::string bytes;
+    bytes.reserve(path.size());
+    for (const wchar_t character : path) {
+        bytes += static_cast<char>(character & 0xFF);
+    }
+    return bytes;
+}
+
+/// Copies the open source into the open stream. The result is that of `CompressFile`.
+std::uint32_t CopyToStream(HANDLE source, gzFile stream, const std::wstring& sourcePath) {
+    const auto buffer = std::make_unique<std::byte[]>(ReadSize);
+    for (;;) {
+        DWORD read = 0;
+        if (::ReadFile(source, buffer.get(), ReadSize, &read, nullptr) == FALSE) {
+            const DWORD error = ::GetLastError();
+            InternalTrace(LevelError.bit, L"CompressFile: ReadFile failed with error %lu for %s",
+                          error, sourcePath.c_str());
+            return error;
+        }
+        if (read == 0) {
+            return ERROR_SUCCESS;
+        }
+        if (::gzwrite(stream, buffer.get(), read) == 0) {
+            InternalTrace(LevelError.bit, L"CompressFile: gzwrite failed for %s",
+                          sourcePath.c_str());
+            return ERROR_INTERNAL_ERROR;
+        }
+    }
+}
+
+}  // namespace
+
+std::uint32_t CompressFile(const std::wstring& source, const std::wstring& target) {
+    const std::string targetBytes = LowBytes(target);
+    std::uint32_t result = ERROR_SUCCESS;
+    gzFile stream = nullptr;
+    // Raw handles: the source is closed before the stream and in every case, an invalid handle too,
+    // and a close that fails is reported.
+    const HANDLE file = ::CreateFileW(source.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        result = ::GetLastError();
+        InternalTrace(LevelError.bit, L"CompressFile: CreateFileW failed for %s", source.c_str());
+    } else {
+        stream = ::gzopen(targetBytes.c_str(), "wb");
+        if (stream == nullptr) {
+            // The result stays 0 and the caller deletes the source: keeping it would let plain
+            // files pile up wherever the target can never be made.
+            InternalTrace(LevelError.bit, L"CompressFile: Failed to open ");
+        } else {
+            result = CopyToStream(file, stream, source);
+        }
+    }
+    if (::CloseHandle(file) == FALSE) {
+        InternalTrace(LevelError.bit, L"CompressFile: CloseHandle failed with error %lu for %s",
+                      ::GetLastError(), source.c_str());
+    }
+    if (stream != nullptr) {
+        ::gzclose(stream);
+    }
+    return result;
+}
+
+}  // namespace framework

@@ -1,0 +1,56 @@
+#include "framework/logger/log_file.h"
+
+#include "framework/system/wide_format.h"
+
+namespace framework {
+namespace {
+
+constexpr wchar_t ByteOrderMark = 0xFEFF;
+
+}  // namespace
+
+LogFile CreateLogFile(const std::wstring& path) {
+    const HANDLE handle = ::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ,
+                                        nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (handle == INVALID_HANDLE_VALUE) {
+        const DWORD error = ::GetLastError();
+        const std::wstring text =
+            L"Creation new file: " + path + L" , error: " + DecimalText(error);
+        ::OutputDebugStringW(text.c_str());
+        return LogFile();
+    }
+    LogFile file(handle);
+    if (!WriteBytes(file.Get(), &ByteOrderMark, sizeof(ByteOrderMark))) {
+        file.Reset();
+        ::OutputDebugStringW(L"Can't append byte order mark");
+    }
+    return file;
+}
+
+bool WriteBytes(HANDLE file, const void* data, std::uint32_t byteCount) {
+    // This position means the end of the file, wherever that is by now.
+    OVERLAPPED endOfFile = {};
+    endOfFile.Offset = 0xFFFFFFFF;
+    endOfFile.OffsetHigh = 0xFFFFFFFF;
+    DWORD written = 0;
+    if (::WriteFile(file, data, byteCount, &written, &endOfFile) == FALSE) {
+        const DWORD error = ::GetLastError();
+        const std::wstring text = L"Write operation failed, error: " + DecimalText(error);
+        ::OutputDebugStringW(text.c_str());
+        return false;
+    }
+    if (written != byteCount) {
+        const std::wstring text = L"Write operation failed, error: " + DecimalText(written) +
+                                  L"(written bytes) != " + DecimalText(byteCount) +
+                                  L"(bytes to write)";
+        ::OutputDebugStringW(text.c_str());
+        return false;
+    }
+    return true;
+}
+
+bool WriteText(HANDLE file, const std::wstring& text) {
+    return WriteBytes(file, text.data(), static_cast<std::uint32_t>(text.size() * sizeof(wchar_t)));
+}
+
+}  // namespace framework

@@ -1,0 +1,22 @@
+#ifndef FRAMEWORK_LOGGER_LOG_LEVELS_H
+#define FRAMEWORK_LOGGER_LOG_LEVELS_H
+
+#include <cstdint>
+
+namespace framework {
+
+/// A level bit and the letter that stands for it in a record. A call site passes the two as a pair;
+/// the letter is never derived from the bit.
+struct LogLevel {
+    std::uint32_t bit;
+    const wchar_t* tag;
+};
+
+constexpr LogLevel LevelError = {1, L"E"};
+constexpr LogLevel LevelWarning = {2, L"W"};
+constexpr LogLevel LevelTrace = {4, L"T"};
+constexpr LogLevel LevelVerbose = {8, L"V"};
+
+}  // namespace framework
+
+#endif  // FRAMEWORK_LOGGER_LOG_LEVELS_H

@@ -1,0 +1,42 @@
+/// Short ways to `Logger::Log` for code that names its place once.
+#ifndef FRAMEWORK_LOGGER_LOG_LINE_H
+#define FRAMEWORK_LOGGER_LOG_LINE_H
+
+#include "framework/logger/log_levels.h"
+#include "framework/logger/logger.h"
+
+namespace framework {
+
+/// The texts that a place in the source is known by in its log lines.
+struct LogSite {
+    const wchar_t* file;
+    const wchar_t* function;
+};
+
+/// Logs one line under the default component. The line number is that of the format.
+template <class... Args>
+void LogLine(const LogLevel& level, const LogSite& site, FormatFor<Args...> format, Args... args) {
+    if (Logger::Passes(level.bit)) {
+        Logger::Instance().Log(level.bit, level.tag, nullptr, site.file, format.Line(),
+                               site.function, format, args...);
+    }
+}
+
+template <class... Args>
+void LogError(const LogSite& site, FormatFor<Args...> format, Args... args) {
+    LogLine(LevelError, site, format, args...);
+}
+
+template <class... Args>
+void LogWarning(const LogSite& site, FormatFor<Args...> format, Args... args) {
+    LogLine(LevelWarning, site, format, args...);
+}
+
+template <class... Args>
+void LogTrace(const LogSite& site, FormatFor<Args...> format, Args... args) {
+    LogLine(LevelTrace, site, format, args...);
+}
+
+}  // namespace framework
+
+#endif  // FRAMEWORK_LOGGER_LOG_LINE_H

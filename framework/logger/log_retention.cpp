@@ -1,0 +1,124 @@
+#include "framework/logger/log_retention.h"
+
+#include <algorithm>
+#include <exception>
+#include <iterator>
+#include <utility>
+
+#include "framework/logger/internal_trace.h"
+
+namespace framework {
+namespace {
+
+constexpr std::uint64_t TicksOfADay = 864000000000;
+
+std::uint64_t Join(std::uint32_t high, std::uint32_t low) noexcept {
+    return (static_cast<std::uint64_t>(high) << 32) | low;
+}
+
+LogFileEntry MakeEntry(const std::wstring& directory, const WIN32_FIND_DATAW& found) {
+    return {directory + found.cFileName, Join(found.nFileSizeHigh, found.nFileSizeLow),
+            Join(found.ftCreationTime.dwHighDateTime, found.ftCreationTime.dwLowDateTime)};
+}
+
+}  // namespace
+
+LogRetention::LogRetention(LogRetentionParams params) : params_(std::move(params)) {}
+
+void LogRetention::Execute() {
+    try {
+        SYSTEMTIME now = {};
+        ::GetSystemTime(&now);
+        currentTime_ = ToFileTime(now);
+        const LogFileList all = GetLogFiles();
+        DeleteFiles(SelectExpired(all, params_.ExpiredPeriodInDays));
+        // The size of an expired file doesn't count below, even if it could not be deleted.
+        const LogFileList young = SelectNotExpired(all, params_.ExpiredPeriodInDays);
+        DeleteFiles(SelectOverBudget(young, params_.MaxTotalSize));
+    } catch (const std::exception&) {
+        InternalTrace(LevelError.bit, L"Error: LogRetention::Execute");
+    }
+}
+
+LogFileList LogRetention::GetLogFiles() const {
+    LogFileList list;
+    WIN32_FIND_DATAW found = {};
+    const std::wstring search = params_.Directory + params_.Pattern;
+    // A raw handle: a search that failed is carried on with its invalid handle, see below.
+    const HANDLE handle = ::FindFirstFileW(search.c_str(), &found);
+    if (handle == INVALID_HANDLE_VALUE) {
+        const DWORD error = ::GetLastError();
+        if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
+            return list;
+        }
+        // The search goes on all the same, which is meant: it yields one entry that names the
+        // directory itself, fails at the next step, and so leaves the second line behind.
+        InternalTrace(LevelError.bit, L"Failed to acquire the log files");
+    }
+    do {
+        list.push_back(MakeEntry(params_.Directory, found));
+    } while (::FindNextFileW(handle, &found) != FALSE);
+    const DWORD error = ::GetLastError();
+    ::FindClose(handle);
+    if (error != ERROR_NO_MORE_FILES) {
+        InternalTrace(LevelError.bit, L"Continues the file search failed");
+    }
+    return list;
+}
+
+void LogRetention::DeleteFiles(const LogFileList& list) {
+    for (const LogFileEntry& entry : list) {
+        ::DeleteFileW(entry.Path.c_str());
+    }
+}
+
+bool LogRetention::IsExpired(const LogFileEntry& entry, std::uint64_t now,
+                             std::uint32_t days) noexcept {
+    return now >= entry.CreationTime && (now - entry.CreationTime) / TicksOfADay >= days;
+}
+
+LogFileList LogRetention::SelectExpired(const LogFileList& list, std::uint32_t days) const {
+    LogFileList expired;
+    std::copy_if(list.begin(), list.end(), std::back_inserter(expired),
+                 [&](const LogFileEntry& entry) { return IsExpired(entry, currentTime_, days); });
+    return expired;
+}
+
+LogFileList LogRetention::SelectNotExpired(const LogFileList& list, std::uint32_t days) const {
+    LogFileList young;
+    std::copy_if(list.begin(), list.end(), std::back_inserter(young),
+                 [&](const LogFileEntry& entry) { return !IsExpired(entry, currentTime_, days); });
+    return young;
+}
+
+LogFileList LogRetention::SelectOverBudget(const LogFileList& list, std::uint32_t limit) {
+    LogFileList sorted = list;
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [](const LogFileEntry& left, const LogFileEntry& right) {
+                         return left.CreationTime < right.CreationTime;
+                     });
+    LogFileList excess;
+    std::uint64_t total = 0;
+    for (auto entry = sorted.rbegin(); entry != sorted.rend(); ++entry) {
+        total += entry->Size;
+        if (total >= limit) {
+            excess.push_back(*entry);
+        }
+    }
+    return excess;
+}
+
+std::uint64_t LogRetention::ToFileTime(const SYSTEMTIME& systemTime) {
+    FILETIME fileTime = {};
+    if (::SystemTimeToFileTime(&systemTime, &fileTime) == FALSE) {
+        InternalTrace(LevelError.bit, L"Failed to convert to FILETIME");
+        return 0;
+    }
+    return Join(fileTime.dwHighDateTime, fileTime.dwLowDateTime);
+}
+
+void RunLogRetention(LogRetentionParams params) {
+    LogRetention(std::move(params)).Execute();
+}
+
+}  // namespace framework

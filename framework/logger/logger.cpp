@@ -1,0 +1,127 @@
+#include "framework/logger/logger.h"
+
+#include <cstdarg>
+#include <cstddef>
+#include <mutex>
+#include <new>
+#include <utility>
+
+#include "framework/logger/internal_trace.h"
+#include "framework/system/console.h"
+#include "framework/system/trace.h"
+
+namespace framework {
+namespace {
+
+constexpr std::uint32_t PlainLogsShare = 16 * 1024 * 1024;
+
+/// The one object with the shutdown that process exit owes it.
+class ProcessLogger {
+  public:
+    ProcessLogger() { new (storage_) Logger(); }
+    ~ProcessLogger() { Get().Shutdown(); }
+    ProcessLogger(const ProcessLogger&) = delete;
+    ProcessLogger& operator=(const ProcessLogger&) = delete;
+
+    Logger& Get() { return *std::launder(reinterpret_cast<Logger*>(storage_)); }
+
+  private:
+    alignas(Logger) std::byte storage_[sizeof(Logger)] = {};
+};
+
+/// Path of the running executable, empty if it can't be told.
+std::wstring GetModulePath() {
+    wchar_t path[MAX_PATH] = {};
+    const DWORD length = ::GetModuleFileNameW(nullptr, path, MAX_PATH);
+    return std::wstring(path, length);
+}
+
+}  // namespace
+
+RetentionBudgets SplitBudget(std::uint32_t maxLogFilesSize, bool compress) noexcept {
+    if (!compress) {
+        return {.CompressedLogsBudget = 0, .PlainLogsBudget = maxLogFilesSize};
+    }
+    const bool leavesEnough = maxLogFilesSize >= 2 * PlainLogsShare;
+    return {
+        .CompressedLogsBudget = leavesEnough ? maxLogFilesSize - PlainLogsShare : PlainLogsShare,
+        .PlainLogsBudget = PlainLogsShare};
+}
+
+Logger::~Logger() {
+    Shutdown();
+    PassingLevels.store(0, std::memory_order_relaxed);
+}
+
+Logger& Logger::Instance() {
+    static ProcessLogger logger;
+    return logger.Get();
+}
+
+bool Logger::Configure(LoggerConfig config) {
+    Config = std::move(config);
+    Budgets = SplitBudget(Config.MaxLogFilesSize, Config.CompressRotatedLogs);
+    Formatter = std::make_unique<RecordFormatter>(
+        RecordFormatter{Config.RecordSourceLocation, Config.RecordFlag});
+    PassingLevels.store(Config.TraceLevelsMask, std::memory_order_relaxed);
+    SetTraceSink(InternalTraceList);
+    if (Config.LogToFile) {
+        OpenFirstFile();
+    }
+    return true;
+}
+
+bool Logger::LogChecked(const RecordInfo& info, const wchar_t* format, ...) {
+    std::va_list args;
+    va_start(args, format);
+    const bool result = LogList(info, format, args);
+    va_end(args);
+    return result;
+}
+
+bool Logger::LogRuntimeText(const RecordInfo& info, const wchar_t* text) {
+    return LogChecked(info, WithoutConversions(text).c_str());
+}
+
+bool Logger::LogList(const RecordInfo& info, const wchar_t* format, std::va_list args) {
+    RecordInfo named = info;
+    if (named.component == nullptr) {
+        named.component = Config.ComponentName.c_str();
+    }
+    const std::lock_guard guard(RecordLock);
+    std::wstring text;
+    Formatter->Format(text, named, format, args);
+    if (text.empty()) {
+        return true;
+    }
+    if (Config.LogToConsole) {
+        ConsolePrint(L"%ws", text.c_str());
+    }
+    if (Config.LogToDebugger) {
+        ::OutputDebugStringW(text.c_str());
+    }
+    if (Config.LogToFile) {
+        WriteRecord(text);
+    }
+    return true;
+}
+
+void Logger::WriteHeader() {
+    InternalTrace(LevelTrace.bit, L"build: %u, process: %u, '%s'\n", Config.BuildNumber,
+                  ::GetCurrentProcessId(), GetModulePath().c_str());
+    SYSTEMTIME now = {};
+    ::GetSystemTime(&now);
+    InternalTrace(LevelTrace.bit, L"%04hu.%02hu.%02hu %02hu:%02hu:%02hu UTC\n", now.wYear,
+                  now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond);
+    SYSTEMTIME local = {};
+    if (::SystemTimeToTzSpecificLocalTime(nullptr, &now, &local) != FALSE) {
+        InternalTrace(LevelTrace.bit, L"%04hu.%02hu.%02hu %02hu:%02hu:%02hu LOCAL\n", local.wYear,
+                      local.wMonth, local.wDay, local.wHour, local.wMinute, local.wSecond);
+    }
+}
+
+void LogFlush() {
+    Logger::Instance().Flush();
+}
+
+}  // namespace framework

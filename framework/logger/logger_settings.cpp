@@ -1,0 +1,45 @@
+#include "framework/logger/logger_settings.h"
+
+#include <utility>
+
+#include "framework/logger/logger.h"
+#include "framework/system/path_helpers.h"
+#include "framework/system/registry_values.h"
+
+namespace framework {
+namespace {
+
+void MergeRegistryValues(LoggerConfig& config, const LoggerSettingsSource& source) {
+    const auto merge = [&](bool wanted, const wchar_t* name, auto& field) {
+        if (wanted) {
+            const std::uint32_t present = field;
+            field = GetDwordValueFromRegistry(source.RegistryKey, name, present);
+        }
+    };
+    merge(source.ReadTraceLevelsMask, L"TraceLevelsMask", config.TraceLevelsMask);
+    merge(source.ReadExpiredPeriodInDays, L"ExpiredPeriodInDays", config.ExpiredPeriodInDays);
+    merge(source.ReadMaxLogFilesSize, L"MaxLogFilesSize", config.MaxLogFilesSize);
+    if (source.ReadDisableLogRetention) {
+        config.DisableLogRetention =
+            GetDwordValueFromRegistry(source.RegistryKey, L"DisableLogRetention",
+                                      config.DisableLogRetention ? 1 : 0) != 0;
+    }
+}
+
+}  // namespace
+
+LoggerSettings::LoggerSettings(LoggerConfig config, const LoggerSettingsSource* source) {
+    if (source != nullptr) {
+        MergeRegistryValues(config, *source);
+    }
+    std::wstring directory;
+    // A failure leaves the directory empty, which keeps the logger from opening a file: better none
+    // than one under a name with a variable in it.
+    static_cast<void>(ExpandEnvironmentString(config.LogDirectory, directory));
+    config.LogDirectory = std::move(directory);
+    Logger& logger = Logger::Instance();
+    logger.Configure(std::move(config));
+    logger.WriteHeader();
+}
+
+}  // namespace framework

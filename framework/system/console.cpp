@@ -1,0 +1,57 @@
+#include "framework/system/console.h"
+
+#include <cstdarg>
+#include <string>
+
+#include "framework/system/platform.h"
+
+namespace framework {
+namespace {
+
+std::wstring WithCarriageReturns(std::wstring_view text) {
+    std::wstring result;
+    result.reserve(text.size() + 1);
+    for (const wchar_t character : text) {
+        if (character == L'\n') {
+            result += L'\r';
+        }
+        result += character;
+    }
+    return result;
+}
+
+std::string ToUtf8(const std::wstring& text) {
+    const int length = static_cast<int>(text.size());
+    const int size =
+        ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+    std::string bytes(static_cast<std::size_t>(size), '\0');
+    ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), size, nullptr, nullptr);
+    return bytes;
+}
+
+}  // namespace
+
+// Not the run-time library's wprintf: in the C locale it stops a line at the first character that
+// the code page lacks, the line feed included.
+void WriteToConsole(std::wstring_view text) {
+    const HANDLE output = ::GetStdHandle(STD_OUTPUT_HANDLE);
+    const std::wstring lines = WithCarriageReturns(text);
+    DWORD written = 0;
+    DWORD mode = 0;
+    if (::GetConsoleMode(output, &mode) != FALSE) {
+        ::WriteConsoleW(output, lines.data(), static_cast<DWORD>(lines.size()), &written, nullptr);
+        return;
+    }
+    const std::string bytes = ToUtf8(lines);
+    ::WriteFile(output, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+}
+
+void ConsolePrintChecked(const wchar_t* format, ...) {
+    std::va_list args;
+    va_start(args, format);
+    const std::wstring text = PrintToString(format, args);
+    va_end(args);
+    WriteToConsole(text);
+}
+
+}  // namespace framework

@@ -1,0 +1,59 @@
+/// Looking at mount points and symbolic links, and taking them away without touching what they
+/// point to. The links are opened themselves, never followed.
+///
+/// Nothing is logged here. A status is 0 or a Win32 error code. No call keeps any state; all may
+/// run on any thread.
+#ifndef FRAMEWORK_SYSTEM_REPARSE_POINT_H
+#define FRAMEWORK_SYSTEM_REPARSE_POINT_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "framework/system/platform.h"
+
+namespace framework {
+
+/// The head of a reparse record as a deletion passes it: the tag and nothing else. 24 bytes.
+struct ReparsePointHeader {
+    std::uint32_t ReparseTag;
+    std::uint16_t ReparseDataLength;
+    std::uint16_t Reserved;
+    GUID ReparseGuid;
+};
+static_assert(sizeof(ReparsePointHeader) == 24);
+static_assert(offsetof(ReparsePointHeader, ReparseTag) == 0);
+static_assert(offsetof(ReparsePointHeader, ReparseDataLength) == 4);
+static_assert(offsetof(ReparsePointHeader, Reserved) == 6);
+static_assert(offsetof(ReparsePointHeader, ReparseGuid) == 8);
+
+/// Opens the link itself, for reading and writing. `handle` is written in every case, with
+/// `INVALID_HANDLE_VALUE` on failure; the caller closes it.
+[[nodiscard]] std::uint32_t OpenReparsePoint(const std::wstring& path, HANDLE& handle);
+
+/// Reads the reparse record of an open link. On success `buffer` is cut to the bytes returned, on
+/// failure it keeps 16384 bytes.
+[[nodiscard]] std::uint32_t GetReparsePointData(HANDLE handle, std::vector<std::byte>& buffer);
+
+/// The same for a path.
+[[nodiscard]] std::uint32_t GetReparsePointDataByPath(const std::wstring& path,
+                                                      std::vector<std::byte>& buffer);
+
+/// Takes the link away from an open name. 87 (`ERROR_INVALID_PARAMETER`) if `header` is null.
+[[nodiscard]] std::uint32_t DeleteReparsePoint(HANDLE handle, const ReparsePointHeader* header);
+
+/// Turns a mount point into an empty directory.
+[[nodiscard]] std::uint32_t DeleteMountPoint(const std::wstring& path);
+
+/// Turns a symbolic link into an empty directory or file.
+[[nodiscard]] std::uint32_t DeleteSymbolicLink(const std::wstring& path);
+
+/// False for every path that can't be opened for reading and writing or has no such link.
+[[nodiscard]] bool HasReparseTag(const std::wstring& path, std::uint32_t tag);
+[[nodiscard]] bool IsMountPoint(const std::wstring& path);
+[[nodiscard]] bool IsSymbolicLink(const std::wstring& path);
+
+}  // namespace framework
+
+#endif  // FRAMEWORK_SYSTEM_REPARSE_POINT_H

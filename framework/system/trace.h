@@ -1,0 +1,32 @@
+/// The way in which this layer's own lines reach a log, without knowing of one.
+#ifndef FRAMEWORK_SYSTEM_TRACE_H
+#define FRAMEWORK_SYSTEM_TRACE_H
+
+#include <cstdarg>
+#include <cstdint>
+
+#include "framework/system/wide_format.h"
+
+namespace framework {
+
+/// Takes the lines of this layer; `level` is a level bit of the logger, 1 for errors and 4 for
+/// ordinary trace.
+using TraceSink = void (*)(std::uint32_t level, const wchar_t* format, std::va_list args);
+
+/// Sets where the lines go; null drops them. The logger sets it when it is configured, so that
+/// what happens before is lost as every other line of that time is. Not while another thread may
+/// trace.
+void SetTraceSink(TraceSink sink) noexcept;
+
+/// The untyped half of `SystemTrace`.
+void SystemTraceChecked(std::uint32_t level, const wchar_t* format, ...);
+
+/// Hands one line to the sink.
+template <class... Args>
+void SystemTrace(std::uint32_t level, FormatFor<Args...> format, Args... args) {
+    SystemTraceChecked(level, format.Text(), args...);
+}
+
+}  // namespace framework
+
+#endif  // FRAMEWORK_SYSTEM_TRACE_H

@@ -1,0 +1,46 @@
+#include "tarnwick-service/keldane_service.h"
+
+namespace tarnwick {
+
+using framework::LogSite;
+using framework::LogTrace;
+
+KeldaneService::KeldaneService(const ServiceDescriptor& serviceDescriptor)
+    : WindowsServiceBase(serviceDescriptor.serviceName, serviceDescriptor.canStop,
+                         serviceDescriptor.canShutdown, serviceDescriptor.canPause),
+      loader(nullptr),
+      descriptor(serviceDescriptor) {
+    loader = std::make_unique<OrrinLoader>();
+}
+
+KeldaneService::~KeldaneService() = default;
+
+std::shared_ptr<WindowsServiceBase> KeldaneService::GetOrCreateInstance(
+    ServiceDescriptor descriptor) {
+    return GetOrCreate([&descriptor] { return std::make_shared<KeldaneService>(descriptor); });
+}
+
+BOOL KeldaneService::Run() {
+    return WindowsServiceBase::Run();
+}
+
+DWORD KeldaneService::OnStart() {
+    constexpr LogSite Site = {L"keldane_service", L"KeldaneService::OnStart"};
+    LogTrace(Site, L"%s in OnStart started\n", ServiceName().c_str());
+    const DWORD result = loader->Start();
+    LogTrace(Site, L"%s in OnStart finished\n", ServiceName().c_str());
+    return result;
+}
+
+// Can run beside OnStart. Nothing here holds the two apart: the library is told to stop at once,
+// and copes with it.
+DWORD KeldaneService::OnStop() {
+    constexpr LogSite Site = {L"keldane_service", L"KeldaneService::OnStop"};
+    LogTrace(Site, L"%s in OnStop started\n", ServiceName().c_str());
+    stopRequested = 1;
+    const DWORD result = loader->Stop();
+    LogTrace(Site, L"%s in OnStop finished \n", ServiceName().c_str());
+    return result;
+}
+
+}  // namespace tarnwick

@@ -1,0 +1,38 @@
+#ifndef TARNWICK_SERVICE_KELDANE_SERVICE_H
+#define TARNWICK_SERVICE_KELDANE_SERVICE_H
+
+#include <cstdint>
+#include <memory>
+
+#include "tarnwick-service/orrin_ctrl_loader.h"
+#include "tarnwick-service/service_descriptor.h"
+#include "tarnwick-service/windows_service_base.h"
+
+namespace tarnwick {
+
+/// The one concrete service: starts and stops the controller library's components. The same object
+/// serves the run under the Service Control Manager and the console run.
+class KeldaneService : public WindowsServiceBase {
+  public:
+    /// Makes the controller; see `OrrinLoader`. A failure shows at `OnStart`.
+    explicit KeldaneService(const ServiceDescriptor& descriptor);
+    ~KeldaneService() override;
+
+    /// The object of the process, made at the first call, on the main thread. A later call's
+    /// descriptor isn't looked at. COM and the library's create call run under the creation lock.
+    static std::shared_ptr<WindowsServiceBase> GetOrCreateInstance(ServiceDescriptor descriptor);
+
+    [[nodiscard]] BOOL Run() override;
+    /// 0, or 1359 (`ERROR_INTERNAL_ERROR`) for whatever went wrong in the library.
+    DWORD OnStart() override;
+    DWORD OnStop() override;
+
+  private:
+    std::uint8_t stopRequested = 0;  ///< set by `OnStop`; nothing reads it
+    std::unique_ptr<OrrinLoader> loader;
+    ServiceDescriptor descriptor;
+};
+
+}  // namespace tarnwick
+
+#endif  // TARNWICK_SERVICE_KELDANE_SERVICE_H

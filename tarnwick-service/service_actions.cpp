@@ -1,0 +1,238 @@
+// How the service starts, stops and shuts down: one mechanism, driven by a record.
+
+#include <memory>
+#include <mutex>
+#include <utility>
+
+#include "framework/system/unique_handle.h"
+#include "tarnwick-service/windows_service_base.h"
+
+namespace tarnwick {
+
+using framework::KernelHandle;
+using framework::LogError;
+using framework::LogSite;
+using framework::LogTrace;
+
+namespace {
+
+constexpr const wchar_t* File = L"windows_service_base";
+
+KernelHandle StartThread(LPTHREAD_START_ROUTINE routine, void* parameter) {
+    return KernelHandle(::CreateThread(nullptr, 0, routine, parameter, 0, nullptr));
+}
+
+/// Waits without limit; 0 or the Win32 error.
+DWORD WaitForEnd(const KernelHandle& thread) {
+    return ::WaitForSingleObject(thread.Get(), INFINITE) == WAIT_FAILED ? ::GetLastError()
+                                                                        : ERROR_SUCCESS;
+}
+
+}  // namespace
+
+/// One run of an action, on the action's own thread: reports, runs the logic on another thread,
+/// waits, reports. Every failure turns into the same outcome: it is logged, and `failureState` is
+/// reported with it. No wait has a limit and no thread is ended by force.
+class ServiceActionRun {
+  public:
+    ServiceActionRun(const ServiceActionRecord& record, WindowsServiceBase& service)
+        : record_(record), service_(service), name_(record.actionName.c_str()) {}
+
+    DWORD Run() {
+        service_.SetServiceStatusSafe(record_.pendingState, ERROR_SUCCESS, record_.waitHint);
+        DWORD result = RunLogic();
+        ReportOutcome(result);
+        if (pendingThread_) {
+            result = AwaitPendingReporter(result);
+        }
+        logicThread_.Reset();
+        pendingThread_.Reset();
+        if (result == ERROR_SUCCESS) {
+            LogTrace(Site, L"WindowsServiceBase->%s: finished successfully \n", name_);
+        } else {
+            LogError(Site, L"WindowsServiceBase->%s: finished with error %lu \n", name_, result);
+        }
+        return result;
+    }
+
+    static constexpr LogSite Site = {File, L"WindowsServiceBase::ServiceActionRoutine"};
+
+  private:
+    /// The logic's result, or the error that kept it from running or from being known.
+    DWORD RunLogic() {
+        // Without its reporter the logic isn't run at all: the SCM would take a slow one for hung.
+        if (!record_.finalAtOnce) {
+            const DWORD error = StartPendingReporter();
+            if (error != ERROR_SUCCESS) {
+                return error;
+            }
+        }
+        logicThread_ = StartThread(record_.logicRoutine, nullptr);
+        if (!logicThread_) {
+            const DWORD error = ::GetLastError();
+            LogError(Site,
+                     L"WindowsServiceBase->%s: create hLogicExecutionThread failed with error %lu "
+                     L"\n",
+                     name_, error);
+            return error;
+        }
+        LogTrace(Site, L"WindowsServiceBase->%s: thread with main action logic was created\n",
+                 name_);
+        if (record_.finalAtOnce) {
+            service_.SetServiceStatusSafe(record_.finalState, ERROR_SUCCESS, 0);
+        }
+        return AwaitLogic();
+    }
+
+    DWORD StartPendingReporter() {
+        auto copy = std::make_unique<ServiceActionRecord>(record_);
+        pendingThread_ = StartThread(record_.pendingRoutine, copy.get());
+        if (!pendingThread_) {
+            const DWORD error = ::GetLastError();
+            LogError(Site,
+                     L"WindowsServiceBase->%s: pending thread creation failed with error %lu\n",
+                     name_, error);
+            return error;
+        }
+        // The thread owns it now.
+        static_cast<void>(copy.release());
+        LogTrace(Site, L"WindowsServiceBase->%s: pending thread was created\n", name_);
+        return ERROR_SUCCESS;
+    }
+
+    DWORD AwaitLogic() {
+        const DWORD waitError = WaitForEnd(logicThread_);
+        if (waitError != ERROR_SUCCESS) {
+            LogError(Site,
+                     L"WindowsServiceBase->%s: WaitForSingleObject hLogicExecutionThread failed "
+                     L"with error %lu \n",
+                     name_, waitError);
+            return waitError;
+        }
+        LogTrace(Site, L"WindowsServiceBase->%s: thread with main action logic was finished\n",
+                 name_);
+        DWORD result = ERROR_SUCCESS;
+        if (::GetExitCodeThread(logicThread_.Get(), &result) == FALSE) {
+            result = ::GetLastError();
+            LogError(Site, L"WindowsServiceBase->%s: GetExitCodeThread failed with error %lu \n",
+                     name_, result);
+        }
+        return result;
+    }
+
+    void ReportOutcome(DWORD result) {
+        if (result != ERROR_SUCCESS) {
+            service_.SetServiceStatusSafe(record_.failureState, result, 0);
+        } else if (!record_.finalAtOnce) {
+            service_.SetServiceStatusSafe(record_.finalState, ERROR_SUCCESS, 0);
+        }
+    }
+
+    /// The reporter ends by itself now that the state is another one. An error replaces the result,
+    /// though the SCM has had its report.
+    DWORD AwaitPendingReporter(DWORD result) {
+        const DWORD waitError = WaitForEnd(pendingThread_);
+        if (waitError != ERROR_SUCCESS) {
+            LogError(Site,
+                     L"WindowsServiceBase->%s: WaitForSingleObject hPendingThread failed with "
+                     L"error %lu \n",
+                     name_, waitError);
+            return waitError;
+        }
+        LogTrace(Site, L"WindowsServiceBase->%s: pending thread was finished\n", name_);
+        return result;
+    }
+
+    const ServiceActionRecord& record_;
+    WindowsServiceBase& service_;
+    const wchar_t* name_;
+    KernelHandle logicThread_;
+    KernelHandle pendingThread_;
+};
+
+// SERVICE_RUNNING is told as soon as the start logic has a thread, so the start needs neither a
+// reporter nor a wait hint.
+void WindowsServiceBase::StartAction() {
+    ServiceAction({SERVICE_RUNNING, SERVICE_STOPPED, SERVICE_START_PENDING, RunOnStartLogic,
+                   PendingReporterRoutine, 0, 0, L"Start", true});
+}
+
+void WindowsServiceBase::StopAction() {
+    ServiceAction({SERVICE_STOPPED, SERVICE_STOPPED, SERVICE_STOP_PENDING, RunOnStopLogic,
+                   PendingReporterRoutine, 20000, 5000, L"Stop", false});
+}
+
+// A stop under another name, on purpose: OnShutdown is never called.
+void WindowsServiceBase::ShutdownAction() {
+    ServiceAction({SERVICE_STOPPED, SERVICE_STOPPED, SERVICE_STOP_PENDING, RunOnStopLogic,
+                   PendingReporterRoutine, 20000, 5000, L"Shutdown", false});
+}
+
+void WindowsServiceBase::ServiceAction(const ServiceActionRecord& record) {
+    constexpr LogSite Site = {File, L"WindowsServiceBase::ServiceAction"};
+    const wchar_t* name = record.actionName.c_str();
+    // The copy is the thread's. When there is no thread it isn't freed either: a thread that
+    // couldn't be made leaves nothing that is worth a second path.
+    auto* copy = new ServiceActionRecord(record);
+    const KernelHandle thread = StartThread(ServiceActionRoutine, copy);
+    if (!thread) {
+        const DWORD error = ::GetLastError();
+        LogError(Site,
+                 L"WindowsServiceBase->%s: create hServiceActionRoutine failed with error %lu \n",
+                 name, error);
+        SetServiceStatusSafe(record.failureState, error, 0);
+        return;
+    }
+    if (record.finalState != SERVICE_STOPPED) {
+        return;
+    }
+    const DWORD waitError = WaitForEnd(thread);
+    if (waitError != ERROR_SUCCESS) {
+        LogError(Site,
+                 L"WindowsServiceBase->%s: WaitForSingleObject hServiceActionRoutine failed with "
+                 L"error %lu \n",
+                 name, waitError);
+    }
+    LogTrace(Site, L"WindowsServiceBase->%s: thread hServiceActionRoutine was finished\n", name);
+}
+
+DWORD WINAPI WindowsServiceBase::ServiceActionRoutine(void* parameter) {
+    const std::unique_ptr<ServiceActionRecord> record(static_cast<ServiceActionRecord*>(parameter));
+    LogTrace(ServiceActionRun::Site, L"WindowsServiceBase->%s: entered ServiceActionRoutine\n",
+             record->actionName.c_str());
+    // Held to the end, so that the object outlives the process's own reference.
+    const auto service = GetInstance();
+    return ServiceActionRun(*record, *service).Run();
+}
+
+// Keeps the SCM from giving up on a slow action. Timed by counted sleeps, not by a clock; the end
+// of the pending state is its one stop signal, whoever reports the other state.
+DWORD WINAPI WindowsServiceBase::PendingReporterRoutine(void* parameter) {
+    constexpr DWORD PollIntervalMs = 100;
+    const std::unique_ptr<ServiceActionRecord> record(static_cast<ServiceActionRecord*>(parameter));
+    const auto service = GetInstance();
+    ::Sleep(PollIntervalMs);
+    DWORD elapsedMs = PollIntervalMs;
+    std::unique_lock guard(service->statusLock);
+    while (service->status.dwCurrentState == record->pendingState) {
+        if (elapsedMs >= record->pendingIntervalMs) {
+            service->SetServiceStatusUnsafe(record->pendingState, ERROR_SUCCESS, record->waitHint);
+            elapsedMs = 0;
+        }
+        guard.unlock();
+        ::Sleep(PollIntervalMs);
+        elapsedMs += PollIntervalMs;
+        guard.lock();
+    }
+    return 0;
+}
+
+DWORD WINAPI WindowsServiceBase::RunOnStartLogic(void* /*unused*/) {
+    return GetInstance()->OnStart();
+}
+
+DWORD WINAPI WindowsServiceBase::RunOnStopLogic(void* /*unused*/) {
+    return GetInstance()->OnStop();
+}
+
+}  // namespace tarnwick
