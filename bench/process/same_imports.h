@@ -1,0 +1,12 @@
+#ifndef BENCH_PROCESS_SAME_IMPORTS_H
+#define BENCH_PROCESS_SAME_IMPORTS_H
+
+namespace bench {
+
+/// Makes a program import the system libraries, and the controller library, that the service host
+/// imports. Never calls any of them; always false.
+bool UseSameImports();
+
+}  // namespace bench
+
+#endif  // BENCH_PROCESS_SAME_IMPORTS_H

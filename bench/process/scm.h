@@ -1,0 +1,42 @@
+#ifndef BENCH_PROCESS_SCM_H
+#define BENCH_PROCESS_SCM_H
+
+#include <filesystem>
+#include <string>
+
+#include "framework/system/unique_handle.h"
+
+namespace bench {
+
+struct ServiceHandleTraits {
+    using Type = SC_HANDLE;
+    static Type Invalid() noexcept { return nullptr; }
+    static void Close(Type handle) noexcept;
+};
+using ServiceHandle = framework::UniqueHandle<ServiceHandleTraits>;
+
+/// A service registered for the time of a measurement. Throws when the service manager refuses.
+class Service {
+  public:
+    Service(const std::wstring& name, const std::filesystem::path& executable);
+    ~Service();
+    Service(const Service&) = delete;
+    Service& operator=(const Service&) = delete;
+
+    /// From the start call until the service is seen running, in nanoseconds.
+    double TimeStart();
+    /// From the stop call to the end of the process, in nanoseconds.
+    double TimeStop();
+    /// The running service's process; the caller closes it.
+    [[nodiscard]] framework::KernelHandle OpenProcess() const;
+
+  private:
+    void AwaitStop();
+
+    ServiceHandle manager_;
+    ServiceHandle service_;
+};
+
+}  // namespace bench
+
+#endif  // BENCH_PROCESS_SCM_H

@@ -1,0 +1,63 @@
+#!/bin/bash
+# Measures the service host against limits in the same run and prints one table.
+#
+#   scripts/bench.sh [--quick]
+#
+#   --quick   only checks that every measurement runs; its figures mean nothing
+#
+# The table is written to out/bench/performance.md and out/bench/performance.json too. Everything,
+# Wine's server included, is bound to one processor where a row does not need two. Packages that are
+# missing are installed by apt (as root, or through sudo). docs/performance.md tells how to read it.
+
+# shellcheck source=scripts/lib.sh
+. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+
+quick=()
+case ${1:-} in
+    '') ;;
+    --quick) quick=(--quick) ;;
+    -h | --help) show_help && exit ;;
+    *) die "unknown argument: $1 (see --help)" ;;
+esac
+
+# A build folder of its own: the measuring programs are built on request only.
+build_folder=$root/build/bench
+build_bench() {
+    cmake --preset mingw -B "$build_folder" -DCMAKE_BUILD_TYPE=Release -DTARNWICK_TESTS=OFF \
+        -DTARNWICK_BENCH=ON && cmake --build "$build_folder"
+}
+
+heading "Preparing the measurement"
+need_packages "${build_packages[@]}" "${wine_packages[@]}" libspdlog-dev libfmt-dev python3-minimal \
+    util-linux
+(
+    flock 8
+    quietly build build_bench 8>&-
+) 8>"$root/build/build.lock"
+programs=$build_folder/bin/bench
+x86_64-w64-mingw32-strip -o "$programs/tarnwick-service.exe" "$build_folder/bin/tarnwick-service.exe"
+rows=$root/out/bench/rows.jsonl
+mkdir -p "$root/out/bench"
+: >"$rows"
+
+claim_service
+# From here on one processor for this command and for all that it starts.
+taskset -pc 0 $$ >/dev/null
+begin_wine
+
+measure() {
+    local label=$1
+    shift
+    printf '  %-13s' "$label"
+    local began=$SECONDS
+    timeout 600 "$root/cmake/wine.sh" "$@" "${quick[@]}" 7>&- </dev/null >>"$rows" ||
+        die "$label: the measurement failed"
+    printf 'done in %d s\n' $((SECONDS - began))
+}
+
+heading "Measuring"
+measure logger "$build_folder/bin/bench-log.exe"
+measure processes "$build_folder/bin/bench-process.exe" "Z:${programs//\//\\}"
+
+heading "Product against limit"
+python3 "$root/bench/report.py" "$rows" "$root/out/bench" "${quick[@]}"

@@ -1,0 +1,25 @@
+// Reads the logs of the service host.
+
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "framework/system/console.h"
+#include "tools/quillon-log/follower.h"
+#include "tools/quillon-log/output.h"
+
+int wmain(int argc, wchar_t* argv[]) {
+    const auto parsed =
+        quillon_log::ParseOptions(std::vector<std::wstring>(argv + (argc > 0 ? 1 : 0), argv + argc),
+                                  quillon_log::CurrentTime());
+    if (const auto* error = std::get_if<quillon_log::OptionError>(&parsed)) {
+        quillon_log::WriteError(error->text + L" (--help tells more)");
+        return quillon_log::WrongCommandLine;
+    }
+    const auto& options = std::get<quillon_log::Options>(parsed);
+    if (options.help) {
+        framework::WriteToConsole(quillon_log::HelpText);
+        return quillon_log::AllRead;
+    }
+    return quillon_log::ShowLogs(options);
+}
