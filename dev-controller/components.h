@@ -1,0 +1,42 @@
+#ifndef DEV_CONTROLLER_COMPONENTS_H
+#define DEV_CONTROLLER_COMPONENTS_H
+
+#include <optional>
+
+#include "dev-controller/host_link.h"
+#include "dev-controller/script.h"
+#include "dev-controller/thread_group.h"
+
+namespace dev_controller {
+
+/// The components that the healthy library keeps alive, each on a thread of its own: a heartbeat, a
+/// worker and, if asked for, threads that fill the log.
+class Components {
+  public:
+    Components(HostLink& host, std::optional<Chatter> chatter);
+    Components(const Components&) = delete;
+    Components& operator=(const Components&) = delete;
+
+    /// Returns 0 or the error of the thread that could not be started; the others run all the same.
+    [[nodiscard]] DWORD Start();
+
+    /// Ends the components and waits for their threads. Returns false if one is still running after
+    /// ten seconds. Calling it again does nothing.
+    bool Stop();
+
+  private:
+    /// True as soon as the stop has begun, else false after `milliseconds`.
+    bool StoppedWithin(DWORD milliseconds) const;
+    void Heartbeat();
+    void Worker();
+    void Chat(uint32_t number);
+
+    HostLink& host_;
+    const std::optional<Chatter> chatter_;
+    Handle stop_;
+    ThreadGroup threads_;
+};
+
+}  // namespace dev_controller
+
+#endif  // DEV_CONTROLLER_COMPONENTS_H

@@ -1,0 +1,148 @@
+#include "dev-controller/crash.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+#include <stdexcept>
+
+#include "dev-controller/platform.h"
+
+namespace dev_controller {
+namespace {
+
+constexpr DWORD kHeapCorruption = 0xC0000374;
+/// Not null, so that neither the compiler nor an undefined-behaviour check sees a null pointer.
+constexpr uintptr_t kUnmappedAddress = 0x10000 - 0x1000;
+
+/// Read at run time, so that the compiler cannot reason about the crash and remove it.
+volatile uintptr_t unmappedAddress = kUnmappedAddress;
+volatile int zero = 0;
+
+int* UnmappedInt() {
+    return reinterpret_cast<int*>(unmappedAddress);
+}
+
+void ReadUnmapped() {
+    const volatile int value = *static_cast<volatile int*>(UnmappedInt());
+    static_cast<void>(value);
+}
+
+void WriteUnmapped() {
+    *static_cast<volatile int*>(UnmappedInt()) = 1;
+}
+
+/// Calls machine code in a page of its own. The crash inside is meant, so nothing is freed.
+void CallBytes(std::initializer_list<unsigned char> code, DWORD protection) {
+    void* page = VirtualAlloc(nullptr, code.size(), MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
+    if (page == nullptr) {
+        throw std::runtime_error("no page to crash in");
+    }
+    std::memcpy(page, code.begin(), code.size());
+    DWORD oldProtection = 0;
+    VirtualProtect(page, code.size(), protection, &oldProtection);
+    reinterpret_cast<void (*)()>(reinterpret_cast<uintptr_t>(page))();
+}
+
+void ExecuteData() {
+    CallBytes({0xC3}, PAGE_READWRITE);
+}
+
+void ExecuteUndefinedInstruction() {
+    CallBytes({0x0F, 0x0B}, PAGE_EXECUTE_READ);
+}
+
+/// mov ecx, 7; int 29h. Code 7 is the platform's "fatal application exit".
+void FailFast() {
+    CallBytes({0xB9, 0x07, 0x00, 0x00, 0x00, 0xCD, 0x29}, PAGE_EXECUTE_READ);
+}
+
+/// The run-time library divides: a check that is compiled into this file cannot step in.
+void DivideByZero() {
+    const volatile int quotient = std::div(1, zero).quot;
+    static_cast<void>(quotient);
+}
+
+int OverflowStack(int depth) {
+    volatile char frame[4096];
+    frame[0] = static_cast<char>(depth);
+    // Work after the call keeps the compiler from turning the recursion into a loop.
+    return zero == 0 ? OverflowStack(depth + 1) + frame[0] : depth;
+}
+
+void ThrowAndCatch(uint32_t count) {
+    for (uint32_t i = 0; i < count; ++i) {
+        try {
+            throw std::runtime_error("handled");
+        } catch (const std::runtime_error&) {
+            continue;
+        }
+    }
+}
+
+struct Expected {
+    DWORD threadId;
+    DWORD code;
+};
+
+/// The exception that `RaiseAndContinue` raises at the moment; one such action at a time.
+Expected expected = {};
+
+LONG CALLBACK ContinueExpected(EXCEPTION_POINTERS* pointers) {
+    const bool mine = expected.threadId == GetCurrentThreadId() &&
+                      expected.code == pointers->ExceptionRecord->ExceptionCode;
+    return mine ? EXCEPTION_CONTINUE_EXECUTION : EXCEPTION_CONTINUE_SEARCH;
+}
+
+/// Handles by a vectored handler at the end of the chain: not every compiler for this target has
+/// frame handlers for codes that are not C++ exceptions.
+void RaiseAndContinue(DWORD code, uint32_t count) {
+    expected = {GetCurrentThreadId(), code};
+    void* handler = AddVectoredExceptionHandler(0, ContinueExpected);
+    for (uint32_t i = 0; i < count; ++i) {
+        RaiseException(code, 0, 0, nullptr);
+    }
+    RemoveVectoredExceptionHandler(handler);
+    expected = {};
+}
+
+void Handle(const CrashRequest& request) {
+    if (request.code == 0) {
+        ThrowAndCatch(request.count);
+    } else {
+        RaiseAndContinue(request.code, request.count);
+    }
+}
+
+}  // namespace
+
+void Crash(const CrashRequest& request) {
+    switch (request.kind) {
+        case CrashKind::Read:
+            return ReadUnmapped();
+        case CrashKind::Write:
+            return WriteUnmapped();
+        case CrashKind::Execute:
+            return ExecuteData();
+        case CrashKind::Divide:
+            return DivideByZero();
+        case CrashKind::Illegal:
+            return ExecuteUndefinedInstruction();
+        case CrashKind::Breakpoint:
+            return DebugBreak();
+        case CrashKind::Cpp:
+            throw std::runtime_error("uncaught on purpose");
+        case CrashKind::Raise:
+            return RaiseException(request.code, EXCEPTION_NONCONTINUABLE, 0, nullptr);
+        case CrashKind::HeapCorruption:
+            return RaiseException(kHeapCorruption, EXCEPTION_NONCONTINUABLE, 0, nullptr);
+        case CrashKind::StackOverflow:
+            static_cast<void>(OverflowStack(0));
+            return;
+        case CrashKind::FailFast:
+            return FailFast();
+        case CrashKind::Handled:
+            return Handle(request);
+    }
+}
+
+}  // namespace dev_controller

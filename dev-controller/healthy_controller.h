@@ -1,0 +1,58 @@
+#ifndef DEV_CONTROLLER_HEALTHY_CONTROLLER_H
+#define DEV_CONTROLLER_HEALTHY_CONTROLLER_H
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "dev-controller/call_order.h"
+#include "dev-controller/components.h"
+#include "dev-controller/handle.h"
+#include "dev-controller/host_link.h"
+
+namespace dev_controller {
+
+/// The codes of a library that was called in a way that it refuses.
+enum RefusalCode : int32_t {
+    kRefusedOrder = 0x51,
+    kRefusedObject = 0x52,
+    kRefusedSecondCreate = 0x53,
+    kRefusedParams = 0x54,
+    kBrokenScript = 0x5C,
+};
+
+/// What the library does by itself: it loads, keeps two components alive and ends them in order.
+class HealthyController {
+  public:
+    HealthyController(HostLink& host, std::optional<Chatter> chatter, uint32_t firstResult,
+                      uint32_t secondResult);
+    HealthyController(const HealthyController&) = delete;
+    HealthyController& operator=(const HealthyController&) = delete;
+
+    [[nodiscard]] int32_t Create();
+    [[nodiscard]] int32_t Load();
+    [[nodiscard]] int32_t Activate();
+    [[nodiscard]] int32_t Notify();
+    [[nodiscard]] int32_t Deactivate();
+    [[nodiscard]] int32_t Free();
+    [[nodiscard]] int32_t Bootstrap();
+
+  private:
+    /// Claims the call in the order: two threads cannot both be let in. Returns the refusal's code,
+    /// or 0 after the call was noted as done.
+    int32_t Enter(ControllerCall call, const wchar_t* name);
+    void ShowLevels();
+    void AskForStopPermission();
+    int32_t StopComponents();
+
+    HostLink& host_;
+    const uint32_t firstResult_;
+    const uint32_t secondResult_;
+    SRWLOCK orderLock_ = SRWLOCK_INIT;
+    CallOrder order_;  ///< guarded by `orderLock_`
+    Components components_;
+};
+
+}  // namespace dev_controller
+
+#endif  // DEV_CONTROLLER_HEALTHY_CONTROLLER_H

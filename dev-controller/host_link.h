@@ -1,0 +1,70 @@
+#ifndef DEV_CONTROLLER_HOST_LINK_H
+#define DEV_CONTROLLER_HOST_LINK_H
+
+#include <atomic>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "controller-abi/orrin_ctrl_abi.h"
+#include "dev-controller/transcript.h"
+
+namespace dev_controller {
+
+/// The levels of the host's log sink. The fourth is one of the "every other" values.
+enum class Level : uint32_t {
+    Trace = ORRIN_LOG_TRACE,
+    Warning = ORRIN_LOG_WARNING,
+    Error = ORRIN_LOG_ERROR,
+    Verbose = 3
+};
+
+/// All that the library calls in the host, each call written into the transcript with its result.
+/// A call for which the host gave no function, or which comes outside the time in which the host
+/// may be called, is not made and gives null. All members may be called from any thread.
+class HostLink {
+  public:
+    explicit HostLink(Transcript& transcript) : transcript_(transcript) {}
+
+    void Connect(OrrinControllerParams* params);
+    /// The host's records are about to go away: no call is made any more.
+    void Disconnect();
+
+    /// Null texts are handed over as they are.
+    void Log(uint32_t level, const wchar_t* component, const wchar_t* text);
+    void Log(Level level, const std::wstring& text);
+    void Log(Level level, const wchar_t* component, const std::wstring& text);
+    void FlushLog();
+    void Interrupt();
+    std::optional<uint32_t> RegisterInterfaces(uint32_t firstResult, uint32_t secondResult);
+    std::optional<uint32_t> EnableStop();
+    std::optional<uint32_t> SetCallback(OrrinPreExceptionCallback callback, void* context);
+    std::optional<uint32_t> RemoveCallback();
+
+    [[nodiscard]] const OrrinControllerParams* Params() const { return params_.load(); }
+
+  private:
+    /// The library's side of a registration; the row of functions must come first, because the host
+    /// hands its address back.
+    struct Registrar {
+        OrrinInterfaceRegistrar row;
+        HostLink* link;
+        uint32_t results[2];
+        uint32_t calls;
+    };
+
+    static uint32_t RegisterInterface(OrrinInterfaceRegistrar* self, OrrinHostComponent* component,
+                                      QuillonInterfaceHead* head);
+    uint32_t Take(Registrar& registrar, OrrinHostComponent* component, QuillonInterfaceHead* head);
+    void Keep(QuillonInterfaceHead* head);
+    void Unavailable(const char* call);
+
+    Transcript& transcript_;
+    std::atomic<OrrinControllerParams*> params_ = nullptr;
+    std::atomic<QuillonInteractionInterface*> interaction_ = nullptr;
+    std::atomic<QuillonExceptionInterface*> exception_ = nullptr;
+};
+
+}  // namespace dev_controller
+
+#endif  // DEV_CONTROLLER_HOST_LINK_H

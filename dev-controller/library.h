@@ -1,0 +1,69 @@
+#ifndef DEV_CONTROLLER_LIBRARY_H
+#define DEV_CONTROLLER_LIBRARY_H
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "controller-abi/orrin_ctrl_abi.h"
+#include "dev-controller/healthy_controller.h"
+#include "dev-controller/host_link.h"
+#include "dev-controller/platform.h"
+#include "dev-controller/player.h"
+#include "dev-controller/script.h"
+#include "dev-controller/transcript.h"
+
+namespace dev_controller {
+
+/// The whole library: what the three exports and the module's entry point stand for. It writes each
+/// call into the transcript and answers it with the script, the healthy controller, or both.
+class Library {
+  public:
+    /// Made at the first call and never destroyed: host and crash may call until the process ends.
+    static Library& Instance();
+
+    /// False keeps the process from starting.
+    [[nodiscard]] bool Attach(HMODULE module);
+    void Detach(bool processEnds);
+
+    [[nodiscard]] int32_t Create(OrrinControllerParams* params, OrrinController** controllerOut);
+    [[nodiscard]] int32_t Free(OrrinController* controller);
+    [[nodiscard]] int32_t Bootstrap(OrrinControllerParams* params);
+
+  private:
+    using HealthyStep = int32_t (HealthyController::*)();
+
+    Library();
+
+    static int32_t LoadAddons(OrrinController* self);
+    static int32_t Activate(OrrinController* self);
+    static int32_t NotifyOnStop(OrrinController* self);
+    static int32_t Deactivate(OrrinController* self);
+
+    /// One of the four calls of the controller's row.
+    int32_t Serve(const char* name, Point point, HealthyStep step, OrrinController* self);
+    /// The script's answer, else the healthy controller's, else 0.
+    int32_t Answer(Point point, HealthyStep step, Outcome& outcome);
+    int32_t CreateChecked(OrrinControllerParams* params, OrrinController** controllerOut);
+    std::optional<std::wstring> Prepare();
+    /// Tells of a script that cannot be played, on every channel that there is.
+    void TellBrokenScript();
+    void WriteEnter(const char* call, const void* argument);
+    int32_t WriteLeave(const char* call, int32_t code);
+
+    Transcript transcript_;
+    HostLink host_;
+    Script script_;
+    std::wstring brokenScript_;  ///< empty: the script is sound
+    std::optional<Player> player_;
+    std::optional<HealthyController> healthy_;  ///< only if the script wants it
+    OrrinController row_;
+    std::atomic<bool> created_ = false;
+};
+
+}  // namespace dev_controller
+
+#endif  // DEV_CONTROLLER_LIBRARY_H

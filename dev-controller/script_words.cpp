@@ -1,0 +1,227 @@
+#include "dev-controller/script_words.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace dev_controller {
+namespace {
+
+constexpr std::wstring_view kBlanks = L" \t";
+constexpr std::wstring_view kRepeat = L"repeat:";
+constexpr uint64_t kMaximumRepeat = 1000000;
+
+int DigitValue(wchar_t digit) {
+    if (digit >= L'0' && digit <= L'9') {
+        return digit - L'0';
+    }
+    if (digit >= L'a' && digit <= L'f') {
+        return digit - L'a' + 10;
+    }
+    if (digit >= L'A' && digit <= L'F') {
+        return digit - L'A' + 10;
+    }
+    return -1;
+}
+
+/// The position of the quote that ends a quoted text; `text` begins with the first one.
+size_t ClosingQuote(std::wstring_view text) {
+    for (size_t i = 1; i < text.size(); ++i) {
+        if (text[i] == L'\\') {
+            ++i;
+        } else if (text[i] == L'"') {
+            return i;
+        }
+    }
+    return std::wstring_view::npos;
+}
+
+}  // namespace
+
+std::optional<uint64_t> ParseNumber(std::wstring_view text) {
+    const bool hexadecimal = text.starts_with(L"0x") || text.starts_with(L"0X");
+    const uint64_t base = hexadecimal ? 16 : 10;
+    if (hexadecimal) {
+        text.remove_prefix(2);
+    }
+    if (text.empty()) {
+        return std::nullopt;
+    }
+    uint64_t value = 0;
+    for (const wchar_t character : text) {
+        const int digit = DigitValue(character);
+        if (digit < 0 || static_cast<uint64_t>(digit) >= base) {
+            return std::nullopt;
+        }
+        const auto added = static_cast<uint64_t>(digit);
+        if (value > (std::numeric_limits<uint64_t>::max() - added) / base) {
+            return std::nullopt;
+        }
+        value = value * base + added;
+    }
+    return value;
+}
+
+void ScriptWords::SkipBlanks() {
+    rest_.remove_prefix(std::min(rest_.find_first_not_of(kBlanks), rest_.size()));
+}
+
+bool ScriptWords::AtEnd() {
+    SkipBlanks();
+    return mistake_.has_value() || rest_.empty();
+}
+
+std::wstring_view ScriptWords::Peek() {
+    return AtEnd() ? std::wstring_view() : rest_.substr(0, rest_.find_first_of(kBlanks));
+}
+
+std::wstring_view ScriptWords::Word(const wchar_t* what) {
+    const std::wstring_view word = Peek();
+    if (word.empty()) {
+        Fail(std::wstring(what) + L" is missing");
+        return {};
+    }
+    rest_.remove_prefix(word.size());
+    return word;
+}
+
+std::wstring ScriptWords::Rest(const wchar_t* what) {
+    if (AtEnd()) {
+        Fail(std::wstring(what) + L" is missing");
+        return {};
+    }
+    const std::wstring_view text = rest_.substr(0, rest_.find_last_not_of(kBlanks) + 1);
+    rest_ = {};
+    return std::wstring(text);
+}
+
+std::wstring ScriptWords::Text(const wchar_t* what) {
+    if (!AtEnd() && rest_.front() == L'"') {
+        return QuotedText();
+    }
+    return Unescaped(Word(what));
+}
+
+std::optional<std::wstring> ScriptWords::NullableText(const wchar_t* what) {
+    if (Peek() == L"null") {
+        Word(what);
+        return std::nullopt;
+    }
+    return Text(what);
+}
+
+std::optional<std::wstring> ScriptWords::RestAsText(const wchar_t* what) {
+    if (!AtEnd() && rest_.front() == L'"') {
+        std::wstring text = QuotedText();
+        ExpectEnd();
+        return text;
+    }
+    const std::wstring text = Rest(what);
+    if (text == L"null") {
+        return std::nullopt;
+    }
+    return std::wstring_view(text).starts_with(kRepeat) ? RepeatedCharacter(text) : Unescaped(text);
+}
+
+std::wstring ScriptWords::QuotedText() {
+    const size_t end = ClosingQuote(rest_);
+    if (end == std::wstring_view::npos) {
+        Fail(L"the closing quote is missing");
+        return {};
+    }
+    const std::wstring_view inside = rest_.substr(1, end - 1);
+    rest_.remove_prefix(end + 1);
+    if (!rest_.empty() && kBlanks.find(rest_.front()) == std::wstring_view::npos) {
+        Fail(L"a blank is missing after the closing quote");
+    }
+    return Unescaped(inside);
+}
+
+std::wstring ScriptWords::Unescaped(std::wstring_view text) {
+    constexpr std::wstring_view kLetters = L"nrt\\\"";
+    constexpr std::wstring_view kMeanings = L"\n\r\t\\\"";
+    std::wstring result;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != L'\\') {
+            result += text[i];
+            continue;
+        }
+        ++i;
+        const size_t letter = i < text.size() ? kLetters.find(text[i]) : std::wstring_view::npos;
+        if (letter != std::wstring_view::npos) {
+            result += kMeanings[letter];
+            continue;
+        }
+        const bool hexadecimal = i + 4 < text.size() && text[i] == L'x';
+        const auto code =
+            hexadecimal ? ParseNumber(L"0x" + std::wstring(text.substr(i + 1, 4))) : std::nullopt;
+        if (!code) {
+            Fail(L"unknown escape; known are \\n \\r \\t \\\\ \\\" and \\x with four digits");
+            return {};
+        }
+        result += static_cast<wchar_t>(*code);
+        i += 4;
+    }
+    return result;
+}
+
+std::wstring ScriptWords::RepeatedCharacter(std::wstring_view text) {
+    text.remove_prefix(kRepeat.size());
+    const size_t colon = text.find_last_of(L':');
+    const std::wstring character =
+        colon == std::wstring_view::npos ? std::wstring() : Unescaped(text.substr(0, colon));
+    const auto count =
+        colon == std::wstring_view::npos ? std::nullopt : ParseNumber(text.substr(colon + 1));
+    if (character.size() != 1 || !count || *count > kMaximumRepeat) {
+        Fail(L"a repeated text is repeat:CHARACTER:COUNT with at most 1000000 characters");
+        return {};
+    }
+    return std::wstring(static_cast<size_t>(*count), character.front());
+}
+
+uint64_t ScriptWords::Unsigned64(const wchar_t* what) {
+    const std::wstring_view word = Word(what);
+    const auto number = ParseNumber(word);
+    if (!number) {
+        Fail(std::wstring(what) + L" is not a number: " + std::wstring(word));
+        return 0;
+    }
+    return *number;
+}
+
+uint32_t ScriptWords::Unsigned(const wchar_t* what) {
+    const uint64_t number = Unsigned64(what);
+    if (number > std::numeric_limits<uint32_t>::max()) {
+        Fail(std::wstring(what) + L" does not fit into 32 bits");
+        return 0;
+    }
+    return static_cast<uint32_t>(number);
+}
+
+uint32_t ScriptWords::Bits32(const wchar_t* what) {
+    constexpr uint32_t kMostNegative = 0x80000000;
+    if (!Peek().starts_with(L'-')) {
+        return Unsigned(what);
+    }
+    rest_.remove_prefix(1);
+    const uint32_t magnitude = Unsigned(what);
+    if (magnitude > kMostNegative) {
+        Fail(std::wstring(what) + L" does not fit into 32 bits");
+        return 0;
+    }
+    return 0U - magnitude;
+}
+
+void ScriptWords::Fail(std::wstring message) {
+    if (!mistake_) {
+        mistake_ = std::move(message);
+    }
+}
+
+void ScriptWords::ExpectEnd() {
+    if (!AtEnd()) {
+        Fail(L"unexpected words at the end: " + std::wstring(rest_));
+    }
+}
+
+}  // namespace dev_controller
