@@ -40,6 +40,8 @@ def machine():
 def figure(value, remark):
     if "bytes" in remark:
         return f"{value / 1024:,.0f} KiB"
+    if "count" in remark:
+        return f"{value:,.0f}"
     for unit, size in (("s", 1e9), ("ms", 1e6), ("µs", 1e3)):
         if value >= size:
             return f"{value / size:.3g} {unit}"

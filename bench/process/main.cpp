@@ -9,10 +9,8 @@
 
 #include "bench/process/child.h"
 #include "bench/process/scm.h"
+#include "bench/process/unix_view.h"
 #include "bench/support/measure.h"
-
-// Needs windows.h before it.
-#include <psapi.h>
 
 namespace bench {
 namespace {
@@ -24,14 +22,6 @@ bool quick;
 
 int Rounds(int usual) {
     return quick ? 1 : usual;
-}
-
-double PrivateBytes(const Service& service) {
-    const framework::KernelHandle process = service.OpenProcess();
-    PROCESS_MEMORY_COUNTERS_EX counters = {};
-    ::K32GetProcessMemoryInfo(process.Get(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
-                              sizeof(counters));
-    return static_cast<double>(counters.PrivateUsage);
 }
 
 double CpuNs(HANDLE process) {
@@ -82,7 +72,14 @@ void MeasureServices() {
     const framework::KernelHandle limitProcess = limit.OpenProcess();
     constexpr DWORD SettleMs = 1000;
     ::Sleep(SettleMs);
-    PrintSingle("memory of the idle service", PrivateBytes(product), PrivateBytes(limit), "bytes");
+    const std::string productName = "bench\\tarnwick-service.exe";
+    const std::string limitName = "bench\\null-service.exe";
+    const UnixFigures productFirst = LookAtUnixProcess(productName);
+    const UnixFigures limitFirst = LookAtUnixProcess(limitName);
+    if (productFirst.found && limitFirst.found) {
+        PrintSingle("private memory of the idle service", productFirst.privateBytes,
+                    limitFirst.privateBytes, "bytes");
+    }
     const double productBefore = CpuNs(productProcess.Get());
     const double limitBefore = CpuNs(limitProcess.Get());
     const DWORD idleMs = quick ? 1000 : 60000;
@@ -90,6 +87,12 @@ void MeasureServices() {
     PrintSingle("idle CPU time", CpuNs(productProcess.Get()) - productBefore,
                 CpuNs(limitProcess.Get()) - limitBefore,
                 quick ? "over 1 s" : "over 60 s, silent components");
+    if (productFirst.found && limitFirst.found) {
+        PrintSingle("idle context switches",
+                    LookAtUnixProcess(productName).contextSwitches - productFirst.contextSwitches,
+                    LookAtUnixProcess(limitName).contextSwitches - limitFirst.contextSwitches,
+                    quick ? "count over 1 s" : "count over 60 s, silent components");
+    }
     product.TimeStop();
     limit.TimeStop();
 }
