@@ -23,7 +23,6 @@ else()
               -Wconversion
               -Wsign-conversion
               -Wcast-align
-              -Wnull-dereference
               -Wundef
               -Werror
               -ffunction-sections

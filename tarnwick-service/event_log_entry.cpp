@@ -14,8 +14,8 @@
 namespace tarnwick {
 namespace {
 
-/// Prints into `buffer`, which is left with the finished text. Returns its length, or 0 or -1 if
-/// there is no message.
+/// Prints into `buffer`, which is left with the finished text. Returns its length; 0, -1 or the
+/// buffer's size if there is no message.
 ///
 /// The buffer grows after an empty result only; a message of 1000 characters or more gives -1 at
 /// once. That bounds what a caller can put into the system's log.
@@ -35,7 +35,7 @@ int FormMessage(std::vector<wchar_t>& buffer, const wchar_t* format, std::va_lis
         va_end(copy);
         wanted *= 2;
     }
-    return fillsBuffer() ? 0 : written;
+    return written;
 }
 
 }  // namespace
@@ -49,7 +49,7 @@ void WriteEventLogEntryChecked(WORD eventType, const wchar_t* format, ...) {
     va_start(args, format);
     const int written = FormMessage(message, format, args);
     va_end(args);
-    if (written <= 0) {
+    if (written <= 0 || static_cast<std::size_t>(written) == message.size()) {
         framework::ConsolePrint(L"WriteEventLogEntry: message forming failed %d \n", written);
         return;
     }

@@ -30,7 +30,7 @@ class KeldaneService : public WindowsServiceBase {
   private:
     std::uint8_t stopRequested = 0;  ///< set by `OnStop`; nothing reads it
     std::unique_ptr<OrrinLoader> loader;
-    ServiceDescriptor descriptor;
+    [[maybe_unused]] ServiceDescriptor descriptor;  ///< nothing reads it after construction
 };
 
 }  // namespace tarnwick

@@ -23,6 +23,12 @@
 
 namespace framework {
 
+/// A text that is known at run time only and is to be read as a format without arguments. No
+/// conversion in it ever reads an argument; see `WithoutConversions`.
+struct RuntimeText {
+    const wchar_t* text;
+};
+
 class Logger {
   public:
     Logger() = default;
@@ -52,11 +58,16 @@ class Logger {
         if (!Passes(level)) {
             return true;
         }
-        const RecordInfo info = {tag, component, file, function, line};
-        if (format.IsRuntimeText()) {
-            return LogRuntimeText(info, format.Text());
+        return LogChecked({tag, component, file, function, line}, format.Text(), args...);
+    }
+
+    /// The same for a text that is known at run time only.
+    bool Log(std::uint32_t level, const wchar_t* tag, const wchar_t* component, const wchar_t* file,
+             std::uint32_t line, const wchar_t* function, RuntimeText format) {
+        if (!Passes(level)) {
+            return true;
         }
-        return LogChecked(info, format.Text(), args...);
+        return LogRuntimeText({tag, component, file, function, line}, format.text);
     }
 
     /// Takes over the settings and opens the first file. Called once, before any other thread

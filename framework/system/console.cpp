@@ -34,16 +34,23 @@ std::string ToUtf8(const std::wstring& text) {
 // Not the run-time library's wprintf: in the C locale it stops a line at the first character that
 // the code page lacks, the line feed included.
 void WriteToConsole(std::wstring_view text) {
+    // A write of no bytes would be the end of the text for some readers of a pipe.
+    if (text.empty()) {
+        return;
+    }
+    // Kept, for callers that print about a failure and then hand its error back.
+    const DWORD lastError = ::GetLastError();
     const HANDLE output = ::GetStdHandle(STD_OUTPUT_HANDLE);
     const std::wstring lines = WithCarriageReturns(text);
     DWORD written = 0;
     DWORD mode = 0;
     if (::GetConsoleMode(output, &mode) != FALSE) {
         ::WriteConsoleW(output, lines.data(), static_cast<DWORD>(lines.size()), &written, nullptr);
-        return;
+    } else {
+        const std::string bytes = ToUtf8(lines);
+        ::WriteFile(output, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
     }
-    const std::string bytes = ToUtf8(lines);
-    ::WriteFile(output, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+    ::SetLastError(lastError);
 }
 
 void ConsolePrintChecked(const wchar_t* format, ...) {

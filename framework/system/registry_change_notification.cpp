@@ -69,8 +69,8 @@ class Watch {
     }
 
     Step ArmNotification() {
-        // The key of the iteration before is left open on purpose: its armed notification stays on
-        // the event, and closing it here would signal the event and deliver a change that wasn't.
+        // The key of the iteration before is left open on purpose: its notification stays armed on
+        // the same event, and a callback that asks for more pays with one key each time.
         status_ = static_cast<std::uint32_t>(
             ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, params_.KeyPath.c_str(), 0, KEY_NOTIFY, &key_));
         if (status_ != ERROR_SUCCESS) {

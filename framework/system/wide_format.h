@@ -74,12 +74,6 @@ consteval void Check(const wchar_t* format) {
 
 }  // namespace format_check
 
-/// A text that is known at run time only and is to be read as a format without arguments. No
-/// conversion in it ever reads an argument; see `WithoutConversions`.
-struct RuntimeText {
-    const wchar_t* text;
-};
-
 /// A format and the source line that it stands on. Made from a literal, it has been checked against
 /// `Args`.
 template <class... Args>
@@ -93,20 +87,12 @@ class WideFormat {
         format_check::Check<Args...>(literal);
     }
 
-    // A constructor, not a conversion by hand, so that both kinds are passed in the same way.
-    constexpr WideFormat(RuntimeText text,  // NOLINT(google-explicit-constructor)
-                         std::uint32_t line = __builtin_LINE()) noexcept
-        requires(sizeof...(Args) == 0)
-        : text_(text.text), line_(line), isRuntimeText_(true) {}
-
     [[nodiscard]] constexpr const wchar_t* Text() const noexcept { return text_; }
     [[nodiscard]] constexpr std::uint32_t Line() const noexcept { return line_; }
-    [[nodiscard]] constexpr bool IsRuntimeText() const noexcept { return isRuntimeText_; }
 
   private:
     const wchar_t* text_;
     std::uint32_t line_;
-    bool isRuntimeText_ = false;
 };
 
 /// The parameter type of a function that takes a format for its further arguments `Args`.

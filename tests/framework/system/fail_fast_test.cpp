@@ -1,0 +1,73 @@
+#include "framework/system/fail_fast.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "framework/system/platform.h"
+#include "tests/support/child_process.h"
+
+namespace framework {
+namespace {
+
+constexpr std::uint32_t FailFastCode = 0xC0000409;
+constexpr std::uint32_t OtherCode = 0xE0001234;
+
+/// Writes past every buffer, so that it is seen however the process ends.
+void Say(const char* word) {
+    DWORD written = 0;
+    ::WriteFile(::GetStdHandle(STD_OUTPUT_HANDLE), word, static_cast<DWORD>(std::strlen(word)),
+                &written, nullptr);
+}
+
+LONG WINAPI VectoredHandler(EXCEPTION_POINTERS*) {
+    Say("vectored ");
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+LONG WINAPI UnhandledFilter(EXCEPTION_POINTERS*) {
+    Say("filter ");
+    return EXCEPTION_EXECUTE_HANDLER;
+}
+
+/// Listens at every way out of the process, then takes the one that is asked for.
+int LeaveProcess(const std::vector<std::wstring>& arguments) {
+    std::atexit([] { Say("atexit "); });
+    ::AddVectoredExceptionHandler(1, VectoredHandler);
+    ::SetUnhandledExceptionFilter(UnhandledFilter);
+    Say("begin ");
+    if (arguments.at(0) == L"fail-fast") {
+        FailFastInvalidParameter();
+    }
+    if (arguments.at(0) == L"exception") {
+        ::RaiseException(OtherCode, EXCEPTION_NONCONTINUABLE, 0, nullptr);
+    }
+    return 7;
+}
+
+const test::ChildRoutine leaveProcess(L"leave-process", LeaveProcess);
+
+TEST(FailFastInvalidParameter, EndsProcessWithItsCode_PastFiltersAndExitHandlers) {
+    test::Child child(test::SelfCommandLine(L"leave-process", {L"fail-fast"}));
+    EXPECT_EQ(child.Wait(), FailFastCode);
+    EXPECT_EQ(child.Output(), "begin ");
+}
+
+// The two other ways out prove that the listeners of the test above would have been heard.
+
+TEST(FailFastInvalidParameter, ListenersHearAnOrdinaryException) {
+    test::Child child(test::SelfCommandLine(L"leave-process", {L"exception"}));
+    EXPECT_EQ(child.Wait(), OtherCode);
+    EXPECT_EQ(child.Output(), "begin vectored filter ");
+}
+
+TEST(FailFastInvalidParameter, ListenersHearAnOrdinaryExit) {
+    test::Child child(test::SelfCommandLine(L"leave-process", {L"exit"}));
+    EXPECT_EQ(child.Wait(), 7U);
+    EXPECT_EQ(child.Output(), "begin atexit ");
+}
+
+}  // namespace
+}  // namespace framework

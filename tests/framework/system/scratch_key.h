@@ -1,0 +1,53 @@
+/// A key of the real registry for one test.
+#ifndef TESTS_FRAMEWORK_SYSTEM_SCRATCH_KEY_H
+#define TESTS_FRAMEWORK_SYSTEM_SCRATCH_KEY_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "framework/system/platform.h"
+
+namespace test {
+
+/// A value as it stands in the registry.
+struct RegistryValue {
+    DWORD type = REG_NONE;
+    std::vector<BYTE> data;
+    bool operator==(const RegistryValue&) const = default;
+};
+
+[[nodiscard]] RegistryValue DwordValue(std::uint32_t number);
+[[nodiscard]] RegistryValue TextValue(const std::wstring& text);
+
+/// A path below `HKEY_LOCAL_MACHINE` that no other test and no other process uses; removed with all
+/// below it at the end. Reaches the platform past any hooks. Throws where the platform refuses.
+class ScratchKey {
+  public:
+    /// Doesn't make the key; see `Create`.
+    ScratchKey();
+    ~ScratchKey();
+    ScratchKey(const ScratchKey&) = delete;
+    ScratchKey& operator=(const ScratchKey&) = delete;
+
+    [[nodiscard]] const std::wstring& Path() const noexcept { return path_; }
+    /// Makes the key, or one below it.
+    void Create(const std::wstring& subkey = L"") const;
+    [[nodiscard]] bool Exists() const;
+    /// Sets a value of the key, or of one below it. Makes the key if it is missing.
+    void Set(const std::wstring& name, const RegistryValue& value,
+             const std::wstring& subkey = L"") const;
+    void Set(const std::wstring& name, std::uint32_t number) const {
+        Set(name, DwordValue(number));
+    }
+    void Delete(const std::wstring& name) const;
+    [[nodiscard]] std::optional<RegistryValue> Get(const std::wstring& name) const;
+
+  private:
+    std::wstring path_;
+};
+
+}  // namespace test
+
+#endif  // TESTS_FRAMEWORK_SYSTEM_SCRATCH_KEY_H
