@@ -4,7 +4,9 @@
 root=$(cd "$(dirname "$0")/.." && pwd)
 WINEPREFIX=${TARNWICK_WINEPREFIX:-$root/build/wineprefix}
 WINEDEBUG=${WINEDEBUG:--all}
-WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree,mshtml=;winemenubuilder.exe=d}
+# Without its debugger a crash ends the program with the code of the exception; with it, a crashed
+# test program could count as passed.
+WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree,mshtml=;winemenubuilder.exe,winedbg.exe=d}
 export WINEPREFIX WINEDEBUG WINEDLLOVERRIDES
 # The loader itself: /usr/bin/wine is a script that warns about 32-bit support on every start.
 for loader in /usr/lib/wine/wine64 wine64 wine; do

@@ -26,7 +26,7 @@ class Components {
 
   private:
     /// True as soon as the stop has begun, else false after `milliseconds`.
-    bool StoppedWithin(DWORD milliseconds) const;
+    [[nodiscard]] bool StoppedWithin(DWORD milliseconds) const;
     void Heartbeat();
     void Worker();
     void Chat(uint32_t number);

@@ -15,7 +15,6 @@ using framework::LogError;
 using framework::LogLevel;
 using framework::LogSite;
 using framework::LogTrace;
-using framework::LogWarning;
 
 namespace {
 

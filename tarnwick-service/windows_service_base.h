@@ -97,8 +97,8 @@ class WindowsServiceBase {
     friend class ServiceActionRun;
 
     void ServiceAction(const ServiceActionRecord& record);
-    static DWORD WINAPI ServiceActionRoutine(void* record);
-    static DWORD WINAPI PendingReporterRoutine(void* record);
+    static DWORD WINAPI ServiceActionRoutine(void* parameter);
+    static DWORD WINAPI PendingReporterRoutine(void* parameter);
     static DWORD WINAPI RunOnStartLogic(void* unused);
     static DWORD WINAPI RunOnStopLogic(void* unused);
 

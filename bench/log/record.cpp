@@ -87,6 +87,7 @@ DWORD BytesOf(const std::wstring& text) {
 template <class Operation>
 double TimeOnThreads(int threads, int count, const Operation& operation) {
     std::vector<std::thread> pool;
+    pool.reserve(static_cast<std::size_t>(threads));
     const double begin = Now();
     for (int thread = 0; thread < threads; ++thread) {
         pool.emplace_back([count, &operation] {

@@ -31,6 +31,8 @@ class HeadPrinter {
         const wchar_t* texts[] = {info.tag, info.component};
         const WORD* number = numbers;
         const wchar_t** text = texts;
+        // The analyser can't count the conversions of the format.
+        // NOLINTBEGIN(clang-analyzer-core.CallAndMessage)
         for (std::size_t index = 0; index < HeadFormat.size(); ++index) {
             if (HeadFormat[index] != L'%') {
                 Append(HeadFormat[index]);
@@ -42,6 +44,7 @@ class HeadPrinter {
                 index += std::wstring_view(L"ws").size();
             }
         }
+        // NOLINTEND(clang-analyzer-core.CallAndMessage)
         buffer_[length_] = 0;
         return length_;
     }

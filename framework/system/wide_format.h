@@ -33,6 +33,8 @@ constexpr bool Matches(wchar_t length, wchar_t type) {
         case L'u':
         case L'x':
         case L'X':
+            // T may be a pointer here, and is then refused before its size is looked at.
+            // NOLINTNEXTLINE(bugprone-sizeof-expression)
             return IsNumber<T> && length != L'w' && sizeof(T) == (length == L'h' ? 2U : 4U);
         case L'p':
             return length == 0 && std::is_pointer_v<T>;

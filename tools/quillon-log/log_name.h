@@ -18,6 +18,8 @@ struct LogName {
     std::uint32_t number = 0;  ///< of the file within the run
 
     /// Order of reading: runs by their start, files of a run by their number.
+    // The check takes the zero that the comparison is made of for a pointer.
+    // NOLINTNEXTLINE(modernize-use-nullptr)
     auto operator<=>(const LogName&) const = default;
 };
 

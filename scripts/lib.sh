@@ -1,0 +1,241 @@
+# shellcheck shell=bash
+# shellcheck disable=SC2034 # most of the names here are read by the commands
+# What the commands of this folder share. A command reads this file first and then calls
+# need_packages, build_targets, claim_service and begin_wine as it needs them.
+#
+# Everything that is made stands below build/ and out/ of the checkout; nothing is written to the
+# user's home folder.
+
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
+command_file=$root/scripts/${0##*/}
+build_folder=$root/build/mingw
+# Run from any folder, work in one: Windows programs get relative paths, which need no translation.
+cd "$root"
+mkdir -p "$root/build"
+
+# Names with foreign letters reach Windows programs only under a UTF-8 locale, and Debian has this
+# one without any set-up.
+export LC_ALL=C.UTF-8
+# No window is ever wanted, and a display that can't be reached costs time.
+unset DISPLAY WAYLAND_DISPLAY
+
+# One Wine prefix for each checkout. Whoever names another one keeps it.
+export TARNWICK_WINEPREFIX=${TARNWICK_WINEPREFIX:-$root/build/wineprefix}
+wine_users=$TARNWICK_WINEPREFIX.users
+
+if [ -t 1 ] && [ -z "${NO_COLOR:-}" ] && [ "${TERM:-dumb}" != dumb ]; then
+    bold=$'\e[1m' red=$'\e[31m' green=$'\e[32m' plain=$'\e[0m'
+else
+    bold='' red='' green='' plain=''
+fi
+
+heading() { printf '\n%s%s%s\n\n' "$bold" "$1" "$plain"; }
+field() { printf '  %-13s%s\n' "$1" "$2"; }
+die() {
+    printf '%s%s: %s%s\n' "$red" "${0##*/}" "$1" "$plain" >&2
+    exit 1
+}
+
+# Prints the comment block at the top of the running command.
+show_help() { sed -n '2,${/^#/!q;s/^# \{0,1\}//p}' "$command_file"; }
+
+# quietly LABEL COMMAND...: one line for a step that went well; all that it said when it failed.
+quietly() {
+    local label=$1 log=$root/build/${1// /-}.$$.log began=$SECONDS
+    shift
+    printf '  %-13s' "$label"
+    if "$@" >"$log" 2>&1 </dev/null; then
+        printf '%sdone%s in %d s\n' "$green" "$plain" $((SECONDS - began))
+        rm -f "$log"
+    else
+        local status=$?
+        printf '%sfailed%s with status %d after %d s\n\n' \
+            "$red" "$plain" "$status" $((SECONDS - began))
+        cat "$log"
+        rm -f "$log"
+        exit "$status"
+    fi
+}
+
+# ---- packages ----------------------------------------------------------------------------------
+
+build_packages=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest cmake ninja-build)
+wine_packages=(wine wine64)
+lint_packages=(clang-14 clang-format-14 clang-tidy-14 shellcheck git)
+
+missing_packages() {
+    local package
+    for package in "$@"; do
+        # shellcheck disable=SC2016 # the field is dpkg-query's, not the shell's
+        if [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" != installed ]; then
+            echo "$package"
+        fi
+    done
+}
+
+# The package manager refuses a second one that runs at the same time. Taking turns on its folder
+# lets two checkouts be set up at once.
+as_root() {
+    local -a sudo=()
+    [ "$(id -u)" -eq 0 ] || sudo=(sudo)
+    "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive flock /var/lib/dpkg "$@"
+}
+
+install_packages() {
+    as_root apt-get -o DPkg::Lock::Timeout=300 update &&
+        as_root apt-get -o DPkg::Lock::Timeout=300 install -y --no-install-recommends "$@"
+}
+
+# need_packages PACKAGE...: installs what is missing; looks at the network only if something is.
+need_packages() {
+    local -a missing
+    command -v dpkg-query >/dev/null ||
+        die "this system has no apt; install the equivalents of: $*"
+    mapfile -t missing < <(missing_packages "$@")
+    [ ${#missing[@]} -eq 0 ] && return
+    if [ "$(id -u)" -ne 0 ] && ! sudo -n true 2>/dev/null && ! { [ -t 0 ] && sudo -v; }; then
+        die "missing packages; as root run: apt-get install ${missing[*]}"
+    fi
+    quietly packages install_packages "${missing[@]}"
+}
+
+# ---- building ----------------------------------------------------------------------------------
+
+# The executable, what it needs beside it, and what the commands here need.
+product_targets=(tarnwick-service orrin_ctrl probe_plain service-watch)
+
+configure_and_build() {
+    # A build folder that was copied or moved with the checkout belongs to another place.
+    local cache=$build_folder/CMakeCache.txt
+    if [ -f "$cache" ] && ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$cache"; then
+        rm -rf "$build_folder"
+    fi
+    if [ ! -f "$build_folder/build.ninja" ]; then
+        cmake --preset mingw || return
+    fi
+    cmake --build --preset mingw "$@"
+}
+
+# build_targets TARGET...: one build at a time in one checkout; the lock is not handed on to the
+# programs that the build starts.
+build_targets() {
+    (
+        flock 8
+        quietly build configure_and_build --target "$@" 8>&-
+    ) 8>"$root/build/build.lock"
+}
+
+# put_in_out FILE...: copies programs of the build folder to out/bin, stripped, each in one step so
+# that nobody ever sees half a file.
+put_in_out() {
+    local name
+    mkdir -p "$root/out/bin"
+    for name in "$@"; do
+        if [ "$build_folder/bin/$name" -nt "$root/out/bin/$name" ]; then
+            x86_64-w64-mingw32-strip -o "$root/out/bin/$name.$$" "$build_folder/bin/$name"
+            mv -f "$root/out/bin/$name.$$" "$root/out/bin/$name"
+        fi
+    done
+}
+
+# ---- Wine --------------------------------------------------------------------------------------
+
+wine_server() { WINEPREFIX=$TARNWICK_WINEPREFIX WINEDEBUG=-all timeout 60 wineserver "$@"; }
+
+make_prefix() {
+    rm -rf "$TARNWICK_WINEPREFIX"
+    mkdir -p "$TARNWICK_WINEPREFIX"
+    # A new prefix links its document folders to those of the home folder; without one it keeps to
+    # itself.
+    HOME=$TARNWICK_WINEPREFIX/no-home timeout 300 setsid -w "$root/cmake/wine.sh" wineboot -i &&
+        wine_server -w &&
+        touch "$TARNWICK_WINEPREFIX/.made"
+}
+
+# Runs a function while no other command begins or ends its use of the prefix.
+with_prefix_lock() {
+    (
+        flock 9
+        "$@" 7>&- 9>&-
+    ) 9>"$TARNWICK_WINEPREFIX.lock"
+}
+
+# Every command that uses the prefix keeps a file there named by its process id.
+prefix_in_use() {
+    local entry
+    for entry in "$wine_users"/*; do
+        if [ -e "$entry" ] && [ -d "/proc/${entry##*/}" ]; then
+            return 0
+        fi
+    done
+    return 1
+}
+
+stop_wine() {
+    wine_server -k || true
+    wine_server -w || true
+    rm -rf "$wine_users"
+}
+
+enter_prefix() {
+    # A command that was killed could not clear up behind itself.
+    if [ -d "$wine_users" ] && ! prefix_in_use; then
+        stop_wine
+    fi
+    mkdir -p "$wine_users"
+    : >"$wine_users/$$"
+    if [ ! -f "$TARNWICK_WINEPREFIX/.made" ]; then
+        quietly "Wine prefix" make_prefix
+    fi
+    [ -O "$TARNWICK_WINEPREFIX" ] ||
+        die "$TARNWICK_WINEPREFIX belongs to another user; remove it or work as that user"
+    # The server lives until the last command ends, and with it the Service Control Manager that
+    # the first program starts. That one gets none of our files: whoever waits for the end of this
+    # command's output would wait for the manager's end too.
+    wine_server -p >/dev/null 2>&1 </dev/null || true
+    timeout 60 setsid -w "$root/cmake/wine.sh" cmd /c exit >/dev/null 2>&1 </dev/null ||
+        die "Wine doesn't start in $TARNWICK_WINEPREFIX; remove that folder to have it made anew"
+}
+
+leave_prefix() {
+    rm -f "$wine_users/$$"
+    if ! prefix_in_use; then
+        stop_wine
+    fi
+}
+
+# A command that has something to undo before Wine goes puts it into a function of its own of this
+# name. It finds the exit status of the command in $status.
+before_end_of_wine() { :; }
+
+end_wine() {
+    local status=$?
+    trap - EXIT
+    trap '' INT TERM HUP
+    before_end_of_wine || true
+    with_prefix_lock leave_prefix || true
+    exit "$status"
+}
+
+# begin_wine: from here to the end of the command Wine is ready, and nothing of it stays behind.
+begin_wine() {
+    mkdir -p "$(dirname "$TARNWICK_WINEPREFIX")"
+    trap end_wine EXIT
+    trap 'exit 130' INT
+    trap 'exit 143' TERM
+    trap 'exit 129' HUP
+    with_prefix_lock enter_prefix
+}
+
+# claim_service: the service's name stands once in a prefix, so one command at a time may use it.
+# File 7 holds the claim until the command ends; no program that may live longer gets it. A command
+# that was started by the one that holds the claim shares it.
+claim_service() {
+    [ "${TARNWICK_SERVICE_CLAIM:-}" != "$TARNWICK_WINEPREFIX" ] || return 0
+    mkdir -p "$(dirname "$TARNWICK_WINEPREFIX")"
+    exec 7>"$TARNWICK_WINEPREFIX.service"
+    flock -n 7 || die "another command of this checkout is using the service; wait for its end"
+    export TARNWICK_SERVICE_CLAIM=$TARNWICK_WINEPREFIX
+}

@@ -1,0 +1,183 @@
+#!/bin/bash
+# Checks all sources, scripts and build files of the checkout and says how to mend what it finds.
+#
+#   scripts/lint.sh
+#
+# What was found right is remembered in build/lint and looked at again only when it, a header that
+# it includes, or a rule has changed. Packages that are missing are installed by apt (as root, or
+# through sudo).
+
+# shellcheck disable=SC2317 # the checks are called by their names
+# shellcheck source=scripts/lib.sh
+. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+
+case ${1:-} in
+    '') ;;
+    -h | --help) show_help && exit ;;
+    *) die "unknown argument: $1 (see --help)" ;;
+esac
+
+# ---- which files -------------------------------------------------------------------------------
+
+# Files that git knows or would take, by the patterns given.
+sources() {
+    local path
+    git -c safe.directory="$root" ls-files -co --exclude-standard -- "$@" |
+        while IFS= read -r path; do
+            [ ! -f "$path" ] || echo "$path"
+        done
+}
+
+shell_scripts() {
+    sources | while IFS= read -r path; do
+        case $(head -n 1 "$path" | tr -d '\0') in
+            '#!'*sh | '# shellcheck shell='*) echo "$path" ;;
+        esac
+    done
+}
+
+# ---- the checks --------------------------------------------------------------------------------
+
+check_format() {
+    sources '*.cpp' '*.h' '*.c' | tr '\n' '\0' | xargs -0r clang-format-14 --dry-run -Werror
+}
+
+# Rules of this code base that no general tool knows. Each line: the files, what must not be there.
+check_conventions() {
+    local status=0
+    forbid() {
+        local why=$1 pattern=$2 found
+        shift 2
+        found=$(sources "$@" | tr '\n' '\0' | xargs -0r grep -nEH -- "$pattern" || true)
+        if [ -n "$found" ]; then
+            printf '%s:\n%s\n' "$why" "$found"
+            status=1
+        fi
+    }
+    forbid "windows.h comes through platform.h" '^#include <windows\.h>' '*.h' '*.cpp' \
+        ':!*/platform.h'
+    forbid "names of system headers are in lower case" '^#include <[^>]*[A-Z]' '*.h' '*.cpp' '*.c'
+    forbid "headers have include guards" '^#pragma once' '*.h'
+    forbid "a blank at the end of a line" '[[:blank:]]$' ':!*.md' ':!LICENSE'
+    forbid "a tab" $'\t' '*.h' '*.cpp' '*.c' '*.sh' '*.cmake' '*CMakeLists.txt' '*.json'
+    forbid "a carriage return" $'\r$'
+    return "$status"
+}
+
+check_shell() { shell_scripts | tr '\n' '\0' | xargs -0r shellcheck -x; }
+
+check_json() { sources '*.json' | tr '\n' '\0' | xargs -0r cmake -P scripts/check_json.cmake; }
+
+# Configures in a folder of its own and looks whether every list file took part.
+check_cmake() {
+    local folder=$root/build/lint/cmake trace=$root/build/lint/cmake.trace status=0 path
+    rm -rf "$folder"
+    if ! cmake --preset mingw -B "$folder" -Werror=dev --trace --trace-redirect="$trace" \
+        >"$folder.log" 2>&1; then
+        cat "$folder.log"
+        return 1
+    fi
+    while IFS= read -r path; do
+        grep -qF "$root/$path(" "$trace" || {
+            echo "$path is not reached from the top CMakeLists.txt"
+            status=1
+        }
+    done < <(sources '*CMakeLists.txt')
+    rm -rf "$folder" "$folder.log" "$trace"
+    return "$status"
+}
+
+gcc_version=
+compiler_flags() {
+    local headers=/usr/lib/gcc/x86_64-w64-mingw32/$gcc_version/include/c++
+    flags=(--target=x86_64-w64-mingw32 -DUNICODE -D_UNICODE -I.
+        -isystem /usr/src/googletest/googletest/include
+        -isystem /usr/src/googletest/googlemock/include)
+    case $1 in
+        *.c) flags+=(-std=c11) ;;
+        *) flags+=(-std=c++20 -nostdinc++ -isystem "$headers"
+            -isystem "$headers/x86_64-w64-mingw32" -Wnon-virtual-dtor -Woverloaded-virtual
+            -Wextra-semi -Wold-style-cast) ;;
+    esac
+    flags+=(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-align
+        -Wnull-dereference -Wundef)
+}
+
+check_tidy() {
+    local file=$1
+    shift
+    clang-tidy-14 --quiet --header-filter='.*' "$@" "$file" -- "${flags[@]}" 2>/dev/null
+}
+
+# check_source FILE: the second compiler and clang-tidy, unless both were content with the same text
+# before.
+check_source() {
+    local flags key stamp
+    compiler_flags "$1"
+    key=$({
+        clang-tidy-14 --version
+        declare -f compiler_flags
+        echo "$gcc_version"
+        # The rule file, and the source with all headers that it includes, less the system's.
+        clang-14 "${flags[@]}" -MM "$1" | tr -s '\134[:blank:]' '[\n*]' | grep -v ':$' |
+            xargs -d '\n' sha256sum .clang-tidy
+    } 2>&1 | sha256sum)
+    stamp=build/lint/${key%% *}
+    [ ! -e "$stamp" ] || return 0
+    clang-14 "${flags[@]}" -Werror -fsyntax-only "$1" || return
+    # In tests the analyser would follow each matcher into the test library: minutes for one file.
+    case $1 in
+        *.c) ;;
+        tests/*) check_tidy "$1" --checks='-clang-analyzer-*' || return ;;
+        *) check_tidy "$1" || return ;;
+    esac
+    touch "$stamp"
+}
+
+check_sources() {
+    gcc_version=$(x86_64-w64-mingw32-g++-posix -dumpversion)
+    export gcc_version
+    export -f check_source check_tidy compiler_flags
+    # shellcheck disable=SC2016 # expanded by the inner shell
+    sources '*.cpp' '*.c' | tr '\n' '\0' |
+        xargs -0r -n1 -P "$(nproc)" bash -c 'check_source "$1"' check
+}
+
+# ---- the run -----------------------------------------------------------------------------------
+
+failed=0
+# check LABEL HOW-TO-MEND COMMAND
+check() {
+    local began=$SECONDS log=$root/build/lint/$1.$$.log
+    printf '  %-13s' "$1"
+    if "$3" >"$log" 2>&1 </dev/null; then
+        printf '%sdone%s in %d s\n' "$green" "$plain" $((SECONDS - began))
+    else
+        failed=1
+        printf '%sfailed%s after %d s\n\n' "$red" "$plain" $((SECONDS - began))
+        sed 's/^/    /' "$log"
+        printf '\n    %sTo mend it:%s %s\n\n' "$bold" "$plain" "$2"
+    fi
+    rm -f "$log"
+}
+
+heading "Checking the sources"
+need_packages "${build_packages[@]}" "${lint_packages[@]}"
+mkdir -p build/lint
+find build/lint -maxdepth 1 -type f -mtime +14 -delete
+
+check format "clang-format-14 -i FILE for each file named above" check_format
+check conventions "change the lines named above" check_conventions
+check shell "shellcheck's wiki tells about each number: https://www.shellcheck.net/wiki/SC...." \
+    check_shell
+check json "the message names file and place" check_json
+check cmake "a list file is taken in by add_subdirectory in the one above it" check_cmake
+check sources "change the code; a place that must stay gets a NOLINT with the check and the reason" \
+    check_sources
+
+if [ "$failed" -eq 0 ]; then
+    heading "All is well"
+else
+    heading "Something is to be mended"
+fi
+exit "$failed"

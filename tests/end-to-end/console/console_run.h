@@ -1,0 +1,49 @@
+#ifndef TESTS_END_TO_END_CONSOLE_CONSOLE_RUN_H
+#define TESTS_END_TO_END_CONSOLE_CONSOLE_RUN_H
+
+#include <memory>
+#include <string>
+
+#include "tests/end-to-end/support/expected_log.h"
+#include "tests/end-to-end/support/host_folder.h"
+
+namespace test {
+
+/// A run of the host in a console of its own.
+class ConsoleRun {
+  public:
+    explicit ConsoleRun(const HostFolder& host, const std::wstring& arguments = L"-run");
+
+    /// Waits until `OnStart` is over.
+    void AwaitServing() const;
+    /// Presses Ctrl+C.
+    void Interrupt() const;
+    /// Waits for the end and returns the exit code.
+    std::uint32_t Wait() { return process_->Wait(); }
+    /// The three in one: a whole run, stopped by the user.
+    std::uint32_t ServeAndStop();
+
+    [[nodiscard]] const Child& Process() const noexcept { return *process_; }
+    [[nodiscard]] std::string Output() const { return process_->Output(); }
+    /// The log of an orderly run whose part between the parameters and the end is `body`.
+    [[nodiscard]] Records Expected(const Records& body) const;
+
+  private:
+    const HostFolder& host_;
+    Records arguments_;
+    std::unique_ptr<Child> process_;
+};
+
+/// The texts that most console runs share.
+inline const std::wstring ComReady = L"[T][quillon] CoInitializeEx successed";
+inline const std::wstring Working = L"[T][quillon] Keldane is working... Press Ctrl+c to stop ";
+inline const std::wstring StartBegun = L"[T][quillon] VelmoraTarnwickService in OnStart started";
+inline const std::wstring StartOver = L"[T][quillon] VelmoraTarnwickService in OnStart finished";
+inline const std::wstring CtrlC = L"[T][quillon] Ctrl+c event was recieved ";
+inline const std::wstring StopBegun = L"[T][quillon] VelmoraTarnwickService in OnStop started";
+inline const std::wstring StopOver = L"[T][quillon] VelmoraTarnwickService in OnStop finished ";
+inline const std::wstring Freed = L"[T][quillon] OrrinFreeComponentModelController successed";
+
+}  // namespace test
+
+#endif  // TESTS_END_TO_END_CONSOLE_CONSOLE_RUN_H

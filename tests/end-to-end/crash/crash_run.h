@@ -1,0 +1,75 @@
+/// One run of the host that crashes, and what is left of it.
+#ifndef TESTS_END_TO_END_CRASH_CRASH_RUN_H
+#define TESTS_END_TO_END_CRASH_CRASH_RUN_H
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+#include "tests/end-to-end/support/expected_log.h"
+#include "tests/end-to-end/support/host_folder.h"
+
+namespace test {
+
+inline constexpr std::uint32_t AccessViolation = 0xC0000005;
+inline constexpr std::uint32_t Breakpoint = 0x80000003;
+inline constexpr std::uint32_t IllegalInstruction = 0xC000001D;
+inline constexpr std::uint32_t DivisionByZero = 0xC0000094;
+inline constexpr std::uint32_t HeapCorruption = 0xC0000374;
+inline constexpr std::uint32_t FailFastExit = 0xC0000409;
+/// What a thrown C++ exception is for the platform depends on the compiler.
+#ifdef _MSC_VER
+inline constexpr std::uint32_t CppException = 0xE06D7363;
+#else
+inline constexpr std::uint32_t CppException = 0x20474343;
+#endif
+
+/// Script lines: every dump counts as written although none is. It takes seconds under Wine, and
+/// most tests aren't about its content.
+inline constexpr const char* PretendDump = "fail-import MiniDumpWriteDump every 0 1\n";
+/// Keeps the call that it stands in from returning. A crash elsewhere ends the process meanwhile.
+inline constexpr const char* Forever = "wait-event Local\\tarnwick-test-never 60000\n";
+
+/// "ExceptionFilter (Thread 12): text"
+[[nodiscard]] std::wstring FilterText(std::uint64_t thread, const std::wstring& text);
+
+/// The lines of a pass, apart from a callback's.
+[[nodiscard]] Records PassBegins(std::uint64_t thread);
+[[nodiscard]] Records DumpWritten(std::uint64_t thread, const std::filesystem::path& dump);
+[[nodiscard]] Records DumpFailed(std::uint64_t thread, const std::wstring& why);
+
+[[nodiscard]] bool OnWine();
+
+/// Crashes are left to the crash handling: no debugger and no message box, also in children.
+class CrashRun {
+  public:
+    explicit CrashRun(const std::wstring& subfolder = L"");
+
+    [[nodiscard]] const HostFolder& Host() const noexcept { return host_; }
+    void Script(const std::string& lines) const { host_.Script(lines); }
+    /// Runs the host to its end and returns its exit code.
+    std::uint32_t Run(const std::wstring& arguments, const ChildOptions& options = {});
+    [[nodiscard]] const std::string& Output() const noexcept { return output_; }
+
+    [[nodiscard]] std::filesystem::path DumpFile() const;
+    /// Makes the folder of the dump file, which otherwise the logger makes above its own.
+    void MakeDumpFolder() const;
+    /// How many files named like a dump lie anywhere below the test's folder.
+    [[nodiscard]] std::size_t DumpCount() const;
+    /// The thread that played the script's (last) crash.
+    [[nodiscard]] std::uint64_t CrashingThread() const;
+    /// The records from the first one of the crash handling on. The log must still be open-ended: a
+    /// crash neither closes nor compresses it.
+    [[nodiscard]] Records CrashRecords() const;
+
+  private:
+    HostFolder host_;
+    std::string output_;
+};
+
+/// The records from the first one of the crash handling on.
+[[nodiscard]] Records FromCrashOn(const Records& records);
+
+}  // namespace test
+
+#endif  // TESTS_END_TO_END_CRASH_CRASH_RUN_H

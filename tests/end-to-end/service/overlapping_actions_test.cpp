@@ -1,0 +1,116 @@
+// A shutdown or a stop while `OnStart` still runs. Nothing waits for the start.
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+
+#include "tests/end-to-end/service/service_run.h"
+
+namespace {
+
+using namespace test;
+using testing::ElementsAre;
+
+const StatusReport StartPending = {SERVICE_START_PENDING, 4, 0, 0, 0};
+const StatusReport Running = {SERVICE_RUNNING, 4, 0, 0, 0};
+
+/// The handler that the test calls has a thread and a reference of its own, so the object may
+/// outlive the main thread's clean-up, and the line of its end may be missing.
+Records WithoutFree(Records records) {
+    records.erase(std::remove(records.begin(), records.end(), Freed), records.end());
+    return records;
+}
+
+/// Events that hold both logics at a known point.
+struct Holds {
+    HostFolder names;
+    SharedEvent notified{names, "notified"};
+    SharedEvent finishStart{names, "finish-start"};
+    SharedEvent finishStop{names, "finish-stop"};
+
+    [[nodiscard]] std::string Script() const {
+        return "on activate wait-event " + finishStart.Name() + " 30000\non notify set-event " +
+               notified.Name() + "\non notify wait-event " + finishStop.Name() + " 30000\n";
+    }
+};
+
+// The SCM sends a shutdown only when the machine goes down, so the handler is called directly.
+TEST(ShutdownDuringStart, RunsOnStopBesideOnStart) {
+    const Holds holds;
+    ServiceRun run(holds.Script());
+    run.StartActivating();
+    const framework::KernelHandle handler = run.SendToHandler(SERVICE_CONTROL_SHUTDOWN);
+    ASSERT_TRUE(holds.notified.Wait());
+    EXPECT_EQ(run.Scm().WaitFor(SERVICE_STOP_PENDING).dwControlsAccepted, 4U);
+    EXPECT_THAT(run.ReadTranscript().Calls(),
+                ElementsAre("create", "load", "register-interface", "register-interface",
+                            "activate", "notify"));
+    holds.finishStart.Set();
+    run.AwaitRecord(StartFinished().back());
+    holds.finishStop.Set();
+    EXPECT_THAT(run.AwaitEnd(), ElementsAre(SERVICE_STOPPED, 0, 0));
+    EXPECT_THAT(
+        run.ReadTranscript().StatusReports(),
+        ElementsAre(StartPending, Running, StatusReport{SERVICE_STOP_PENDING, 4, 0, 0, 20000},
+                    StatusReport{SERVICE_STOPPED, 4, 0, 0, 0}));
+    EXPECT_EQ(WithoutFree(run.OtherLog()),
+              run.ExpectedOther({ComReady, StartBegun, StopBegun, StartOver, StopOver}));
+    // The handler's own last lines may be lost: here no dispatcher waits for it.
+    Records expected = StartReported();
+    const Records shutdown = WholeStop(L"Shutdown", 4);
+    expected.insert(expected.end(), shutdown.begin(), shutdown.begin() + 4);
+    expected = Join({expected, StartFinished()});
+    expected.insert(expected.end(), shutdown.begin() + 4, shutdown.begin() + 6);
+    Records framework = run.FrameworkLog();
+    ASSERT_GE(framework.size(), expected.size());
+    framework.resize(expected.size());
+    EXPECT_EQ(framework, expected);
+}
+
+TEST(ShutdownDuringStart, StartThatThenFails_ReportsStoppedWithItsError) {
+    const Holds holds;
+    ServiceRun run(holds.Script() + "on activate return 5\n");
+    run.StartActivating();
+    const framework::KernelHandle handler = run.SendToHandler(SERVICE_CONTROL_SHUTDOWN);
+    ASSERT_TRUE(holds.notified.Wait());
+    holds.finishStart.Set();
+    EXPECT_EQ(run.Scm().WaitFor(SERVICE_STOPPED).dwWin32ExitCode,
+              static_cast<DWORD>(ERROR_INTERNAL_ERROR));
+    std::vector<StatusReport> reports = run.ReadTranscript().StatusReports();
+    ASSERT_GE(reports.size(), 4U);
+    reports.resize(4);
+    EXPECT_THAT(reports, ElementsAre(StartPending, Running,
+                                     StatusReport{SERVICE_STOP_PENDING, 4, 0, 0, 20000},
+                                     StatusReport{SERVICE_STOPPED, 4, ERROR_INTERNAL_ERROR, 0, 0}));
+    holds.finishStop.Set();
+    EXPECT_EQ(run.Scm().WaitForExit(), 0U);
+}
+
+TEST(StopDuringStart, OnceAllowed_IsReportedAtOnce) {
+    const Holds holds;
+    ServiceRun run("on activate enable-stop\n" + holds.Script());
+    run.StartActivating();
+    run.AwaitRecord(StopEnabled);
+    const framework::KernelHandle handler = run.SendToHandler(SERVICE_CONTROL_STOP);
+    ASSERT_TRUE(holds.notified.Wait());
+    EXPECT_EQ(run.Scm().WaitFor(SERVICE_STOP_PENDING).dwControlsAccepted, 5U);
+    holds.finishStart.Set();
+    run.AwaitRecord(StartFinished().back());
+    holds.finishStop.Set();
+    EXPECT_THAT(run.AwaitEnd(), ElementsAre(SERVICE_STOPPED, 0, 0));
+    EXPECT_EQ(WithoutFree(run.OtherLog()), run.ExpectedOther({ComReady, StartBegun, EnableAsked,
+                                                              StopBegun, StartOver, StopOver}));
+}
+
+TEST(Shutdown, OfAStoppableService_RunsOnStopUnderItsOwnName) {
+    ServiceRun run("on activate enable-stop\n");
+    run.Start();
+    const framework::KernelHandle handler = run.SendToHandler(SERVICE_CONTROL_SHUTDOWN);
+    EXPECT_THAT(run.AwaitEnd(), ElementsAre(SERVICE_STOPPED, 0, 0));
+    EXPECT_EQ(WithoutFree(run.OtherLog()), run.ExpectedOther({ComReady, StartBegun, EnableAsked,
+                                                              StartOver, StopBegun, StopOver}));
+    EXPECT_THAT(run.FrameworkLog(),
+                testing::Contains(Action(L"Shutdown", L"entered ServiceActionRoutine")));
+}
+
+}  // namespace

@@ -1,0 +1,61 @@
+/// What the development controller has written about a run: its transcript, line by line.
+#ifndef TESTS_END_TO_END_SUPPORT_TRANSCRIPT_H
+#define TESTS_END_TO_END_SUPPORT_TRANSCRIPT_H
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace test {
+
+/// One line: the words NAME=VALUE in their order, quotes and escapes taken off.
+class TranscriptEntry {
+  public:
+    explicit TranscriptEntry(const std::string& line);
+
+    /// Empty if there is no such word.
+    [[nodiscard]] std::string Get(const std::string& name) const;
+    /// Decimal, or hexadecimal behind 0x. Throws if there is no such number.
+    [[nodiscard]] std::uint64_t Number(const std::string& name) const;
+    [[nodiscard]] bool Has(const std::string& name, const std::string& value) const;
+
+  private:
+    std::vector<std::pair<std::string, std::string>> words_;
+};
+
+/// A status report as the platform call got it.
+struct StatusReport {
+    std::uint64_t state = 0;
+    std::uint64_t accepted = 0;
+    std::uint64_t exitCode = 0;
+    std::uint64_t checkpoint = 0;
+    std::uint64_t waitHint = 0;
+
+    bool operator==(const StatusReport&) const = default;
+};
+std::ostream& operator<<(std::ostream& out, const StatusReport& report);
+
+class Transcript {
+  public:
+    explicit Transcript(const std::string& text);
+
+    [[nodiscard]] const std::vector<TranscriptEntry>& Entries() const noexcept { return entries_; }
+    /// The entries with the word `name`=`value`.
+    [[nodiscard]] std::vector<TranscriptEntry> With(const std::string& name,
+                                                    const std::string& value) const;
+    /// The only one of them. Throws unless there is exactly one.
+    [[nodiscard]] TranscriptEntry Only(const std::string& name, const std::string& value) const;
+    /// The library's functions in the order in which the host entered them: "create", "load", ...
+    [[nodiscard]] std::vector<std::string> Calls() const;
+    /// What `record-status` has seen, in order. The two fields that never change are checked here.
+    [[nodiscard]] std::vector<StatusReport> StatusReports() const;
+
+  private:
+    std::vector<TranscriptEntry> entries_;
+};
+
+}  // namespace test
+
+#endif  // TESTS_END_TO_END_SUPPORT_TRANSCRIPT_H

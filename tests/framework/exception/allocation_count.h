@@ -1,0 +1,14 @@
+#ifndef TESTS_FRAMEWORK_EXCEPTION_ALLOCATION_COUNT_H
+#define TESTS_FRAMEWORK_EXCEPTION_ALLOCATION_COUNT_H
+
+#include <cstddef>
+
+namespace test {
+
+/// How often this thread has allocated through `operator new`, which the program that links this
+/// replaces by a counting one.
+[[nodiscard]] std::size_t AllocationCount();
+
+}  // namespace test
+
+#endif  // TESTS_FRAMEWORK_EXCEPTION_ALLOCATION_COUNT_H

@@ -1,0 +1,28 @@
+#ifndef TESTS_TARNWICK_SERVICE_SIGNAL_H
+#define TESTS_TARNWICK_SERVICE_SIGNAL_H
+
+#include "framework/system/unique_handle.h"
+#include "tests/support/platform_hooks.h"
+
+namespace test {
+
+/// A one-way flag between threads. Goes past the replaced platform calls, so that it can be used
+/// inside of a replacement.
+class Signal {
+  public:
+    Signal() : event_(::CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
+
+    void Set() { SetEventHook::Real(event_.Get()); }
+
+    /// False if the flag wasn't set in time.
+    [[nodiscard]] bool Wait(DWORD limitMs = 20000) const {
+        return WaitForSingleObjectHook::Real(event_.Get(), limitMs) == WAIT_OBJECT_0;
+    }
+
+  private:
+    framework::KernelHandle event_;
+};
+
+}  // namespace test
+
+#endif  // TESTS_TARNWICK_SERVICE_SIGNAL_H

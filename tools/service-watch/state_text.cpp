@@ -1,0 +1,66 @@
+#include "tools/service-watch/state_text.h"
+
+#include <array>
+
+namespace service_watch {
+
+namespace {
+
+constexpr std::size_t StateWidth = 15;
+
+constexpr std::array<const char*, 8> StateNames = {nullptr,         "STOPPED", "START_PENDING",
+                                                   "STOP_PENDING",  "RUNNING", "CONTINUE_PENDING",
+                                                   "PAUSE_PENDING", "PAUSED"};
+
+std::string AcceptedControls(DWORD controls) {
+    std::string text;
+    const auto add = [&](DWORD bit, const char* name) {
+        if ((controls & bit) != 0) {
+            text += text.empty() ? name : std::string(", ") + name;
+        }
+    };
+    add(SERVICE_ACCEPT_STOP, "stop");
+    add(SERVICE_ACCEPT_SHUTDOWN, "shutdown");
+    add(SERVICE_ACCEPT_PAUSE_CONTINUE, "pause");
+    return text.empty() ? "nothing" : text;
+}
+
+std::string ExitCodeText(const SERVICE_STATUS_PROCESS& status) {
+    if (status.dwWin32ExitCode == ERROR_SERVICE_SPECIFIC_ERROR) {
+        return std::to_string(status.dwServiceSpecificExitCode) + " (its own)";
+    }
+    return std::to_string(status.dwWin32ExitCode);
+}
+
+}  // namespace
+
+std::string StateName(DWORD state) {
+    return state != 0 && state < StateNames.size() ? StateNames[state]
+                                                   : "state " + std::to_string(state);
+}
+
+std::string DescribeStatus(const SERVICE_STATUS_PROCESS& status) {
+    std::string text = StateName(status.dwCurrentState);
+    text.append(text.size() < StateWidth ? StateWidth - text.size() : 1, ' ');
+    if (status.dwCurrentState == SERVICE_STOPPED) {
+        return text + "exit code " + ExitCodeText(status);
+    }
+    text += "accepts " + AcceptedControls(status.dwControlsAccepted);
+    if (status.dwCheckPoint != 0) {
+        text += ", checkpoint " + std::to_string(status.dwCheckPoint);
+    }
+    if (status.dwWaitHint != 0) {
+        text += ", wait hint " + std::to_string(status.dwWaitHint) + " ms";
+    }
+    return text;
+}
+
+bool SameReport(const SERVICE_STATUS_PROCESS& one, const SERVICE_STATUS_PROCESS& other) noexcept {
+    return one.dwCurrentState == other.dwCurrentState &&
+           one.dwControlsAccepted == other.dwControlsAccepted &&
+           one.dwWin32ExitCode == other.dwWin32ExitCode &&
+           one.dwServiceSpecificExitCode == other.dwServiceSpecificExitCode &&
+           one.dwCheckPoint == other.dwCheckPoint && one.dwWaitHint == other.dwWaitHint;
+}
+
+}  // namespace service_watch

@@ -1,0 +1,88 @@
+#include "tools/service-watch/terminal.h"
+
+#include <array>
+#include <string>
+
+#include "framework/system/platform.h"
+
+namespace service_watch {
+
+namespace {
+
+constexpr std::size_t FieldWidth = 13;
+
+const char* EscapeSequence(Style style) noexcept {
+    switch (style) {
+        case Style::Bold:
+            return "\x1b[1m";
+        case Style::Dim:
+            return "\x1b[2m";
+        case Style::Red:
+            return "\x1b[31m";
+        case Style::Yellow:
+            return "\x1b[33m";
+        case Style::Green:
+            return "\x1b[32m";
+        case Style::Plain:
+            break;
+    }
+    return "";
+}
+
+}  // namespace
+
+void Terminal::Write(std::string_view text) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const HANDLE output = ::GetStdHandle(STD_OUTPUT_HANDLE);
+    while (!text.empty()) {
+        DWORD written = 0;
+        if (!::WriteFile(output, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) ||
+            written == 0) {
+            return;  // nobody reads any more; the service is stopped and removed all the same
+        }
+        text.remove_prefix(written);
+    }
+}
+
+void Terminal::Heading(std::string_view text) {
+    Write("\n" + Styled(Style::Bold, text) + "\n\n");
+}
+
+void Terminal::Field(std::string_view name, std::string_view value) {
+    std::string line = "  " + std::string(name);
+    line.append(name.size() < FieldWidth ? FieldWidth - name.size() : 1, ' ');
+    Write(line.append(value).append("\n"));
+}
+
+std::string Terminal::Styled(Style style, std::string_view text) const {
+    if (!color_ || style == Style::Plain) {
+        return std::string(text);
+    }
+    return std::string(EscapeSequence(style)).append(text).append("\x1b[0m");
+}
+
+std::string ToUtf8(std::wstring_view text) {
+    if (text.empty()) {
+        return {};
+    }
+    const int length = static_cast<int>(text.size());
+    const int size =
+        ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+    std::string result(static_cast<std::size_t>(size), '\0');
+    ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, result.data(), size, nullptr, nullptr);
+    return result;
+}
+
+std::string ErrorText(unsigned long error) {
+    std::array<wchar_t, 512> buffer{};
+    DWORD length =
+        ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error,
+                         0, buffer.data(), static_cast<DWORD>(buffer.size()), nullptr);
+    while (length > 0 && buffer[length - 1] <= L' ') {
+        --length;
+    }
+    const std::string code = "error " + std::to_string(error);
+    return length == 0 ? code : code + ": " + ToUtf8({buffer.data(), length});
+}
+
+}  // namespace service_watch

@@ -1,0 +1,307 @@
+#include "tools/service-watch/watch_run.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "framework/system/path_helpers.h"
+#include "framework/system/unique_handle.h"
+#include "tools/service-watch/log_follower.h"
+#include "tools/service-watch/log_text.h"
+#include "tools/service-watch/managed_service.h"
+#include "tools/service-watch/state_text.h"
+#include "tools/service-watch/state_watch.h"
+
+namespace service_watch {
+
+namespace {
+
+// In milliseconds.
+constexpr DWORD FollowPause = 20;             // between two looks at the log
+constexpr DWORD LateStopLimit = 1000;         // for the end of a stop that was refused or late
+constexpr ULONGLONG StopAcceptLimit = 15000;  // for the service to accept a stop
+constexpr ULONGLONG StopLimit = 180000;       // for the stop itself
+constexpr ULONGLONG ProcessEndLimit = 30000;  // for the process, once the service is stopped
+constexpr ULONGLONG NoLimit = ~0ULL;
+
+/// Set by Ctrl+C. A console event comes on a thread of the system's and can carry no argument.
+HANDLE interruptEvent = nullptr;
+
+BOOL WINAPI OnConsoleControl(DWORD) {
+    ::SetEvent(interruptEvent);
+    return TRUE;
+}
+
+std::wstring Expanded(const wchar_t* text) {
+    std::wstring result;
+    return framework::ExpandEnvironmentString(text, result) ? result : std::wstring();
+}
+
+std::wstring FullPath(const std::wstring& path) {
+    const DWORD size = ::GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
+    std::wstring result(size, L'\0');
+    result.resize(::GetFullPathNameW(path.c_str(), size, result.data(), nullptr));
+    return result;
+}
+
+/// The machine-wide data folder of a service is not everywhere that of a console program: on Wine
+/// it is the folder of the public user.
+std::vector<std::wstring> LogFolders() {
+    std::vector<std::wstring> folders;
+    for (const wchar_t* base : {L"%ALLUSERSPROFILE%", L"%PUBLIC%", L"%ProgramData%"}) {
+        const std::wstring folder = Expanded(base);
+        const bool isKnown = !folder.empty() && folder.front() != L'%';
+        const std::wstring full = folder + L"\\Velmora\\Quillon\\Logs\\";
+        if (isKnown && std::find(folders.begin(), folders.end(), full) == folders.end()) {
+            folders.push_back(full);
+        }
+    }
+    return folders;
+}
+
+/// One run from registering to removing. The steps stand in the order in which they happen.
+class WatchedRun {
+  public:
+    WatchedRun(const Options& options, Terminal& terminal)
+        : options_(options),
+          terminal_(terminal),
+          service_(options.serviceName),
+          follower_(LogFolders()) {}
+
+    ExitCode Run() {
+        if (Prepare()) {
+            StateWatch watch(options_.serviceName,
+                             [this](const auto& status, auto since) { ShowStatus(status, since); });
+            if (Start()) {
+                FollowUntilEnd(watch);
+                Stop(watch);
+            }
+            End(watch);
+        }
+        Remove();
+        return succeeded_ ? ExitSuccess : ExitFailure;
+    }
+
+  private:
+    bool Prepare() {
+        if (service_.ManagerError() != 0) {
+            return Fail("The Service Control Manager can't be reached", service_.ManagerError());
+        }
+        // What an earlier run left behind when it was killed.
+        if (const DWORD error = service_.Remove(); error != 0) {
+            return Fail("An earlier registration can't be removed", error);
+        }
+        if (const DWORD error = service_.Register(FullPath(options_.image)); error != 0) {
+            return Fail("The service can't be registered", error);
+        }
+        return true;
+    }
+
+    bool Start() {
+        const DWORD error = service_.Start();
+        return error == 0 || Fail("The service didn't start", error);
+    }
+
+    void FollowUntilEnd(const StateWatch& watch) {
+        const ULONGLONG limit = options_.seconds ? *options_.seconds * 1000ULL : NoLimit;
+        switch (FollowUntil({interruptEvent, watch.StoppedEvent()}, limit)) {
+            case Woken::First:
+                return terminal_.Heading("Ctrl+C: stopping the service");
+            case Woken::Second:
+                return terminal_.Heading("The service stopped by itself");
+            case Woken::ByLimit:
+                return terminal_.Heading("Time is over: stopping the service");
+        }
+    }
+
+    void Stop(const StateWatch& watch) {
+        if (IsSet(watch.StoppedEvent())) {
+            return;
+        }
+        // The call lasts as long as the service takes to stop, and its log goes on meanwhile.
+        const framework::KernelHandle refused(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        DWORD error = 0;
+        std::thread control([&] {
+            error = SendStop(watch);
+            if (error != 0) {
+                ::SetEvent(refused.Get());
+            }
+        });
+        FollowUntil({watch.StoppedEvent(), refused.Get()}, StopLimit);
+        control.join();
+        // A call that failed says little: the service may have stopped in spite of it.
+        if (::WaitForSingleObject(watch.StoppedEvent(), LateStopLimit) != WAIT_OBJECT_0) {
+            Fail("The service didn't stop", error == 0 ? ERROR_SERVICE_REQUEST_TIMEOUT : error);
+        }
+    }
+
+    /// Repeats a stop that the service doesn't accept yet, because it has only just started.
+    [[nodiscard]] DWORD SendStop(const StateWatch& watch) const {
+        const ULONGLONG begin = ::GetTickCount64();
+        while (true) {
+            const DWORD error = service_.Stop();
+            const bool notYet =
+                error == ERROR_INVALID_SERVICE_CONTROL || error == ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
+            if (!notYet || ::GetTickCount64() - begin > StopAcceptLimit ||
+                ::WaitForSingleObject(watch.StoppedEvent(), FollowPause) == WAIT_OBJECT_0) {
+                return error;
+            }
+        }
+    }
+
+    void End(const StateWatch& watch) {
+        const HANDLE process = watch.Process();
+        std::optional<DWORD> processCode;
+        if (process != nullptr) {
+            if (FollowUntil({process}, ProcessEndLimit) == Woken::ByLimit) {
+                Fail("The process didn't end", ERROR_TIMEOUT);
+                ::TerminateProcess(process, ERROR_PROCESS_ABORTED);
+                ::WaitForSingleObject(process, static_cast<DWORD>(ProcessEndLimit));
+            }
+            DWORD code = 0;
+            if (::GetExitCodeProcess(process, &code)) {
+                processCode = code;
+            }
+        }
+        follower_.Finish([this](std::wstring_view line) { ShowLine(line); });
+        ShowResult(watch, processCode);
+    }
+
+    void ShowResult(const StateWatch& watch, std::optional<DWORD> processCode) {
+        const SERVICE_STATUS_PROCESS last = watch.Last();
+        const bool isStopped = last.dwCurrentState == SERVICE_STOPPED;
+        const bool isClean = isStopped && last.dwWin32ExitCode == 0 && processCode == DWORD{0};
+        succeeded_ = succeeded_ && isClean;
+        terminal_.Heading("Result");
+        terminal_.Field("states seen", watch.StatesSeen());
+        terminal_.Field("exit code", (isStopped ? std::to_string(last.dwWin32ExitCode) : "none") +
+                                         " of the service, " +
+                                         (processCode ? HexIfLarge(*processCode) : "none") +
+                                         " of the process");
+        terminal_.Field("log", std::to_string(lines_) + " lines in " +
+                                   std::to_string(follower_.FileCount()) + " file(s)");
+        const std::wstring name = follower_.CurrentName();
+        if (!name.empty()) {
+            terminal_.Field("", ToUtf8(Shown(FileOnDisk(name + L".log"))));
+        }
+    }
+
+    void Remove() {
+        if (service_.ManagerError() != 0) {
+            return;
+        }
+        if (const DWORD error = service_.Remove(); error != 0) {
+            Fail("The service can't be removed", error);
+        } else {
+            terminal_.Field("service", "removed");
+        }
+    }
+
+    void Follow() {
+        follower_.Poll([this](std::wstring_view line) { ShowLine(line); });
+    }
+
+    enum class Woken { First, Second, ByLimit };
+
+    /// Shows the log until one of one or two handles is signalled or `limit` milliseconds are over.
+    Woken FollowUntil(const std::vector<HANDLE>& handles, ULONGLONG limit) {
+        const ULONGLONG begin = ::GetTickCount64();
+        while (true) {
+            Follow();
+            const DWORD result = ::WaitForMultipleObjects(static_cast<DWORD>(handles.size()),
+                                                          handles.data(), FALSE, FollowPause);
+            if (result != WAIT_TIMEOUT) {
+                Follow();
+                return result == WAIT_OBJECT_0 ? Woken::First : Woken::Second;
+            }
+            if (::GetTickCount64() - begin >= limit) {
+                return Woken::ByLimit;
+            }
+        }
+    }
+
+    void ShowLine(std::wstring_view line) {
+        ++lines_;
+        const RecordHead head = FindRecordHead(line);
+        const Style style = head.tag == L'E'   ? Style::Red
+                            : head.tag == L'W' ? Style::Yellow
+                                               : Style::Plain;
+        terminal_.Write(terminal_.Styled(Style::Dim, ToUtf8(line.substr(0, head.size))) +
+                        terminal_.Styled(style, ToUtf8(line.substr(head.size))) + "\n");
+    }
+
+    void ShowStatus(const SERVICE_STATUS_PROCESS& status, StateWatch::Clock::duration since) {
+        const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(since).count();
+        std::array<char, 32> time{};
+        std::snprintf(time.data(), time.size(), "%7.3f s  ", static_cast<double>(ms) / 1000);
+        terminal_.Write(terminal_.Styled(Style::Bold, "SCM " + std::string(time.data()) +
+                                                          DescribeStatus(status)) +
+                        "\n");
+    }
+
+    /// Always false, so that a step can return it.
+    bool Fail(const char* what, DWORD error) {
+        succeeded_ = false;
+        terminal_.Write(terminal_.Styled(Style::Red, std::string(what) + ": " + ErrorText(error)) +
+                        "\n");
+        return false;
+    }
+
+    static bool IsSet(HANDLE event) { return ::WaitForSingleObject(event, 0) == WAIT_OBJECT_0; }
+
+    static std::string HexIfLarge(DWORD code) {
+        std::array<char, 16> text{};
+        std::snprintf(text.data(), text.size(), code > 0xFFFF ? "0x%08lX" : "%lu", code);
+        return text.data();
+    }
+
+    /// The service compresses its last file when it ends.
+    static std::wstring FileOnDisk(const std::wstring& path) {
+        const bool isPlain = ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+        return isPlain ? path : path + L".gz";
+    }
+
+    [[nodiscard]] std::wstring Shown(std::wstring path) const {
+        if (options_.systemDrive.empty() || !path.starts_with(L"C:\\")) {
+            return path;
+        }
+        std::replace(path.begin(), path.end(), L'\\', L'/');
+        return options_.systemDrive + path.substr(2);
+    }
+
+    const Options& options_;
+    Terminal& terminal_;
+    ManagedService service_;
+    LogFollower follower_;
+    std::uint64_t lines_ = 0;
+    bool succeeded_ = true;
+};
+
+}  // namespace
+
+ExitCode RunWatched(const Options& options, Terminal& terminal) {
+    const framework::KernelHandle interrupt(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    interruptEvent = interrupt.Get();
+    ::SetConsoleCtrlHandler(OnConsoleControl, TRUE);
+    const ExitCode result = WatchedRun(options, terminal).Run();
+    ::SetConsoleCtrlHandler(OnConsoleControl, FALSE);
+    return result;
+}
+
+ExitCode RemoveRegistered(const Options& options, Terminal& terminal) {
+    ManagedService service(options.serviceName);
+    const DWORD error = service.ManagerError() != 0 ? service.ManagerError() : service.Remove();
+    if (error != 0) {
+        terminal.Write("The service can't be removed: " + ErrorText(error) + "\n");
+    }
+    return error == 0 ? ExitSuccess : ExitFailure;
+}
+
+}  // namespace service_watch
