@@ -7,6 +7,7 @@
 #include "tarnwick-service/command_line.h"
 #include "tarnwick-service/console_run.h"
 #include "tarnwick-service/keldane_service.h"
+#include "tarnwick-service/main_frame.h"
 #include "tarnwick-service/start_up.h"
 
 namespace tarnwick {
@@ -45,6 +46,10 @@ void RunInMode(const CommandLine& commandLine) {
     }
 }
 
+void RunInModeOf(const void* commandLine) {
+    RunInMode(*static_cast<const CommandLine*>(commandLine));
+}
+
 }  // namespace
 }  // namespace tarnwick
 
@@ -57,7 +62,7 @@ int wmain(int argc, wchar_t* argv[]) {
     tarnwick::InstallExceptionFilter();
     tarnwick::SleepBeforeStart(commandLine.sleepSeconds);
     tarnwick::LogParameters(argc, argv);
-    tarnwick::RunInMode(commandLine);
+    tarnwick::CallOnMainFrame(tarnwick::RunInModeOf, &commandLine);
     tarnwick::UndoStartUp();
     return 0;
 }

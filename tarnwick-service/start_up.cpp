@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "framework/exception/uncaught_exception.h"
 #include "framework/logger/log_line.h"
 #include "framework/system/console.h"
 #include "framework/system/path_helpers.h"
@@ -83,7 +82,6 @@ void InstallExceptionFilter() {
     static_cast<void>(framework::ExpandEnvironmentString(
         L"%ALLUSERSPROFILE%\\Velmora\\Quillon\\tarnwick-service.exe.dmp", dumpPath));
     config.dumpFilePath = dumpPath.c_str();
-    framework::SendUncaughtExceptionsToFilter();
     exceptionFilterSlot = std::make_unique<framework::ExceptionFilter>(config);
 }
 

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -100,101 +99,106 @@ struct Row {
     std::string result;
 };
 
-void PrintTo(const Row& value, std::ostream* out) {
-    *out << value.name;
+/// The second opinion of the fuzz test below has to agree with the tables too.
+void ExpectRows(const std::vector<Row>& rows) {
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(Parse(row.arguments), row.result);
+        EXPECT_EQ(test::ModelOfCommandLine(row.arguments), row.result);
+    }
 }
 
-class CommandLineTable : public testing::TestWithParam<Row> {};
-
-TEST_P(CommandLineTable, Row) {
-    EXPECT_EQ(Parse(GetParam().arguments), GetParam().result);
+TEST(CommandLineTable, Options_ChooseModesAndFlagsWhateverTheirCase) {
+    ExpectRows(
+        {Row{"NoArgument", {}, Good("service")},
+         Row{"Run", {L"-run"}, Good("console")},
+         Row{"Slash", {L"/RUN"}, Good("console")},
+         Row{"MixedCase", {L"-rUn"}, Good("console")},
+         Row{"TwoDashes", {L"--run"}, Good("usage")},
+         Row{"Longer", {L"-runx"}, Good("usage")},
+         Row{"Shorter", {L"-ru"}, Good("usage")},
+         Row{"DashSlash", {L"-/run"}, Good("usage")},
+         Row{"DashAlone", {L"-"}, Good("usage")},
+         Row{"SlashAlone", {L"/"}, Good("usage")},
+         Row{"BlankBehind", {L"-run "}, Good("usage")},
+         Row{"Unknown", {L"-foo"}, Good("usage")},
+         Row{"UnknownIsSkipped", {L"-foo", L"-run", L"/bar"}, Good("console")},
+         Row{"Unpack", {L"-ZevrUnzip"}, Good("unpack")},
+         Row{"Test", {L"-test"}, Good("usage test")},
+         Row{"TestAndRun", {L"/Test", L"-run"}, Good("console test")},
+         Row{"LogConsole", {L"-LOG-console"}, Good("usage log-console")},
+         Row{"LogConsoleUnpack", {L"-zevrunzip", L"-log-console"}, Good("unpack log-console")},
+         Row{"LaterModeWins", {L"-run", L"-zevrunzip"}, Good("unpack")},
+         Row{"LaterRunWins", {L"-zevrunzip", L"-run"}, Good("console")},
+         Row{"FlagsTwice", {L"-test", L"-test", L"-run"}, Good("console test")}});
 }
 
-/// The second opinion of the fuzz test below has to agree with the table too.
-TEST_P(CommandLineTable, ModelAgrees) {
-    EXPECT_EQ(test::ModelOfCommandLine(GetParam().arguments), GetParam().result);
+TEST(CommandLineTable, FirstCharacter_DecidesAndAnErrorEndsTheWalk) {
+    ExpectRows(
+        {Row{"PlainWord", {L"run"}, Bad("", NoOption)}, Row{"Empty", {L""}, Bad("", NoOption)},
+         Row{"Blank", {L" -run"}, Bad("", NoOption)}, Row{"Comma", {L",run"}, Bad("", NoOption)},
+         // The neighbours of '-' and '/', and what differs from them in one bit or by 65536 less.
+         Row{"Dot", {L".run"}, Bad("", NoOption)}, Row{"Zero", {L"0run"}, Bad("", NoOption)},
+         Row{"BitOne", {L"+run"}, Bad("", NoOption)}, Row{"Lower", {L"\xDrun"}, Bad("", NoOption)},
+         Row{"HighByte", {L"\x12D\x72un"}, Bad("", NoOption)},
+         Row{"LongDash", {L"\x2013run"}, Bad("", NoOption)},
+         Row{"ErrorAfterRun", {L"-run", L"x"}, Bad("", NoOption)},
+         Row{"FlagsBeforeStay",
+             {L"-log-console", L"-sleep", L"5", L"x", L"-test"},
+             Bad(" log-console", NoOption, 5)},
+         Row{"LaterArgumentsCountNothing", {L"x", L"-run", L"-sleep", L"9"}, Bad("", NoOption)},
+         Row{"DumpTextsStay",
+             {L"-dump", L"1", L"2", L"3", L"x"},
+             Bad("", NoOption, 0, "1|2|'3'")}});
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Options, CommandLineTable,
-    testing::Values(
-        Row{"NoArgument", {}, Good("service")}, Row{"Run", {L"-run"}, Good("console")},
-        Row{"Slash", {L"/RUN"}, Good("console")}, Row{"MixedCase", {L"-rUn"}, Good("console")},
-        Row{"TwoDashes", {L"--run"}, Good("usage")}, Row{"Longer", {L"-runx"}, Good("usage")},
-        Row{"Shorter", {L"-ru"}, Good("usage")}, Row{"DashSlash", {L"-/run"}, Good("usage")},
-        Row{"DashAlone", {L"-"}, Good("usage")}, Row{"SlashAlone", {L"/"}, Good("usage")},
-        Row{"BlankBehind", {L"-run "}, Good("usage")}, Row{"Unknown", {L"-foo"}, Good("usage")},
-        Row{"UnknownIsSkipped", {L"-foo", L"-run", L"/bar"}, Good("console")},
-        Row{"Unpack", {L"-ZevrUnzip"}, Good("unpack")}, Row{"Test", {L"-test"}, Good("usage test")},
-        Row{"TestAndRun", {L"/Test", L"-run"}, Good("console test")},
-        Row{"LogConsole", {L"-LOG-console"}, Good("usage log-console")},
-        Row{"LogConsoleUnpack", {L"-zevrunzip", L"-log-console"}, Good("unpack log-console")},
-        Row{"LaterModeWins", {L"-run", L"-zevrunzip"}, Good("unpack")},
-        Row{"LaterRunWins", {L"-zevrunzip", L"-run"}, Good("console")},
-        Row{"FlagsTwice", {L"-test", L"-test", L"-run"}, Good("console test")}));
+TEST(CommandLineTable, Sleep_TakesTheNextArgumentBlindlyAsADecimalNumber) {
+    ExpectRows(
+        {Row{"Count", {L"-sleep", L"5"}, Good("usage", "none", 5)},
+         Row{"AndRun", {L"-sleep", L"5", L"-run"}, Good("console", "none", 5)},
+         Row{"LaterWins", {L"-sleep", L"5", L"-sleep", L"0"}, Good("usage", "none", 0)},
+         Row{"ForeignText", {L"-sleep", L"abc", L"-run"}, Good("console")},
+         Row{"OptionAsValue", {L"-sleep", L"-run"}, Good("usage")},
+         Row{"SleepAsValue", {L"-sleep", L"-sleep"}, Good("usage")},
+         Row{"EmptyValue", {L"-sleep", L"", L"-run"}, Good("console")},
+         Row{"Hexadecimal", {L"-sleep", L"0x10"}, Good("usage")},
+         Row{"LeadingZeroIsNotOctal", {L"-sleep", L"010"}, Good("usage", "none", 10)},
+         Row{"WhiteSpaceAndSign", {L"-sleep", L" \t+7"}, Good("usage", "none", 7)},
+         Row{"TrailingText", {L"-sleep", L"12s"}, Good("usage", "none", 12)},
+         Row{"Negative", {L"-sleep", L"-1"}, Good("usage", "none", 4294967295U)},
+         Row{"LargestNumber", {L"-sleep", L"2147483647"}, Good("usage", "none", 2147483647)},
+         Row{"OneMore", {L"-sleep", L"2147483648"}, Good("usage", "none", 2147483647)},
+         Row{"FarMore", {L"-sleep", L"99999999999999999999"}, Good("usage", "none", 2147483647)},
+         Row{"SmallestNumber", {L"-sleep", L"-2147483648"}, Good("usage", "none", 2147483648U)},
+         Row{"OneLess", {L"-sleep", L"-2147483649"}, Good("usage", "none", 2147483648U)}});
+}
 
-INSTANTIATE_TEST_SUITE_P(
-    FirstCharacter, CommandLineTable,
-    testing::Values(
-        Row{"PlainWord", {L"run"}, Bad("", NoOption)}, Row{"Empty", {L""}, Bad("", NoOption)},
-        Row{"Blank", {L" -run"}, Bad("", NoOption)}, Row{"Comma", {L",run"}, Bad("", NoOption)},
-        // The neighbours of '-' and '/', and what differs from them in one bit or by 65536 less.
-        Row{"Dot", {L".run"}, Bad("", NoOption)}, Row{"Zero", {L"0run"}, Bad("", NoOption)},
-        Row{"BitOne", {L"+run"}, Bad("", NoOption)}, Row{"Lower", {L"\xDrun"}, Bad("", NoOption)},
-        Row{"HighByte", {L"\x12D\x72un"}, Bad("", NoOption)},
-        Row{"LongDash", {L"\x2013run"}, Bad("", NoOption)},
-        Row{"ErrorAfterRun", {L"-run", L"x"}, Bad("", NoOption)},
-        Row{"FlagsBeforeStay",
-            {L"-log-console", L"-sleep", L"5", L"x", L"-test"},
-            Bad(" log-console", NoOption, 5)},
-        Row{"LaterArgumentsCountNothing", {L"x", L"-run", L"-sleep", L"9"}, Bad("", NoOption)},
-        Row{"DumpTextsStay", {L"-dump", L"1", L"2", L"3", L"x"}, Bad("", NoOption, 0, "1|2|'3'")}));
-
-INSTANTIATE_TEST_SUITE_P(
-    Sleep, CommandLineTable,
-    testing::Values(
-        Row{"Count", {L"-sleep", L"5"}, Good("usage", "none", 5)},
-        Row{"AndRun", {L"-sleep", L"5", L"-run"}, Good("console", "none", 5)},
-        Row{"LaterWins", {L"-sleep", L"5", L"-sleep", L"0"}, Good("usage", "none", 0)},
-        Row{"ForeignText", {L"-sleep", L"abc", L"-run"}, Good("console")},
-        Row{"OptionAsValue", {L"-sleep", L"-run"}, Good("usage")},
-        Row{"SleepAsValue", {L"-sleep", L"-sleep"}, Good("usage")},
-        Row{"EmptyValue", {L"-sleep", L"", L"-run"}, Good("console")},
-        Row{"Hexadecimal", {L"-sleep", L"0x10"}, Good("usage")},
-        Row{"LeadingZeroIsNotOctal", {L"-sleep", L"010"}, Good("usage", "none", 10)},
-        Row{"WhiteSpaceAndSign", {L"-sleep", L" \t+7"}, Good("usage", "none", 7)},
-        Row{"TrailingText", {L"-sleep", L"12s"}, Good("usage", "none", 12)},
-        Row{"Negative", {L"-sleep", L"-1"}, Good("usage", "none", 4294967295U)},
-        Row{"LargestNumber", {L"-sleep", L"2147483647"}, Good("usage", "none", 2147483647)},
-        Row{"OneMore", {L"-sleep", L"2147483648"}, Good("usage", "none", 2147483647)},
-        Row{"FarMore", {L"-sleep", L"99999999999999999999"}, Good("usage", "none", 2147483647)},
-        Row{"SmallestNumber", {L"-sleep", L"-2147483648"}, Good("usage", "none", 2147483648U)},
-        Row{"OneLess", {L"-sleep", L"-2147483649"}, Good("usage", "none", 2147483648U)}));
-
-INSTANTIATE_TEST_SUITE_P(
-    Dump, CommandLineTable,
-    testing::Values(
-        Row{"NoValue", {L"-dump"}, Bad("", NoDumpValues)},
-        Row{"OneValue", {L"-dump", L"1"}, Bad("", NoDumpValues)},
-        Row{"NoValueAfterRun", {L"-run", L"-dump"}, Bad("", NoDumpValues)},
-        Row{"OneValueAfterFlags",
-            {L"-test", L"-sleep", L"3", L"-dump", L"1"},
-            Bad(" test", NoDumpValues, 3)},
-        Row{"TwoValues", {L"-dump", L"1", L"2"}, Good("dump", "1|2|null")},
-        Row{"TwoValuesBehindAnother", {L"-run", L"-dump", L"1", L"2"}, Good("dump", "1|2|null")},
-        Row{"ThreeValues", {L"/DUMP", L"1", L"2", L"3"}, Good("dump", "1|2|'3'")},
-        Row{"OptionsAsValues",
-            {L"-dump", L"-run", L"-test", L"-zevrunzip"},
-            Good("dump", "-run|-test|'-zevrunzip'")},
-        Row{"RunBehind", {L"-dump", L"1", L"2", L"3", L"-run"}, Good("console", "1|2|'3'")},
-        Row{"UnpackBehind", {L"-dump", L"1", L"2", L"3", L"-zevrunzip"}, Good("unpack", "1|2|'3'")},
-        Row{"FourthValue", {L"-dump", L"1", L"2", L"3", L"4"}, Bad("", NoOption, 0, "1|2|'3'")},
-        Row{"LaterValuesWin",
-            {L"-dump", L"1", L"2", L"3", L"-dump", L"4", L"5", L"6"},
-            Good("dump", "4|5|'6'")},
-        Row{"LaterGapWins",
-            {L"-dump", L"1", L"2", L"3", L"-dump", L"4", L"5"},
-            Good("dump", "4|5|null")}));
+TEST(CommandLineTable, Dump_TakesThreeArgumentsBlindlyAndMissesTheThird) {
+    ExpectRows(
+        {Row{"NoValue", {L"-dump"}, Bad("", NoDumpValues)},
+         Row{"OneValue", {L"-dump", L"1"}, Bad("", NoDumpValues)},
+         Row{"NoValueAfterRun", {L"-run", L"-dump"}, Bad("", NoDumpValues)},
+         Row{"OneValueAfterFlags",
+             {L"-test", L"-sleep", L"3", L"-dump", L"1"},
+             Bad(" test", NoDumpValues, 3)},
+         Row{"TwoValues", {L"-dump", L"1", L"2"}, Good("dump", "1|2|null")},
+         Row{"TwoValuesBehindAnother", {L"-run", L"-dump", L"1", L"2"}, Good("dump", "1|2|null")},
+         Row{"ThreeValues", {L"/DUMP", L"1", L"2", L"3"}, Good("dump", "1|2|'3'")},
+         Row{"OptionsAsValues",
+             {L"-dump", L"-run", L"-test", L"-zevrunzip"},
+             Good("dump", "-run|-test|'-zevrunzip'")},
+         Row{"RunBehind", {L"-dump", L"1", L"2", L"3", L"-run"}, Good("console", "1|2|'3'")},
+         Row{"UnpackBehind",
+             {L"-dump", L"1", L"2", L"3", L"-zevrunzip"},
+             Good("unpack", "1|2|'3'")},
+         Row{"FourthValue", {L"-dump", L"1", L"2", L"3", L"4"}, Bad("", NoOption, 0, "1|2|'3'")},
+         Row{"LaterValuesWin",
+             {L"-dump", L"1", L"2", L"3", L"-dump", L"4", L"5", L"6"},
+             Good("dump", "4|5|'6'")},
+         Row{"LaterGapWins",
+             {L"-dump", L"1", L"2", L"3", L"-dump", L"4", L"5"},
+             Good("dump", "4|5|null")}});
+}
 
 TEST(CommandLine, CountBelowOne_IsUsage) {
     EXPECT_EQ(Describe(ParseCommandLine(0, nullptr)), Good("usage"));

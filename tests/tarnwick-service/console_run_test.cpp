@@ -118,6 +118,7 @@ class ConsoleRun : public testing::Test {
         }};
     test::ScopedHook<test::CloseHandleHook> closeHook{[this](HANDLE handle) {
         if (handle == event && handle != nullptr) {
+            EXPECT_NE(WindowsServiceBase::GetInstance(), nullptr);
             controller.Note("close event");
         }
         return test::CloseHandleHook::Real(handle);
@@ -312,6 +313,7 @@ class ConsoleRunWithSample : public ConsoleRun {
             return TRUE;
         }
         if (handle == event) {
+            EXPECT_NE(WindowsServiceBase::GetInstance(), nullptr);
             controller.Note("close event");
         }
         return test::CloseHandleHook::Real(handle);

@@ -165,16 +165,12 @@ TEST_F(ServiceControl, Interrogate_RepeatsTheLastReportWithoutALine) {
     EXPECT_EQ(log.Lines(), Lines{});
 }
 
-class UnknownControl : public ServiceControl, public testing::WithParamInterface<DWORD> {};
-
-INSTANTIATE_TEST_SUITE_P(Codes, UnknownControl,
-                         testing::Values(0U, 6U, 7U, 13U, 14U, 15U, 128U, 255U, 0x10001U,
-                                         0xFFFFFFFFU));
-
-TEST_P(UnknownControl, IsIgnoredInSilence) {
+TEST_F(ServiceControl, UnknownControls_AreIgnoredInSilence) {
     Start();
     const std::size_t threadsBefore = threads.Creations().size();
-    WindowsServiceBase::ServiceControlHandler(GetParam());
+    for (const DWORD control : {0U, 6U, 7U, 13U, 14U, 15U, 128U, 255U, 0x10001U, 0xFFFFFFFFU}) {
+        WindowsServiceBase::ServiceControlHandler(control);
+    }
     EXPECT_EQ(log.Lines(), Lines{});
     EXPECT_EQ(statuses.Reports(), std::vector<std::string>{});
     EXPECT_EQ(threads.Creations().size(), threadsBefore);

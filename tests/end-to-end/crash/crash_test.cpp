@@ -113,6 +113,13 @@ INSTANTIATE_TEST_SUITE_P(
                   OnItsOwnThread("bootstrap", "crash cpp"),
                   test::CppException,
                   {}},
+        CrashCase{
+            "CppExceptionOnTheMainThread", L"-run", "on load crash cpp\n", test::CppException, {}},
+        CrashCase{"CppExceptionOfTheUnpackJob",
+                  L"-zevrunzip",
+                  "on bootstrap crash cpp\n",
+                  test::CppException,
+                  {}},
         // What a C++ exception is for the platform in a library of the other tool chain.
         CrashCase{"ForeignCppExceptionOnTheMainThread",
                   L"-run",
@@ -230,19 +237,6 @@ INSTANTIATE_TEST_SUITE_P(
                      AccessViolation, AccessViolation},
         UncaughtCase{"MissingSleepValue", L"-sleep", "", test::FailFastExit, test::FailFastExit}),
     [](const auto& test) { return std::string(test.param.name); });
-
-#ifndef _MSC_VER
-// MinGW's start-up code stands beneath the main thread and takes this tool chain's exceptions from
-// the filter. A library of that tool chain brings a std::terminate of its own, where they end.
-TEST(LibraryCppException, OnTheMainThread_EndsInTheLibrarysOwnTerminate) {
-    constexpr std::uint32_t AbortExit = 3;
-    CrashRun run;
-    run.Script("on load crash cpp\n");
-    EXPECT_EQ(run.Run(L"-run"), AbortExit);
-    EXPECT_EQ(run.DumpCount(), 0U);
-    EXPECT_EQ(run.CrashRecords(), Records());
-}
-#endif
 
 /// ALLUSERSPROFILE such that the dump's path gets so many characters.
 test::ChildOptions WithDumpPathOfLength(std::size_t length) {

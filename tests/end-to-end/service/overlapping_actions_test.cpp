@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-
 #include "tests/end-to-end/service/service_run.h"
 
 namespace {
@@ -13,13 +11,6 @@ using testing::ElementsAre;
 
 const StatusReport StartPending = {SERVICE_START_PENDING, 4, 0, 0, 0};
 const StatusReport Running = {SERVICE_RUNNING, 4, 0, 0, 0};
-
-/// The handler that the test calls has a thread and a reference of its own, so the object may
-/// outlive the main thread's clean-up, and the line of its end may be missing.
-Records WithoutFree(Records records) {
-    records.erase(std::remove(records.begin(), records.end(), Freed), records.end());
-    return records;
-}
 
 /// Events that hold both logics at a known point.
 struct Holds {

@@ -90,6 +90,16 @@ Records ServiceRun::ExpectedOther(const Records& body) const {
     return WholeLog(service_.ProcessId(), host_.Executable(), {}, body);
 }
 
+Records WithoutFree(Records records) {
+    EXPECT_LE(std::erase(records, Freed), 1U);
+    return records;
+}
+
+std::vector<std::string> WithoutFree(std::vector<std::string> calls) {
+    EXPECT_LE(std::erase(calls, "free"), 1U);
+    return calls;
+}
+
 std::wstring Action(const wchar_t* action, const std::wstring& text) {
     return T(std::wstring(L"WindowsServiceBase->") + action + L": " + text);
 }

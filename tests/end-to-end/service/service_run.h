@@ -52,6 +52,12 @@ class ServiceRun {
     std::size_t starts_ = 0;
 };
 
+/// Takes the object's end out. It may come late, on another thread than the main one, or be cut off
+/// by the end of the process, wherever no dispatcher waits for the last thread that holds the
+/// object: after a failed start, after a forced stop, and where the test calls the handler.
+[[nodiscard]] Records WithoutFree(Records records);
+[[nodiscard]] std::vector<std::string> WithoutFree(std::vector<std::string> calls);
+
 /// "WindowsServiceBase->Start: " and the text.
 [[nodiscard]] std::wstring Action(const wchar_t* action, const std::wstring& text);
 /// The line of a report.

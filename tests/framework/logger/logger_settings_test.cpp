@@ -483,7 +483,9 @@ TEST_F(LoggerSettingsTest, FailedExpansion_OpensNoFileAndIsNotToldByItself) {
         return INVALID_HANDLE_VALUE;
     });
     test::DebuggerChannel debugger;
-    const LoggerSettings settings(FileConfig(), nullptr);
+    LoggerConfig config = FileConfig();
+    config.LogDirectory = LogFolder().wstring() + L'\\';  // could be used without expansion, too
+    const LoggerSettings settings(config, nullptr);
     EXPECT_EQ(directories, 0);
     EXPECT_EQ(files, 0);
     // One for each header record.

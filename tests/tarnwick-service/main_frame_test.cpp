@@ -1,7 +1,8 @@
-#include "framework/exception/uncaught_exception.h"
+#include "tarnwick-service/main_frame.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 
@@ -10,7 +11,7 @@
 #include "tests/support/platform_hooks.h"
 #include "tests/support/scratch_folder.h"
 
-namespace framework {
+namespace tarnwick {
 namespace {
 
 #ifdef _MSC_VER
@@ -26,9 +27,9 @@ int ThrowOnTheMainThread(const std::vector<std::wstring>& arguments) {
         ::SetLastError(ERROR_DISK_FULL);
         return writes ? TRUE : FALSE;
     });
-    SendUncaughtExceptionsToFilter();
-    const ExceptionFilter filter({nullptr, nullptr, 0, arguments.at(0).c_str(), 0});
-    throw std::runtime_error("nobody catches this");
+    const framework::ExceptionFilter filter({nullptr, nullptr, 0, arguments.at(0).c_str(), 0});
+    CallOnMainFrame([](const void*) { throw std::runtime_error("nobody catches this"); }, nullptr);
+    return 0;
 }
 const test::ChildRoutine throwOnTheMainThread(L"throw-on-the-main-thread", ThrowOnTheMainThread);
 
@@ -48,5 +49,27 @@ INSTANTIATE_TEST_SUITE_P(DumpWritten, UncaughtException, ::testing::Values(L"yes
                              return std::string(test.index == 0 ? "Yes" : "No");
                          });
 
+/// Throws and catches above the frame, then gives the argument back as the exit code.
+int CatchAboveTheFrame(const std::vector<std::wstring>&) {
+    static int seen = 0;
+    constexpr int Given = 77;
+    CallOnMainFrame(
+        [](const void* argument) {
+            try {
+                throw std::runtime_error("caught at once");
+            } catch (const std::exception&) {
+                seen = *static_cast<const int*>(argument);
+            }
+        },
+        &Given);
+    return seen;
+}
+const test::ChildRoutine catchAboveTheFrame(L"catch-above-the-frame", CatchAboveTheFrame);
+
+TEST(CallOnMainFrame, CaughtException_StaysWithItsCatcherAndTheCallComesBack) {
+    test::Child child(test::SelfCommandLine(L"catch-above-the-frame"));
+    EXPECT_EQ(child.Wait(), 77U);
+}
+
 }  // namespace
-}  // namespace framework
+}  // namespace tarnwick
