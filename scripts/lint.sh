@@ -72,7 +72,7 @@ check_json() { sources '*.json' | tr '\n' '\0' | xargs -0r cmake -P scripts/chec
 check_cmake() {
     local folder=$root/build/lint/cmake trace=$root/build/lint/cmake.trace status=0 path
     rm -rf "$folder"
-    if ! cmake --preset mingw -B "$folder" -Werror=dev --trace --trace-redirect="$trace" \
+    if ! cmake --preset mingw -B "$folder" -DTARNWICK_BENCH=ON -Werror=dev --trace --trace-redirect="$trace" \
         >"$folder.log" 2>&1; then
         cat "$folder.log"
         return 1
