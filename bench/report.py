@@ -26,13 +26,24 @@ def processor():
     return platform.processor()
 
 
-def machine():
+def build_flags(build_folder):
+    cache = {}
+    for line in (build_folder / "CMakeCache.txt").read_text().splitlines():
+        name, colon, value = line.partition("=")
+        if colon:
+            cache[name.partition(":")[0]] = value
+    build_type = cache["CMAKE_BUILD_TYPE"]
+    flags = cache["CMAKE_CXX_FLAGS"] + " " + cache[f"CMAKE_CXX_FLAGS_{build_type.upper()}"]
+    return f"{build_type}: {flags.strip()} -static, stripped"
+
+
+def machine(build_folder):
     return {
         "processor": processor(),
         "processors used": "1",
         "system": first_line("uname", "-sr"),
         "compiler": first_line("x86_64-w64-mingw32-g++-posix", "--version"),
-        "flags": "Release: -O3 -DNDEBUG -static, stripped",
+        "flags": build_flags(build_folder),
         "Wine": first_line("/usr/lib/wine/wine64", "--version"),
     }
 
@@ -56,10 +67,17 @@ def cell(spread, remark):
     return text
 
 
-def verdict(row, ratio):
+def ratio_of(row):
+    product, limit = row["product"][0], row["limit"][0]
+    if product == limit:
+        return 1.0
+    return product / limit if limit else float("inf")
+
+
+def verdict(row):
     if not row["reach"]:
         return "shown"
-    return "reached" if ratio <= row["reach"] else "NOT reached"
+    return "reached" if ratio_of(row) <= row["reach"] else "NOT reached"
 
 
 def table(rows):
@@ -68,32 +86,31 @@ def table(rows):
         "|---|---|---|---|---|---|---|",
     ]
     for row in rows:
-        limit = row["limit"][0]
-        ratio = row["product"][0] / limit if limit else float("nan")
         reach = f"{row['reach']:g}" if row["reach"] else ""
         name = row["row"]
         if row["remark"] and row["remark"] != "bytes":
             name += f" ({row['remark']})"
         lines.append(
             f"| {name} | {cell(row['product'], row['remark'])} | {cell(row['limit'], row['remark'])}"
-            f" | {ratio:.2f} | {row['noise']:.2f} | {reach} | {verdict(row, ratio)} |"
+            f" | {ratio_of(row):.2f} | {row['noise']:.2f} | {reach} | {verdict(row)} |"
         )
     return "\n".join(lines)
 
 
 def main():
-    source, folder = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
+    source, build_folder, folder = map(pathlib.Path, sys.argv[1:4])
     rows = [json.loads(line) for line in source.read_text().splitlines() if line]
     if not rows:
         sys.exit("report.py: nothing was measured")
-    head = "\n".join(f"- {name}: {value}" for name, value in machine().items())
+    conditions = machine(build_folder)
+    head = "\n".join(f"- {name}: {value}" for name, value in conditions.items())
     if "--quick" in sys.argv:
         head += "\n- a quick run: the figures mean nothing"
     text = f"{head}\n\n{table(rows)}\n"
     print(text)
     (folder / "performance.md").write_text(text)
     (folder / "performance.json").write_text(
-        json.dumps({"machine": machine(), "rows": rows}, indent=2) + "\n"
+        json.dumps({"machine": conditions, "rows": rows}, indent=2) + "\n"
     )
 
 

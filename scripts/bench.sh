@@ -20,11 +20,12 @@ case ${1:-} in
     *) die "unknown argument: $1 (see --help)" ;;
 esac
 
-# A build folder of its own: the measuring programs are built on request only.
+# A build folder of its own, as the measuring programs are built on request only; the product in it
+# is built as it ships.
 build_folder=$root/build/bench
 build_bench() {
-    cmake --preset mingw -B "$build_folder" -DCMAKE_BUILD_TYPE=Release -DTARNWICK_TESTS=OFF \
-        -DTARNWICK_BENCH=ON && cmake --build "$build_folder"
+    cmake --preset mingw -B "$build_folder" -DTARNWICK_TESTS=OFF -DTARNWICK_BENCH=ON &&
+        cmake --build "$build_folder"
 }
 
 heading "Preparing the measurement"
@@ -48,7 +49,7 @@ begin_wine
 measure() {
     local label=$1
     shift
-    printf '  %-13s' "$label"
+    printf '  %-15s' "$label"
     local began=$SECONDS
     timeout 600 "$root/cmake/wine.sh" "$@" "${quick[@]}" 7>&- </dev/null >>"$rows" ||
         die "$label: the measurement failed"
@@ -57,7 +58,10 @@ measure() {
 
 heading "Measuring"
 measure logger "$build_folder/bin/bench-log.exe"
+taskset -pc 0,1 $$ >/dev/null
+measure "two processors" "$build_folder/bin/bench-log.exe" --two-processors
+taskset -pc 0 $$ >/dev/null
 measure processes "$build_folder/bin/bench-process.exe" "Z:${programs//\//\\}"
 
 heading "Product against limit"
-python3 "$root/bench/report.py" "$rows" "$root/out/bench" "${quick[@]}"
+python3 "$root/bench/report.py" "$rows" "$build_folder" "$root/out/bench" "${quick[@]}"

@@ -12,13 +12,13 @@ int main(int argc, char** argv) {
         twoProcessors |= std::strcmp(argv[index], "--two-processors") == 0;
     }
     if (twoProcessors) {
-        bench::MeasureRecordFromThreads(effort, 4);
+        bench::MeasureRecordFromThreads(effort, 4, 2);
         return 0;
     }
     bench::MeasureFilteredCall(effort);
     bench::MeasureRecordWork(effort);
     bench::MeasureRecordToFile(effort);
-    bench::MeasureRecordFromThreads(effort, 4);
+    bench::MeasureRecordFromThreads(effort, 4, 1);
 #ifdef BENCH_PEERS
     bench::MeasurePeers(effort);
 #endif

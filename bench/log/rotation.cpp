@@ -1,7 +1,9 @@
 #include <zlib.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -17,33 +19,81 @@ namespace {
 constexpr framework::LogSite Site = {L"rotation", L"TimeRotation"};
 constexpr std::uint32_t FileSize = 0x500000;
 
+/// Writes records whose text takes as long to pack as that of real components does.
+class VariedRecords {
+  public:
+    void LogOne() {
+        switch (Next() % 4) {
+            case 0:
+                framework::LogTrace(Site, L"%s: connection %08x accepted, %u bytes waiting\n",
+                                    Name(), Next(), Next() % 65536);
+                break;
+            case 1:
+                framework::LogTrace(Site, L"job %u of %s finished in %u ms with result 0x%08X\n",
+                                    Next() % 100000, Name(), Next() % 3000, Next());
+                break;
+            case 2:
+                framework::LogTrace(Site, L"%s reads C:\\ProgramData\\cache\\%08x\\%04x.bin\n",
+                                    Name(), Next(), Next() % 65536);
+                break;
+            default:
+                framework::LogTrace(Site, L"%s: queue holds %u entries, the oldest is %u s old\n",
+                                    Name(), Next() % 500, Next() % 90);
+                break;
+        }
+    }
+
+  private:
+    /// The same numbers in every run.
+    std::uint32_t Next() {
+        state_ = state_ * 1664525U + 1013904223U;
+        return state_ >> 8;
+    }
+    const wchar_t* Name() {
+        constexpr const wchar_t* Names[] = {L"heartbeat", L"worker", L"collector", L"uplink"};
+        return Names[Next() % std::size(Names)];
+    }
+
+    std::uint32_t state_ = 1;
+};
+
+/// Writes the same message over and over, which zlib packs many times as fast.
+class EqualRecords {
+  public:
+    void LogOne() {
+        framework::LogTrace(Site, L"component %s has finished its job with the number %08i \n",
+                            L"heartbeat", ++index_);
+    }
+
+  private:
+    int index_ = 0;
+};
+
 /// Fills a file up to its limit and times the one call that passes it. `copy` receives what the
 /// file held before that call.
+template <class Records>
 double TimeRotation(const std::filesystem::path& copy) {
+    constexpr std::uintmax_t NearlyFull = FileSize - 4096;
     framework::LoggerConfig config = ScratchLogger::UsualConfig();
     config.MaxFileSize = FileSize;
     config.CompressRotatedLogs = true;
     const ScratchLogger logger(config);
     const std::filesystem::path file = std::filesystem::directory_iterator(logger.Path())->path();
-    int index = 0;
-    const auto log = [&index] {
-        framework::LogTrace(Site, L"component %s has finished its job with the number %08i \n",
-                            L"heartbeat", ++index);
-    };
-    log();
-    const auto recordSize = std::filesystem::file_size(file) - 2;
-    while (std::filesystem::file_size(file) - 2 + recordSize * 512 <= FileSize) {
+    Records records;
+    while (std::filesystem::file_size(file) < NearlyFull - 512 * 256) {
         for (int record = 0; record < 512; ++record) {
-            log();
+            records.LogOne();
         }
     }
-    while (std::filesystem::file_size(file) - 2 + recordSize <= FileSize) {
-        log();
+    while (std::filesystem::file_size(file) < NearlyFull) {
+        records.LogOne();
     }
     // Not by copy_file, which can't overwrite with every run-time library.
     ::CopyFileW(file.c_str(), copy.c_str(), FALSE);
+    // One record that is sure to pass the limit.
+    const std::wstring text(4000, L'-');
     const double begin = Now();
-    log();
+    framework::LogTrace(Site, L"%s\n", text.c_str());
     return Now() - begin;
 }
 
@@ -69,9 +119,15 @@ double TimeBarePacking(const std::filesystem::path& source, const std::filesyste
 void MeasureRotation(const Effort& effort) {
     const ScratchFolder folder;
     const std::filesystem::path copy = folder.Path() / "copy";
+    const auto limit = [&] { return TimeBarePacking(copy, folder.Path() / "copy.gz"); };
     Print(Measure(
-        "rotation of 5 MiB", effort.Rounds(8), 1.05, [&copy] { return TimeRotation(copy); },
-        [&] { return TimeBarePacking(copy, folder.Path() / "copy.gz"); }));
+        "rotation of 5 MiB", effort.Rounds(8), 1.05,
+        [&copy] { return TimeRotation<VariedRecords>(copy); }, limit));
+    Row equal = Measure(
+        "rotation of 5 MiB", effort.Rounds(8), 0,
+        [&copy] { return TimeRotation<EqualRecords>(copy); }, limit);
+    equal.remark = "of one message over and over, which packs fast";
+    Print(equal);
 }
 
 }  // namespace bench

@@ -14,7 +14,7 @@ struct Effort {
 void MeasureFilteredCall(const Effort& effort);
 void MeasureRecordWork(const Effort& effort);
 void MeasureRecordToFile(const Effort& effort);
-void MeasureRecordFromThreads(const Effort& effort, int threads);
+void MeasureRecordFromThreads(const Effort& effort, int threads, int processors);
 void MeasurePeers(const Effort& effort);
 void MeasureRotation(const Effort& effort);
 void MeasureRetention(const Effort& effort);

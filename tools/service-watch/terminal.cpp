@@ -45,7 +45,7 @@ void Terminal::Write(std::string_view text) {
 }
 
 void Terminal::Heading(std::string_view text) {
-    Write("\n" + Styled(Style::Bold, text) + "\n\n");
+    Write(std::string("\n").append(Styled(Style::Bold, text)).append("\n\n"));
 }
 
 void Terminal::Field(std::string_view name, std::string_view value) {
