@@ -10,7 +10,10 @@ set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 command_file=$root/scripts/${0##*/}
-build_folder=$root/build/mingw
+# The preset of CMakePresets.json that is built, and its folder. A command that wants another one
+# calls use_preset before anything else.
+use_preset() { preset=$1 build_folder=$root/build/$1; }
+use_preset mingw
 # Run from any folder, work in one: Windows programs get relative paths, which need no translation.
 cd "$root"
 mkdir -p "$root/build"
@@ -113,9 +116,9 @@ configure_and_build() {
         rm -rf "$build_folder"
     fi
     if [ ! -f "$build_folder/build.ninja" ]; then
-        cmake --preset mingw || return
+        cmake --preset "$preset" || return
     fi
-    cmake --build --preset mingw "$@"
+    cmake --build --preset "$preset" "$@"
 }
 
 # build_targets TARGET...: one build at a time in one checkout; the lock is not handed on to the

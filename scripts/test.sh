@@ -1,8 +1,10 @@
 #!/bin/bash
 # Builds everything and runs all tests on Wine.
 #
-#   scripts/test.sh [ctest arguments]
+#   scripts/test.sh [--traps] [--long] [ctest arguments]
 #
+#   scripts/test.sh --traps       in a build that ends a program where the behaviour is undefined
+#   scripts/test.sh --long        the tests that draw cases or provoke races take their time
 #   scripts/test.sh -R Logger     only tests whose name matches
 #   scripts/test.sh -N            lists the tests
 #   scripts/test.sh -j1 -V        one at a time, with all that they say
@@ -13,9 +15,15 @@
 # shellcheck source=scripts/lib.sh
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
-case ${1:-} in
-    -h | --help) show_help && exit ;;
-esac
+while :; do
+    case ${1:-} in
+        -h | --help) show_help && exit ;;
+        --traps) use_preset mingw-traps ;;
+        --long) export TARNWICK_LONG_TESTS=1 ;;
+        *) break ;;
+    esac
+    shift
+done
 
 test_limit=300 # seconds, for a test that sets none itself
 
