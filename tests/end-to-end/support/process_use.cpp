@@ -1,9 +1,10 @@
 #include "tests/end-to-end/support/process_use.h"
 
-// Needs windows.h before it.
+// Need windows.h before them.
 #include <tlhelp32.h>
+#include <winternl.h>
 
-#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <ostream>
@@ -16,55 +17,25 @@ namespace {
 constexpr DWORD PollMs = 20;
 constexpr int Polls = 150;
 
-DWORD ThreadCount(DWORD processId) {
-    const framework::FileHandle snapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
-    DWORD count = 0;
-    THREADENTRY32 entry = {};
-    entry.dwSize = sizeof(entry);
-    for (BOOL more = ::Thread32First(snapshot.Get(), &entry); more != FALSE;
-         more = ::Thread32Next(snapshot.Get(), &entry)) {
-        count += entry.th32OwnerProcessID == processId ? 1U : 0U;
-    }
-    return count;
-}
+using Query = LONG(WINAPI*)(int kind, void* result, ULONG size, ULONG* needed);
 
-/// What the system tells about each open handle of all processes.
-struct HandleEntry {
-    void* object;
-    std::uintptr_t processId;
-    std::uintptr_t handle;
-    std::uint32_t access;
-    std::uint16_t creatorBackTraceIndex;
-    std::uint16_t typeIndex;
-    std::uint32_t attributes;
-    std::uint32_t reserved;
-};
-struct HandleTable {
-    std::uintptr_t count;
-    std::uintptr_t reserved;
-};
-
-/// Not with GetProcessHandleCount, which gives 0 on Wine.
-DWORD HandleCount(DWORD processId) {
-    using Query = LONG(WINAPI*)(int kind, void* result, ULONG size, ULONG* needed);
-    constexpr int ExtendedHandles = 64;
-    constexpr std::size_t MostEntries = 200000;
+/// What the system tells about all processes: records of varying length, one behind the other.
+std::vector<std::byte> AskForProcesses() {
+    constexpr LONG LengthMismatch = static_cast<LONG>(0xC0000004);
     const auto query = reinterpret_cast<Query>(reinterpret_cast<void*>(
         ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
-    std::vector<HandleEntry> memory(MostEntries);
-    ULONG needed = 0;
-    if (query(ExtendedHandles, memory.data(),
-              static_cast<ULONG>(memory.size() * sizeof(HandleEntry)), &needed) != 0) {
-        throw std::runtime_error("the system doesn't tell its handles");
+    std::vector<std::byte> memory(1 << 16);
+    for (;;) {
+        const LONG status = query(SystemProcessInformation, memory.data(),
+                                  static_cast<ULONG>(memory.size()), nullptr);
+        if (status >= 0) {
+            return memory;
+        }
+        if (status != LengthMismatch) {
+            throw std::runtime_error("the system doesn't tell its processes");
+        }
+        memory.resize(memory.size() * 2);
     }
-    HandleTable table = {};
-    std::memcpy(&table, memory.data(), sizeof(table));
-    std::vector<HandleEntry> entries(table.count);
-    std::memcpy(entries.data(), reinterpret_cast<const char*>(memory.data()) + sizeof(table),
-                entries.size() * sizeof(HandleEntry));
-    return static_cast<DWORD>(std::count_if(
-        entries.begin(), entries.end(),
-        [processId](const HandleEntry& entry) { return entry.processId == processId; }));
 }
 
 }  // namespace
@@ -73,9 +44,24 @@ std::ostream& operator<<(std::ostream& out, const ProcessUse& use) {
     return out << use.handles << " handles and " << use.threads << " threads";
 }
 
+// Not by GetProcessHandleCount, which gives 0 on Wine, nor by the list of all handles, which ends
+// Wine's server when a process without handles, one that just begins or ends, is in the list.
 ProcessUse UseOf(HANDLE process) {
     const DWORD processId = ::GetProcessId(process);
-    return {HandleCount(processId), ThreadCount(processId)};
+    const std::vector<std::byte> memory = AskForProcesses();
+    std::size_t offset = 0;
+    for (;;) {
+        SYSTEM_PROCESS_INFORMATION entry;
+        std::memcpy(&entry, memory.data() + offset, sizeof(entry));
+        if (static_cast<DWORD>(reinterpret_cast<std::uintptr_t>(entry.UniqueProcessId)) ==
+            processId) {
+            return {entry.HandleCount, entry.NumberOfThreads};
+        }
+        if (entry.NextEntryOffset == 0) {
+            return {};
+        }
+        offset += entry.NextEntryOffset;
+    }
 }
 
 ProcessUse AwaitUse(HANDLE process, const ProcessUse& expected) {
