@@ -1,0 +1,40 @@
+#ifndef TOOLS_CONTROLLER_CHECK_EXPECTATION_H
+#define TOOLS_CONTROLLER_CHECK_EXPECTATION_H
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "tools/controller-check/library_image.h"
+#include "tools/controller-check/story.h"
+
+namespace controller_check {
+
+enum class Verdict { Met, Failed, Open };
+
+/// `detail` says what was seen (failed) or why nothing could be (open).
+struct Finding {
+    Verdict verdict = Verdict::Met;
+    std::wstring detail;
+};
+
+/// Something that the host relies on. docs/writing-a-controller.md explains each one by its id.
+struct Expectation {
+    const wchar_t* id;
+    const wchar_t* statement;
+    const wchar_t* advice;
+    /// Null for what the file alone tells.
+    Finding (*judge)(const Story& story);
+};
+
+/// In the order of the report; those of the file come first, in the order of `JudgeFile`.
+[[nodiscard]] const std::vector<Expectation>& Expectations();
+
+inline constexpr std::size_t FileExpectations = 4;
+
+/// What can be said of a file before it is loaded. `readError` is 0 if it could be read.
+[[nodiscard]] std::vector<Finding> JudgeFile(unsigned long readError, const ImageFacts& facts);
+
+}  // namespace controller_check
+
+#endif  // TOOLS_CONTROLLER_CHECK_EXPECTATION_H

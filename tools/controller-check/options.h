@@ -1,0 +1,41 @@
+#ifndef TOOLS_CONTROLLER_CHECK_OPTIONS_H
+#define TOOLS_CONTROLLER_CHECK_OPTIONS_H
+
+#include <cstdint>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "tools/controller-check/round.h"
+
+namespace controller_check {
+
+enum class ColorChoice { WhenTerminal, Always, Never };
+
+struct Options {
+    std::wstring library;
+    std::vector<Round> rounds;          ///< those to play, in the order of `Rounds`
+    std::uint32_t timeout = 30000;      ///< milliseconds that a call may take
+    std::uint32_t workTime = 1000;      ///< milliseconds between start and stop
+    std::uint32_t afterFreeTime = 500;  ///< milliseconds in which nothing more may come
+    std::uint32_t repetitions = 3;      ///< of the round no-start
+    bool json = false;
+    bool quiet = false;
+    ColorChoice color = ColorChoice::WhenTerminal;
+    bool help = false;
+};
+
+/// What is wrong with a command line.
+struct OptionError {
+    std::wstring text;
+};
+
+/// Reads the arguments behind the program's name.
+[[nodiscard]] std::variant<Options, OptionError> ParseOptions(
+    const std::vector<std::wstring>& arguments);
+
+[[nodiscard]] std::wstring HelpText();
+
+}  // namespace controller_check
+
+#endif  // TOOLS_CONTROLLER_CHECK_OPTIONS_H

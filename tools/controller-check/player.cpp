@@ -1,0 +1,294 @@
+#include "tools/controller-check/player.h"
+
+// Needs windows.h before it.
+#include <objbase.h>
+
+#include <functional>
+#include <optional>
+
+#include "tools/controller-check/library_file.h"
+#include "tools/controller-check/memory_view.h"
+#include "tools/controller-check/played_host.h"
+
+namespace controller_check {
+namespace {
+
+constexpr std::size_t ControllerFunctions = sizeof(OrrinController) / sizeof(void*);
+
+PlayedHost* crashHost;
+
+LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* exception) {
+    crashHost->Crash(exception);
+}
+
+/// A thread as the service's actions have them.
+class LogicThread {
+  public:
+    explicit LogicThread(std::function<void()> work) : work_(std::move(work)) {
+        thread_.Reset(::CreateThread(nullptr, 0, Run, this, 0, nullptr));
+    }
+    ~LogicThread() { Wait(); }
+    LogicThread(const LogicThread&) = delete;
+    LogicThread& operator=(const LogicThread&) = delete;
+
+    void Wait() const { ::WaitForSingleObject(thread_.Get(), INFINITE); }
+
+  private:
+    static DWORD WINAPI Run(void* self) {
+        static_cast<LogicThread*>(self)->work_();
+        return 0;
+    }
+
+    std::function<void()> work_;
+    framework::KernelHandle thread_;
+};
+
+class Player {
+  public:
+    Player(const PlayOrder& order, Journal& journal)
+        : order_(order),
+          journal_(journal),
+          host_(*new PlayedHost(journal, order.round != Round::Console)) {}
+
+    void Play() {
+        if (!Load()) {
+            return;
+        }
+        crashHost = &host_;
+        ::SetUnhandledExceptionFilter(OnUnhandledException);
+        if (order_.round == Round::Unpack) {
+            Unpack();
+        } else {
+            LiveOnce();
+        }
+    }
+
+  private:
+    using ControllerFunction = int32_t (*OrrinController::*)(OrrinController*);
+
+    // ---- the library's file ----
+
+    bool Load() {
+        Enter(Call::Attach);
+        const LoadedLibrary loaded = LoadLibraryFile(order_.library);
+        if (loaded.module == nullptr) {
+            Event event = Of(EventKind::LoadFailed, Call::Attach);
+            event.code = loaded.error;
+            journal_.Add(event, loaded.missing);
+            return false;
+        }
+        Return(Call::Attach, 0);
+        exports_ = loaded.exports;
+        return exports_.create != nullptr && exports_.free != nullptr &&
+               exports_.bootstrap != nullptr;
+    }
+
+    // ---- the lives ----
+
+    void LiveOnce() {
+        ::CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+        host_.OfferController();
+        if (Create()) {
+            Serve();
+            Free();
+        }
+        ::CoUninitialize();
+    }
+
+    void Serve() {
+        switch (order_.round) {
+            case Round::Console:
+                if (Start()) {
+                    ::Sleep(order_.workTime);
+                    Stop();
+                }
+                break;
+            case Round::StopAtOnce:
+                StartAndStop(0);
+                break;
+            case Round::Service:
+                StartAndStop(order_.workTime);
+                break;
+            case Round::Shutdown:
+                StartBesideStop();
+                break;
+            case Round::ForcedStop:
+                StartAndGiveUp();
+                break;
+            case Round::NoStart:
+            case Round::Unpack:
+                break;
+        }
+    }
+
+    void StartAndStop(std::uint32_t workTime) {
+        bool started = false;
+        LogicThread([&] { started = Start(); }).Wait();
+        // A failed start and an interrupt are reported as stopped: no stop is delivered then.
+        if (started && WorkFor(workTime)) {
+            LogicThread([this] { Stop(); }).Wait();
+        }
+    }
+
+    void StartAndGiveUp() {
+        bool started = false;
+        LogicThread([&] { started = Start(); }).Wait();
+        if (started) {
+            static_cast<void>(WorkFor(order_.workTime));
+        }
+    }
+
+    void StartBesideStop() {
+        const framework::KernelHandle go(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        const LogicThread start([&] {
+            ::WaitForSingleObject(go.Get(), INFINITE);
+            static_cast<void>(Start());
+        });
+        const LogicThread stop([&] {
+            ::WaitForSingleObject(go.Get(), INFINITE);
+            Stop();
+        });
+        ::SetEvent(go.Get());
+    }
+
+    /// False if the library has given up.
+    [[nodiscard]] bool WorkFor(std::uint32_t milliseconds) const {
+        return ::WaitForSingleObject(host_.Interrupted(), milliseconds) == WAIT_TIMEOUT;
+    }
+
+    // ---- the host's calls ----
+
+    bool Create() {
+        LoaderImage& loader = host_.Loader();
+        Enter(Call::Create);
+        const std::int32_t code = exports_.create(&loader.params, &loader.controller);
+        OrrinController* const controller = loader.controller;
+        // The one field that the library writes; the host itself then notes its success.
+        loader.controller = nullptr;
+        Look(Call::Create);
+        loader.controller = controller;
+        loader.initialized = code == 0 ? 1 : 0;
+        host_.Records().Seal();
+        CheckApartment(Call::Create);
+        Return(Call::Create, code);
+        return code == 0 && RowIsGood(Call::Create);
+    }
+
+    /// As the host's loader starts. True if the service would go on.
+    [[nodiscard]] bool Start() {
+        if (Serve(Call::LoadAddons, &OrrinController::LoadAddons).value_or(1) != 0) {
+            return false;
+        }
+        const auto code = Serve(Call::Activate, &OrrinController::Activate);
+        if (code == 0 || !code) {
+            return code == 0;
+        }
+        static_cast<void>(Serve(Call::Deactivate, &OrrinController::Deactivate));
+        return code == ORRIN_ACTIVATE_SOFT_FAILURE;
+    }
+
+    /// As the host's loader stops.
+    void Stop() {
+        if (Serve(Call::NotifyOnStop, &OrrinController::NotifyOnStop) == 0) {
+            static_cast<void>(Serve(Call::Deactivate, &OrrinController::Deactivate));
+        }
+    }
+
+    /// Null if the row has no function to call.
+    std::optional<std::int32_t> Serve(Call call, ControllerFunction function) {
+        OrrinController* const controller = host_.Loader().controller;
+        if (!RowIsGood(call)) {
+            return std::nullopt;
+        }
+        Enter(call);
+        const std::int32_t code = (controller->*function)(controller);
+        Look(call);
+        Return(call, code);
+        return code;
+    }
+
+    void Free() {
+        Enter(Call::Free);
+        const std::int32_t code = exports_.free(host_.Loader().controller);
+        Look(Call::Free);
+        CheckApartment(Call::Free);
+        Return(Call::Free, code);
+        AwaitStragglers();
+    }
+
+    void Unpack() {
+        host_.OfferLogSink();
+        Enter(Call::Bootstrap);
+        const std::int32_t code = exports_.bootstrap(&host_.Loader().params);
+        Look(Call::Bootstrap);
+        Return(Call::Bootstrap, code);
+        AwaitStragglers();
+    }
+
+    void AwaitStragglers() {
+        host_.End();
+        ::Sleep(order_.afterFreeTime);
+        journal_.Add(Of(EventKind::Watched, Call::None));
+    }
+
+    // ---- looking ----
+
+    bool RowIsGood(Call call) {
+        const std::wstring fault = RowFault(host_.Loader().controller, ControllerFunctions);
+        if (!fault.empty()) {
+            journal_.Add(Of(EventKind::BadRow, call), fault);
+        }
+        return fault.empty();
+    }
+
+    void Look(Call call) {
+        const std::wstring change = host_.Records().FindChange();
+        if (!change.empty()) {
+            journal_.Add(Of(EventKind::RecordChanged, call), change);
+        }
+        if (::SetUnhandledExceptionFilter(OnUnhandledException) != OnUnhandledException) {
+            journal_.Add(Of(EventKind::FilterReplaced, call));
+        }
+    }
+
+    void CheckApartment(Call call) {
+        APTTYPE type = APTTYPE_CURRENT;
+        APTTYPEQUALIFIER qualifier = APTTYPEQUALIFIER_NONE;
+        if (::CoGetApartmentType(&type, &qualifier) != S_OK || type != APTTYPE_MTA) {
+            journal_.Add(Of(EventKind::ApartmentLost, call));
+        }
+    }
+
+    static Event Of(EventKind kind, Call call) {
+        Event event = {};
+        event.kind = kind;
+        event.call = call;
+        return event;
+    }
+
+    void Enter(Call call) { journal_.Add(Of(EventKind::Entered, call)); }
+
+    void Return(Call call, std::int32_t code) {
+        Event event = Of(EventKind::Returned, call);
+        event.code = code;
+        journal_.Add(event);
+    }
+
+    const PlayOrder& order_;
+    Journal& journal_;
+    PlayedHost& host_;
+    LibraryExports exports_ = {};
+};
+
+}  // namespace
+
+void PlayRound(const PlayOrder& order, Journal& journal) {
+    Player(order, journal).Play();
+    // What the library does when its process ends is the last that can hang or crash.
+    Event event = {};
+    event.kind = EventKind::Entered;
+    event.call = Call::ProcessEnd;
+    journal.Add(event);
+}
+
+}  // namespace controller_check

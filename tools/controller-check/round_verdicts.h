@@ -1,0 +1,43 @@
+/// What a round says about each expectation. Pure: the same story gives the same finding.
+#ifndef TOOLS_CONTROLLER_CHECK_ROUND_VERDICTS_H
+#define TOOLS_CONTROLLER_CHECK_ROUND_VERDICTS_H
+
+#include "tools/controller-check/expectation.h"
+#include "tools/controller-check/story.h"
+
+namespace controller_check {
+
+// The library's file and its answers.
+Finding JudgeDependencies(const Story& story);
+Finding JudgeAttach(const Story& story);
+Finding JudgeCreateResult(const Story& story);
+Finding JudgeControllerRow(const Story& story);
+Finding JudgeLoadResult(const Story& story);
+Finding JudgeActivateResult(const Story& story);
+Finding JudgeNotifyResult(const Story& story);
+Finding JudgeDeactivateResult(const Story& story);
+Finding JudgeFreeResult(const Story& story);
+Finding JudgeRowCallable(const Story& story);
+
+// What it does with the host.
+Finding JudgeRegisterContext(const Story& story);
+Finding JudgeRegistrarRow(const Story& story);
+Finding JudgeRegisterResult(const Story& story);
+Finding JudgeTooEarly(const Story& story);
+Finding JudgeGoesOn(const Story& story);
+Finding JudgeStopPermission(const Story& story);
+Finding JudgeLogText(const Story& story);
+Finding JudgeRecords(const Story& story);
+Finding JudgeCrashFilter(const Story& story);
+Finding JudgeCom(const Story& story);
+Finding JudgePreException(const Story& story);
+Finding JudgeAfterFree(const Story& story);
+
+// How its process ended.
+Finding JudgeInTime(const Story& story);
+Finding JudgeNoCrash(const Story& story);
+Finding JudgeNoExit(const Story& story);
+
+}  // namespace controller_check
+
+#endif  // TOOLS_CONTROLLER_CHECK_ROUND_VERDICTS_H
