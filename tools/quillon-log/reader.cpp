@@ -29,6 +29,13 @@ bool Reader::ReadNew(const RecordSink& sink, bool live) {
     return true;
 }
 
+void Reader::SkipPresent() {
+    for (const auto& [name, location] : ListLogs(folder_).value_or(LogFolder())) {
+        progress_[name].finished = true;
+    }
+    skipped_ = progress_.size();
+}
+
 void Reader::ReadLog(const LogLocation& location, Progress& progress, const RecordSink& sink,
                      bool live) {
     const bool isClosed = location.plain.empty();
@@ -37,6 +44,7 @@ void Reader::ReadLog(const LogLocation& location, Progress& progress, const Reco
         // It has been compressed since the folder was listed; the next look finds it so.
         return;
     }
+    lastFile_ = isClosed ? location.compressed : location.plain;
     progress.offset += read.bytes.size();
     Give(progress.parser.Take(read.bytes), sink);
     if (!live || isClosed || progress.parser.EndsInLineFeed()) {

@@ -24,8 +24,15 @@ class Reader {
     /// can't be read.
     bool ReadNew(const RecordSink& sink, bool live);
 
+    /// The logs that are there now are never read.
+    void SkipPresent();
+
     /// How many logs have been found so far.
     [[nodiscard]] std::size_t Found() const noexcept { return progress_.size(); }
+    /// How many of them have been read, in part at least.
+    [[nodiscard]] std::size_t FilesRead() const noexcept { return Found() - skipped_; }
+    /// Where the log stood that was read last; empty if there was none.
+    [[nodiscard]] const std::wstring& LastFile() const noexcept { return lastFile_; }
     /// Whether something was damaged or unreadable. Each such file has been told on standard error.
     [[nodiscard]] bool MetDamage() const noexcept { return metDamage_; }
 
@@ -42,6 +49,8 @@ class Reader {
 
     std::wstring folder_;
     std::map<LogName, Progress> progress_;
+    std::size_t skipped_ = 0;
+    std::wstring lastFile_;
     bool metDamage_ = false;
 };
 

@@ -15,14 +15,8 @@ const char* EscapeSequence(Style style) noexcept {
     switch (style) {
         case Style::Bold:
             return "\x1b[1m";
-        case Style::Dim:
-            return "\x1b[2m";
         case Style::Red:
             return "\x1b[31m";
-        case Style::Yellow:
-            return "\x1b[33m";
-        case Style::Green:
-            return "\x1b[32m";
         case Style::Plain:
             break;
     }

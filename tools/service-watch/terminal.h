@@ -7,7 +7,7 @@
 
 namespace service_watch {
 
-enum class Style { Plain, Bold, Dim, Red, Yellow, Green };
+enum class Style { Plain, Bold, Red };
 
 /// Standard output as UTF-8 with bare line feeds, so that a pipe into other tools gets clean lines.
 /// Any thread; one call is never torn apart by another.

@@ -13,9 +13,9 @@
 
 #include "framework/system/path_helpers.h"
 #include "framework/system/unique_handle.h"
-#include "tools/service-watch/log_follower.h"
-#include "tools/service-watch/log_text.h"
+#include "tools/quillon-log/output.h"
 #include "tools/service-watch/managed_service.h"
+#include "tools/service-watch/run_log.h"
 #include "tools/service-watch/state_text.h"
 #include "tools/service-watch/state_watch.h"
 
@@ -24,7 +24,7 @@ namespace service_watch {
 namespace {
 
 // In milliseconds.
-constexpr DWORD FollowPause = 20;             // between two looks at the log
+constexpr DWORD FollowPause = 50;             // between two looks at the log
 constexpr DWORD LateStopLimit = 1000;         // for the end of a stop that was refused or late
 constexpr ULONGLONG StopAcceptLimit = 15000;  // for the service to accept a stop
 constexpr ULONGLONG StopLimit = 180000;       // for the stop itself
@@ -73,7 +73,7 @@ class WatchedRun {
         : options_(options),
           terminal_(terminal),
           service_(options.serviceName),
-          follower_(LogFolders()) {}
+          log_(LogFolders()) {}
 
     ExitCode Run() {
         if (Prepare()) {
@@ -170,7 +170,7 @@ class WatchedRun {
                 processCode = code;
             }
         }
-        follower_.Finish([this](std::wstring_view line) { ShowLine(line); });
+        log_.Finish([this](const auto& record) { ShowRecord(record); });
         ShowResult(watch, processCode);
     }
 
@@ -185,11 +185,10 @@ class WatchedRun {
                                          " of the service, " +
                                          (processCode ? HexIfLarge(*processCode) : "none") +
                                          " of the process");
-        terminal_.Field("log", std::to_string(lines_) + " lines in " +
-                                   std::to_string(follower_.FileCount()) + " file(s)");
-        const std::wstring name = follower_.CurrentName();
-        if (!name.empty()) {
-            terminal_.Field("", ToUtf8(Shown(FileOnDisk(name + L".log"))));
+        terminal_.Field("log", std::to_string(log_.RecordCount()) + " records in " +
+                                   std::to_string(log_.FileCount()) + " file(s)");
+        if (const std::wstring file = log_.LastFile(); !file.empty()) {
+            terminal_.Field("", ToUtf8(Shown(file)));
         }
     }
 
@@ -205,7 +204,7 @@ class WatchedRun {
     }
 
     void Follow() {
-        follower_.Poll([this](std::wstring_view line) { ShowLine(line); });
+        log_.ReadNew([this](const auto& record) { ShowRecord(record); });
     }
 
     enum class Woken { First, Second, ByLimit };
@@ -227,14 +226,8 @@ class WatchedRun {
         }
     }
 
-    void ShowLine(std::wstring_view line) {
-        ++lines_;
-        const RecordHead head = FindRecordHead(line);
-        const Style style = head.tag == L'E'   ? Style::Red
-                            : head.tag == L'W' ? Style::Yellow
-                                               : Style::Plain;
-        terminal_.Write(terminal_.Styled(Style::Dim, ToUtf8(line.substr(0, head.size))) +
-                        terminal_.Styled(style, ToUtf8(line.substr(head.size))) + "\n");
+    void ShowRecord(const quillon_log::Record& record) {
+        terminal_.Write(ToUtf8(quillon_log::ToText(record, options_.color)));
     }
 
     void ShowStatus(const SERVICE_STATUS_PROCESS& status, StateWatch::Clock::duration since) {
@@ -262,12 +255,6 @@ class WatchedRun {
         return text.data();
     }
 
-    /// The service compresses its last file when it ends.
-    static std::wstring FileOnDisk(const std::wstring& path) {
-        const bool isPlain = ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
-        return isPlain ? path : path + L".gz";
-    }
-
     [[nodiscard]] std::wstring Shown(std::wstring path) const {
         if (options_.systemDrive.empty() || !path.starts_with(L"C:\\")) {
             return path;
@@ -279,8 +266,7 @@ class WatchedRun {
     const Options& options_;
     Terminal& terminal_;
     ManagedService service_;
-    LogFollower follower_;
-    std::uint64_t lines_ = 0;
+    RunLog log_;
     bool succeeded_ = true;
 };
 

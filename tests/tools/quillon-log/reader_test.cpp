@@ -130,6 +130,34 @@ TEST_F(ReaderTest, FollowingAHalfWrittenRecord_WaitsForItsEnd) {
     EXPECT_EQ(Read(reader_, true), (Messages{L"second"}));
 }
 
+TEST_F(ReaderTest, SkippedLogs_AreNeverReadNorCounted) {
+    const std::string old = "quillon-20261120-183005-123.0.log";
+    WritePlain(old, LogBytesOf({L"old"}));
+    WritePlain("quillon-20261119-183005-123.0.log.gz", "damaged");
+    reader_.SkipPresent();
+    WritePlain(old, LogBytesOf({L"old", L"still old"}));
+    EXPECT_TRUE(Read(reader_, true).empty());
+    EXPECT_EQ(reader_.FilesRead(), 0U);
+    EXPECT_EQ(reader_.LastFile(), L"");
+    EXPECT_FALSE(reader_.MetDamage());
+
+    WritePlain("quillon-20261121-183005-123.0.log", LogBytesOf({L"new"}));
+    EXPECT_EQ(Read(reader_, true), Messages{L"new"});
+    EXPECT_EQ(reader_.FilesRead(), 1U);
+}
+
+TEST_F(ReaderTest, LastFile_IsWhereTheLogStoodWhenItWasRead) {
+    const std::string name = "quillon-20261120-183005-123.0.log";
+    WritePlain(name, LogBytesOf({L"a"}));
+    Read(reader_, true);
+    EXPECT_EQ(reader_.LastFile(), (folder_.Path() / name).wstring());
+    WritePacked(name + ".gz", LogBytesOf({L"a", L"b"}));
+    Remove(name);
+    Read(reader_);
+    EXPECT_EQ(reader_.LastFile(), (folder_.Path() / (name + ".gz")).wstring());
+    EXPECT_EQ(reader_.FilesRead(), 1U);
+}
+
 TEST_F(ReaderTest, FolderThatIsNotThere_IsTold) {
     Reader reader((folder_.Path() / "missing").wstring());
     EXPECT_FALSE(reader.ReadNew([](const Record&) {}, false));

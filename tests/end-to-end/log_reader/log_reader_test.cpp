@@ -1,0 +1,153 @@
+// quillon-log on what the real executable has written.
+
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+#include "tests/end-to-end/log_reader/flat_json.h"
+#include "tests/end-to-end/support/host_folder.h"
+#include "tests/end-to-end/support/log_files.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+
+using JsonRecords = std::vector<std::map<std::string, std::string>>;
+
+/// Five megabytes and more, so that the file is switched once.
+constexpr const char* FillOneFile = "on load repeat 400 log trace filler repeat:x:8000\n";
+constexpr std::ptrdiff_t FillerRecords = 400;
+
+/// A run that has written two files and waits, with the second one open, until it is let go.
+class WaitingRun {
+  public:
+    WaitingRun() : written_(host_, "written"), go_(host_, "go") {
+        host_.Script(std::string(FillOneFile) +
+                     "on load log trace worker 100 % \"quoted\" \\\\ \\t Ж\n"
+                     "on load log warning worker careful\n"
+                     "on load log error worker broken\\nin two lines\n"
+                     "on load set-event " +
+                     written_.Name() + "\non load wait-event " + go_.Name() +
+                     " 60000\non load return 5\n");
+        process_ = host_.Start(L"-run");
+        EXPECT_TRUE(written_.Wait());
+    }
+
+    void LetGo() {
+        go_.Set();
+        EXPECT_EQ(process_->Wait(), 0U);
+    }
+
+    [[nodiscard]] std::vector<std::filesystem::path> Files() const {
+        return test::LogFilesIn(host_.Logs());
+    }
+
+    [[nodiscard]] std::string Read(const std::wstring& options) const {
+        test::Child reader(L'"' + (test::ProductFolder() / L"quillon-log.exe").wstring() + L"\" " +
+                           options + L" \"" + host_.Logs().wstring() + L'"');
+        EXPECT_EQ(reader.Wait(), 0U);
+        return reader.Output();
+    }
+
+    [[nodiscard]] JsonRecords ReadJson(const std::wstring& options = L"") const {
+        JsonRecords records;
+        std::istringstream lines(Read(L"--json " + options));
+        std::string line;
+        while (std::getline(lines, line)) {
+            records.push_back(test::ParseFlatJson(line));
+        }
+        return records;
+    }
+
+  private:
+    test::HostFolder host_;
+    test::SharedEvent written_;
+    test::SharedEvent go_;
+    std::unique_ptr<test::Child> process_;
+};
+
+/// The record as it stands in the file, without its time.
+std::string InFileForm(const std::map<std::string, std::string>& record) {
+    return '[' + record.at("level") + "][" + record.at("component") + "] " + record.at("message");
+}
+
+std::vector<std::string> MessagesOf(const JsonRecords& records) {
+    std::vector<std::string> messages;
+    for (const auto& record : records) {
+        messages.push_back(record.at("level") + ' ' + record.at("message"));
+    }
+    return messages;
+}
+
+TEST(LogReader, OpenAndRotatedFile_AreReadRecordByRecord) {
+    WaitingRun run;
+    const auto files = run.Files();
+    ASSERT_EQ(files.size(), 2U);
+    EXPECT_THAT(files[0].string(), EndsWith(".0.log.gz"));
+    EXPECT_THAT(files[1].string(), EndsWith(".1.log"));
+
+    // The lines of the two files, read by themselves.
+    std::vector<std::wstring> expected = test::ReadLogRecords(files[0]);
+    const std::vector<std::wstring> second = test::ReadLogRecords(files[1]);
+    expected.insert(expected.end(), second.begin(), second.end());
+    const JsonRecords records = run.ReadJson();
+    std::size_t line = 0;
+    for (const auto& record : records) {
+        ASSERT_LT(line, expected.size());
+        const std::string inFile = InFileForm(record);
+        // Two records of a header tell the time, which the expected lines leave out.
+        const bool isTime = inFile.ends_with(" UTC") || inFile.ends_with(" LOCAL");
+        const auto text = std::filesystem::path(expected[line]).u8string();
+        if (!isTime) {
+            EXPECT_EQ(inFile, std::string(text.begin(), text.end()));
+        }
+        ++line;
+    }
+    EXPECT_EQ(line, expected.size());
+    EXPECT_EQ(std::count_if(records.begin(), records.end(),
+                            [](const auto& record) { return record.at("component") == "filler"; }),
+              FillerRecords);
+    run.LetGo();
+}
+
+TEST(LogReader, Filters_LeaveWhatIsAskedFor) {
+    WaitingRun run;
+    EXPECT_THAT(
+        MessagesOf(run.ReadJson(L"--component worker")),
+        ElementsAre("T 100 % \"quoted\" \\ \t \xD0\x96", "W careful", "E broken\nin two lines"));
+    EXPECT_THAT(MessagesOf(run.ReadJson(L"--component worker --level warning")),
+                ElementsAre("W careful", "E broken\nin two lines"));
+    EXPECT_THAT(MessagesOf(run.ReadJson(L"--level error")), ElementsAre("E broken\nin two lines"));
+    EXPECT_THAT(MessagesOf(run.ReadJson(L"--component filler --lines 7")),
+                testing::AllOf(testing::SizeIs(7), testing::Each("T " + std::string(8000, 'x'))));
+    EXPECT_THAT(
+        run.Read(L"--level warning --component worker --lines 2"),
+        testing::MatchesRegex("....-..-.. ..:..:..\\.... W worker: careful\n"
+                              "....-..-.. ..:..:..\\.... E worker: broken\nin two lines\n"));
+    run.LetGo();
+}
+
+TEST(LogReader, ClosedRun_IsReadFromCompressedFilesAloneUpToItsEnd) {
+    WaitingRun run;
+    run.LetGo();
+    for (const auto& file : run.Files()) {
+        EXPECT_EQ(file.extension(), L".gz");
+    }
+    const JsonRecords records = run.ReadJson();
+    EXPECT_EQ(records.back().at("message"), "End");
+    EXPECT_EQ(records.back().at("component"), "quillon");
+    EXPECT_THAT(MessagesOf(run.ReadJson(L"--level error")),
+                ElementsAre("E broken\nin two lines", "E Orrin->LoadAddons failed with error 5"));
+}
+
+TEST(FlatJson, BrokenObjects_AreRefused) {
+    EXPECT_EQ(test::ParseFlatJson("{\"a\":\"\\u0001\\\"\",\"cut\":true}").at("a"), "\x01\"");
+    for (const char* text :
+         {"", "{", "{}", "{\"a\":1}", "{\"a\":\"b\"", "{\"a\":\"b\"}x", "{\"a\":\"b\",}",
+          "{\"a\":\"\\x\"}", "{\"a\":\"b\",\"a\":\"c\"}", "{\"a\":\"\t\"}"}) {
+        EXPECT_THROW(static_cast<void>(test::ParseFlatJson(text)), std::runtime_error) << text;
+    }
+}
+
+}  // namespace
