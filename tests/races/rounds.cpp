@@ -1,0 +1,182 @@
+#include "tests/races/rounds.h"
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <thread>
+
+#include "tests/tarnwick-service/signal.h"
+
+namespace test {
+namespace {
+
+constexpr std::uint32_t NoDelayShare = 3;  ///< one delay in so many is none
+
+std::optional<std::uint32_t> NumberFrom(const char* name) {
+    const char* const text = std::getenv(name);
+    if (text == nullptr || *text == '\0') {
+        return std::nullopt;
+    }
+    return static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10));
+}
+
+std::string ReplayText(std::uint32_t seed, std::uint32_t round) {
+    return "TARNWICK_SEED=" + std::to_string(seed) + " TARNWICK_ROUND=" + std::to_string(round);
+}
+
+/// Ends the process if a round takes too long. One thread for all rounds.
+class Watchdog {
+  public:
+    explicit Watchdog(DWORD limitMs) : limitMs_(limitMs) {}
+    ~Watchdog() {
+        {
+            const std::lock_guard guard(lock_);
+            over_ = true;
+        }
+        changed_.notify_all();
+    }
+    Watchdog(const Watchdog&) = delete;
+    Watchdog& operator=(const Watchdog&) = delete;
+
+    void Begin(RaceRound& round) {
+        const std::lock_guard guard(lock_);
+        round_ = &round;
+        deadline_ = ::GetTickCount64() + limitMs_;
+    }
+    void End() {
+        const std::lock_guard guard(lock_);
+        round_ = nullptr;
+    }
+
+  private:
+    void Watch() {
+        std::unique_lock guard(lock_);
+        while (!over_) {
+            changed_.wait_for(guard, std::chrono::milliseconds(500));
+            if (round_ != nullptr && ::GetTickCount64() > deadline_) {
+                GiveUp(*round_);
+            }
+        }
+    }
+
+    // What the round itself has to tell may meet the very lock on which it hangs.
+    [[noreturn]] void GiveUp(RaceRound& round) const {
+        constexpr DWORD TellLimitMs = 5000;
+        std::fprintf(stderr, "The round hangs after %lu ms; to repeat it: %s\n", limitMs_,
+                     ReplayText(round.Seed(), round.Number()).c_str());
+        std::fflush(stderr);
+        std::jthread teller([&round] {
+            std::fprintf(stderr, "%s\n", round.TellHang().c_str());
+            std::fflush(stderr);
+            ::TerminateProcess(::GetCurrentProcess(), 1);
+        });
+        teller.detach();
+        ::SleepEx(TellLimitMs, FALSE);
+        std::fputs("Nothing more can be told: its locks are held.\n", stderr);
+        std::fflush(stderr);
+        ::TerminateProcess(::GetCurrentProcess(), 1);
+        std::abort();
+    }
+
+    const DWORD limitMs_;
+    std::mutex lock_;
+    std::condition_variable changed_;
+    // Guarded by lock_.
+    bool over_ = false;
+    RaceRound* round_ = nullptr;
+    ULONGLONG deadline_ = 0;
+    std::jthread thread_{[this] { Watch(); }};
+};
+
+}  // namespace
+
+void Delay::Pass() const {
+    LARGE_INTEGER frequency = {};
+    LARGE_INTEGER start = {};
+    LARGE_INTEGER now = {};
+    ::QueryPerformanceFrequency(&frequency);
+    ::QueryPerformanceCounter(&start);
+    now = start;
+    while ((now.QuadPart - start.QuadPart) * 1000000 < microseconds_ * frequency.QuadPart) {
+        ::SwitchToThread();
+        ::QueryPerformanceCounter(&now);
+    }
+}
+
+RaceRound::RaceRound(std::uint32_t seed, std::uint32_t number) : seed_(seed), number_(number) {
+    std::seed_seq sequence{seed, number};
+    random_.seed(sequence);
+}
+
+std::uint32_t RaceRound::Below(std::uint32_t limit) {
+    return std::uniform_int_distribution<std::uint32_t>(0, limit - 1)(random_);
+}
+
+Delay RaceRound::DrawDelay(std::uint32_t longest) {
+    return Delay(Below(NoDelayShare) == 0 ? 0 : Below(longest + 1));
+}
+
+Delay RaceRound::Jitter(std::uint32_t longest) noexcept {
+    // The last steps of a well-known mixing function: neighbours give unlike numbers.
+    std::uint32_t mixed = seed_ + number_ * 2654435761U + ++jitters_ * 40503U;
+    mixed = (mixed ^ (mixed >> 16)) * 0x85EBCA6BU;
+    mixed = (mixed ^ (mixed >> 13)) * 0xC2B2AE35U;
+    mixed ^= mixed >> 16;
+    return Delay(mixed % NoDelayShare == 0 ? 0 : (mixed / NoDelayShare) % (longest + 1));
+}
+
+RaceRound::HangReport::HangReport(RaceRound& round, std::function<std::string()> tell)
+    : round_(round) {
+    const std::lock_guard guard(round_.lock_);
+    round_.tell_ = std::move(tell);
+}
+
+RaceRound::HangReport::~HangReport() {
+    const std::lock_guard guard(round_.lock_);
+    round_.tell_ = nullptr;
+}
+
+std::string RaceRound::TellHang() {
+    const std::lock_guard guard(lock_);
+    return tell_ ? tell_() : "The round has nothing to tell.";
+}
+
+void PlayRounds(const RacePlan& plan, const std::function<void(RaceRound&)>& play) {
+    const std::uint32_t seed = NumberFrom("TARNWICK_SEED").value_or(std::random_device{}());
+    const std::uint32_t first = NumberFrom("TARNWICK_ROUND").value_or(0);
+    const bool isLong = NumberFrom("TARNWICK_LONG_TESTS").value_or(0) != 0;
+    const std::uint32_t rounds = isLong ? plan.longRounds : plan.rounds;
+    std::printf("TARNWICK_SEED=%u, %u rounds\n", static_cast<unsigned>(seed),
+                static_cast<unsigned>(rounds));
+    std::fflush(stdout);
+    Watchdog watchdog(plan.roundLimitMs);
+    for (std::uint32_t number = first; number < first + rounds; ++number) {
+        RaceRound round(seed, number);
+        watchdog.Begin(round);
+        play(round);
+        watchdog.End();
+        if (testing::Test::HasFailure()) {
+            ADD_FAILURE() << "to repeat this round: " << ReplayText(seed, number);
+            return;
+        }
+    }
+}
+
+void RunTogether(RaceRound& round, const std::vector<std::function<void()>>& routines) {
+    Signal start;
+    std::vector<std::jthread> threads;
+    for (const std::function<void()>& routine : routines) {
+        threads.emplace_back([&start, &routine, delay = round.DrawDelay()] {
+            EXPECT_TRUE(start.Wait());
+            delay.Pass();
+            routine();
+        });
+    }
+    start.Set();
+}
+
+}  // namespace test
