@@ -15,7 +15,9 @@ using tarnwick::WindowsServiceBase;
 
 constexpr std::size_t InterruptAt = LoaderLayout::Params + 32;
 constexpr std::size_t EnableStopAt = LoaderLayout::Interaction + 48;
-constexpr std::uint32_t LongestCallMicroseconds = 1000;
+// A start that outlasts the stop is as likely as one that doesn't.
+constexpr std::uint32_t LongestStartMicroseconds = 3000;
+constexpr std::uint32_t LongestStopMicroseconds = 800;
 constexpr std::uint32_t LongestReportMicroseconds = 60;
 constexpr std::wstring_view StatusLineMark = L"->SetServiceStatus: ";
 constexpr std::wstring_view StopAllowedMark = L"->EnableStopFromSCM: SERVICE_ACCEPT_STOP set";
@@ -51,13 +53,15 @@ ServiceRound::ServiceRound(RaceRound& round)
           handler_ = handler;
           return reinterpret_cast<SERVICE_STATUS_HANDLE>(std::uintptr_t{0x5E1});
       }),
+      lockDelay_(round),
       hangReport_(round, [this] { return Tell(); }) {
     controller_.actions["LoadAddons"] = [this] { startBegun_.Set(); };
-    for (const char* call : {"Activate", "NotifyOnStop"}) {
-        controller_.actions[call] = [delay = round.DrawDelay(LongestCallMicroseconds)] {
-            delay.Pass();
-        };
-    }
+    controller_.actions["Activate"] = [delay = round.DrawDelay(LongestStartMicroseconds)] {
+        delay.Pass();
+    };
+    controller_.actions["NotifyOnStop"] = [delay = round.DrawDelay(LongestStopMicroseconds)] {
+        delay.Pass();
+    };
     service_ = KeldaneService::GetOrCreateInstance({L"TestService", 0, 1, 0, L""});
 }
 

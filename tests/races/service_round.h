@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tarnwick-service/keldane_service.h"
+#include "tests/races/lock_delay.h"
 #include "tests/races/report_watch.h"
 #include "tests/races/rounds.h"
 #include "tests/support/log_capture.h"
@@ -62,6 +63,7 @@ class ServiceRound {
     LPHANDLER_FUNCTION handler_ = nullptr;
     ScopedHook<RegisterServiceCtrlHandlerWHook> registerHook_;
     FakeController controller_;
+    LockDelay lockDelay_;
     // Joins its threads before any of what stands above goes.
     ThreadWatch threads_;
     std::shared_ptr<tarnwick::WindowsServiceBase> service_;
