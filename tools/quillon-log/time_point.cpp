@@ -1,5 +1,6 @@
 #include "tools/quillon-log/time_point.h"
 
+#include <chrono>
 #include <cstddef>
 #include <limits>
 
@@ -93,9 +94,17 @@ std::optional<std::uint64_t> ParseAge(std::wstring_view text) {
     }
 }
 
+/// Wine's own check takes the 29th of February for a day of every year.
+bool IsRealDay(const SYSTEMTIME& time) {
+    const std::chrono::year_month_day day(std::chrono::year(time.wYear),
+                                          std::chrono::month(time.wMonth),
+                                          std::chrono::day(time.wDay));
+    return day.ok();
+}
+
 bool IsRealTime(const SYSTEMTIME& time) {
     FILETIME ignored = {};
-    return ::SystemTimeToFileTime(&time, &ignored) != FALSE;
+    return IsRealDay(time) && ::SystemTimeToFileTime(&time, &ignored) != FALSE;
 }
 
 /// Reads by a shape in which a letter stands for a digit of a part of the time and everything else

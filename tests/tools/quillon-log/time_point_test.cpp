@@ -15,9 +15,15 @@ TEST(ParseStamp, OtherShapesAndImpossibleTimes_AreRefused) {
     for (const wchar_t* text :
          {L"", L"20261120-183005-12", L"20261120-183005-1234", L"20261120 183005-123",
           L"2026112x-183005-123", L"20261320-183005-123", L"20260230-183005-123",
-          L"20261120-243005-123", L"20261120-186005-123"}) {
+          L"20261120-243005-123", L"20261120-186005-123", L"20230229-183005-123",
+          L"21000229-183005-123"}) {
         EXPECT_FALSE(ParseStamp(text)) << text;
     }
+}
+
+TEST(ParseStamp, LeapDays_AreRead) {
+    EXPECT_EQ(ParseStamp(L"20240229-183005-123"), 20240229'183005'123);
+    EXPECT_EQ(ParseStamp(L"20000229-183005-123"), 20000229'183005'123);
 }
 
 struct TypedTime {
