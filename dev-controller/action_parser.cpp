@@ -201,6 +201,7 @@ Action ParseUnchecked(ScriptWords& words, ActionPlace place) {
 }  // namespace
 
 Action ParseAction(ScriptWords& words, ActionPlace place) {
+    const ScriptWords::Nesting nesting(words);
     Action action = ParseUnchecked(words, place);
     words.ExpectEnd();
     return action;

@@ -10,6 +10,7 @@ namespace {
 constexpr std::wstring_view kBlanks = L" \t";
 constexpr std::wstring_view kRepeat = L"repeat:";
 constexpr uint64_t kMaximumRepeat = 1000000;
+constexpr int kMaximumDepth = 64;
 
 int DigitValue(wchar_t digit) {
     if (digit >= L'0' && digit <= L'9') {
@@ -60,6 +61,12 @@ std::optional<uint64_t> ParseNumber(std::wstring_view text) {
         value = value * base + added;
     }
     return value;
+}
+
+ScriptWords::Nesting::Nesting(ScriptWords& words) : words_(words) {
+    if (++words_.depth_ > kMaximumDepth) {
+        words_.Fail(L"actions stand within each other at most 64 deep");
+    }
 }
 
 void ScriptWords::SkipBlanks() {

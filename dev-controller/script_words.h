@@ -42,6 +42,19 @@ class ScriptWords {
     void ExpectEnd();
     [[nodiscard]] const std::optional<std::wstring>& Mistake() const { return mistake_; }
 
+    /// One action within another, for as long as it lives. Too many of them are a mistake: each is
+    /// a call within a call of the parser, and later of the player.
+    class Nesting {
+      public:
+        explicit Nesting(ScriptWords& words);
+        ~Nesting() { --words_.depth_; }
+        Nesting(const Nesting&) = delete;
+        Nesting& operator=(const Nesting&) = delete;
+
+      private:
+        ScriptWords& words_;
+    };
+
   private:
     void SkipBlanks();
     std::wstring QuotedText();
@@ -49,6 +62,7 @@ class ScriptWords {
     std::wstring RepeatedCharacter(std::wstring_view text);
 
     std::wstring_view rest_;
+    int depth_ = 0;
     std::optional<std::wstring> mistake_;
 };
 

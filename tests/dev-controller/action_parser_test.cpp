@@ -154,6 +154,21 @@ TEST(ActionParser, SimpleActions) {
     ExpectMistake(L"dance");
 }
 
+std::wstring Nested(int depth) {
+    std::wstring text;
+    for (int level = 1; level < depth; ++level) {
+        text += L"thread ";
+    }
+    return text + L"flush";
+}
+
+TEST(ActionParser, ActionsWithinActions_AreSixtyFourDeepAtMost) {
+    Parsed<StartThreads>(Nested(64).c_str());
+    ExpectMistake(Nested(65).c_str());
+    // Deep enough to use up the stack of a parser without a limit.
+    ExpectMistake(Nested(100000).c_str());
+}
+
 TEST(ParseCallRange, ReadsEachForm) {
     const auto single = ParseCallRange(L"3");
     ASSERT_TRUE(single);
