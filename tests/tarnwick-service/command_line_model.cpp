@@ -1,6 +1,7 @@
 #include "tests/tarnwick-service/command_line_model.h"
 
 #include <cstdint>
+#include <cwctype>
 
 namespace test {
 namespace {
@@ -17,7 +18,7 @@ std::wstring Lower(std::wstring text) {
 /// Blanks, a sign, digits; the rest doesn't count. Beyond 31 bits the nearest value.
 std::uint32_t Number(const std::wstring& text) {
     std::size_t at = 0;
-    while (at < text.size() && (text[at] == L' ' || (text[at] >= 9 && text[at] <= 13))) {
+    while (at < text.size() && std::iswspace(text[at]) != 0) {
         ++at;
     }
     bool negative = false;

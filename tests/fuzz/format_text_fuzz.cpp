@@ -1,0 +1,75 @@
+// Finished texts that are read as formats once more: nothing may be read behind them.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+
+#include "framework/system/wide_format.h"
+#include "tests/framework/system/guarded_block.h"
+#include "tests/fuzz/target.h"
+
+namespace fuzz {
+namespace {
+
+const std::wstring Characters =
+    L"%%%%%%sdnSpcCxXuiofgeEGaAZ*.-+ #0123456789hlwILzjtqyKk\n\\:{}\x0436\x65E5\xD83D";
+const std::vector<std::wstring> Words = {
+    L"%s",          L"%n",   L"%%",  L"%",   L"%I64d",         L"%*.*s",
+    L"%-+ #08.3lf", L"%I32", L"%wZ", L"%hn", L"%99999999999d", L"%.",
+    L"%l"};
+
+Input Generate(Random& random) {
+    std::wstring text;
+    for (std::size_t count = random.Below(8); count != 0; --count) {
+        text += random.OneIn(2) ? random.Text(Characters, 8) : random.Pick(Words);
+    }
+    return {text};
+}
+
+std::wstring WithoutPercentSigns(std::wstring text) {
+    std::erase(text, L'%');
+    return text;
+}
+
+/// Text, format and arguments end each at a page that can't be touched.
+struct Blocks {
+    test::GuardedBlock text;
+    test::GuardedBlock format;
+    test::GuardedBlock output;
+    test::GuardedBlock arguments;
+};
+
+std::string Check(const Blocks& blocks, const Input& given) {
+    // A conversion gets a second percent sign: the format can be half as long again.
+    constexpr std::size_t Longest = test::GuardedBlock::Size / sizeof(wchar_t) * 2 / 3 - 1;
+    const std::wstring text =
+        given.empty() ? L"" : std::wstring(given[0].substr(0, Longest).c_str());
+    const std::wstring format = framework::WithoutConversions(blocks.text.Place(text));
+    wchar_t* const buffer = blocks.output.Last(text.size() + 1);
+    const int length = framework::PrintCut(buffer, text.size() + 1, blocks.format.Place(format),
+                                           static_cast<std::va_list>(blocks.arguments.End()));
+    if (length < 0) {
+        return "the printed text is longer than the text";
+    }
+    const std::wstring printed(buffer, static_cast<std::size_t>(length));
+    if (WithoutPercentSigns(printed) != WithoutPercentSigns(text)) {
+        return "more than percent signs is lost: " + Escaped({printed});
+    }
+    // What holds no percent sign comes back as it is.
+    const bool plain = text.find(L'%') == std::wstring::npos;
+    return plain && printed != text ? "a plain text is changed" : "";
+}
+
+TEST(Fuzz, FormatText) {
+    const Blocks blocks;
+    TryTarget({"format-text",
+               Generate,
+               [&blocks](const Input& input) { return Check(blocks, input); },
+               {Words, Characters, 1500, true},
+               40000,
+               300000});
+}
+
+}  // namespace
+}  // namespace fuzz

@@ -1,0 +1,41 @@
+#ifndef TESTS_FUZZ_WATCHDOG_H
+#define TESTS_FUZZ_WATCHDOG_H
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace fuzz {
+
+/// Ends the process if one input takes longer than `LimitSeconds`: a hang is a finding like any
+/// other.
+class Watchdog {
+  public:
+    static constexpr int LimitSeconds = 30;
+
+    /// `inputFile` is named when the limit is passed.
+    explicit Watchdog(std::string inputFile);
+    ~Watchdog();
+    Watchdog(const Watchdog&) = delete;
+    Watchdog& operator=(const Watchdog&) = delete;
+
+    /// The next input has begun.
+    void Mark() noexcept { ++inputs_; }
+
+  private:
+    void Watch();
+
+    std::string inputFile_;
+    std::atomic<std::uint64_t> inputs_{0};
+    std::mutex lock_;
+    std::condition_variable change_;
+    bool over_ = false;  ///< guarded by lock_
+    std::thread thread_;
+};
+
+}  // namespace fuzz
+
+#endif  // TESTS_FUZZ_WATCHDOG_H
