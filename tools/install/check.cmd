@@ -80,10 +80,16 @@ set "finding=setting %1"
 call set "value=%%default_%1%%"
 call "%shared%" has "%service_key%" %1 REG_DWORD
 if errorlevel 1 goto setting_wrong
-for /f "tokens=3" %%v in ('reg query "%service_key%" /v %1') do set /a number=%%v
+for /f "tokens=3" %%v in ('reg query "%service_key%" /v %1') do call :to_number %%v
 set "finding=setting %1 = %number%"
 if not "%number%"=="%value%" set "finding=setting %1 = %number%, default %value%"
 call :well
+goto :eof
+
+rem From 0x80000000 on the interpreter can't tell the number; it is shown as it stands.
+:to_number
+set "number=%1"
+set /a number=%1 2>nul
 goto :eof
 
 :setting_wrong

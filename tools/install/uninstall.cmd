@@ -115,10 +115,14 @@ goto :eof
 call "%shared%" has "%service_key%" %1 REG_
 if errorlevel 1 goto :eof
 call set "value=%%default_%1%%"
-set "stored="
-for /f "tokens=3" %%v in ('reg query "%service_key%" /v %1') do set "stored=%%v"
-set /a number=%stored% + 0
-if not "%number%"=="%value%" call :told "setting %1 was %stored%"
+for /f "tokens=3" %%v in ('reg query "%service_key%" /v %1') do call :to_number %%v
+if not "%number%"=="%value%" call :told "setting %1 was %number%, default %value%"
+goto :eof
+
+rem From 0x80000000 on the interpreter can't tell the number; it is shown as it stands.
+:to_number
+set "number=%1"
+set /a number=%1 2>nul
 goto :eof
 
 :delete_service
