@@ -62,6 +62,8 @@ def lines_not_run(files):
 
 def main():
     files = json.loads(pathlib.Path(sys.argv[1]).read_text(encoding="utf-8"))["files"]
+    for file in files:
+        file["lines"] = [line for line in file["lines"] if not line["gcovr/noncode"]]
     reasons = read_reasons(pathlib.Path(sys.argv[2]))
     folders = count(files)
     print_table(folders)

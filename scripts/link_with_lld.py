@@ -28,4 +28,13 @@ def linker_arguments(command):
             yield argument
 
 
-os.execvp(LINKER, [LINKER, *linker_arguments(sys.argv[1:])])
+def main():
+    command = sys.argv[1:]
+    # The host is linked as it ships: the other linker reads neither its whole archives nor the
+    # import library that dlltool made for it.
+    if any("--whole-archive" in argument for argument in command):
+        os.execvp(command[0], command)
+    os.execvp(LINKER, [LINKER, *linker_arguments(command)])
+
+
+main()

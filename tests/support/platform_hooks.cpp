@@ -1,8 +1,34 @@
 #include "tests/support/platform_hooks.h"
 
+#ifdef TARNWICK_COVERAGE
+extern "C" {
+#include <gcov.h>
+}
+#endif
+
 // Initialised before any code runs: the run-time library's own start-up calls through them too.
 #define TEST_DEFINE_HOOK(module, name) decltype(&::name) __imp_##name = &test::name##Hook::Enter;
 
 extern "C" {
 TEST_PLATFORM_CALLS(TEST_DEFINE_HOOK)
 }
+
+#ifdef TARNWICK_COVERAGE
+namespace {
+
+/// A process that ends itself at once would take its counts with it.
+BOOL WINAPI TerminateCounted(HANDLE process, UINT exitCode) {
+    if (process == ::GetCurrentProcess()) {
+        __gcov_dump();
+        __gcov_reset();
+    }
+    return test::TerminateProcessHook::Enter(process, exitCode);
+}
+
+[[maybe_unused]] const bool counted = [] {
+    __imp_TerminateProcess = TerminateCounted;
+    return true;
+}();
+
+}  // namespace
+#endif

@@ -49,6 +49,31 @@ INSTANTIATE_TEST_SUITE_P(DumpWritten, UncaughtException, ::testing::Values(L"yes
                              return std::string(test.index == 0 ? "Yes" : "No");
                          });
 
+/// Arguments: the dump's path. The dump can't be written, so that whoever comes next ends the
+/// process.
+int FaultOnTheMainThread(const std::vector<std::wstring>& arguments) {
+    const test::ScopedHook<test::MiniDumpWriteDumpHook> hook([](auto...) {
+        ::SetLastError(ERROR_DISK_FULL);
+        return FALSE;
+    });
+    const framework::ExceptionFilter filter({nullptr, nullptr, 0, arguments.at(0).c_str(), 0});
+    CallOnMainFrame(
+        [](const void*) {
+            ::RaiseException(STATUS_ACCESS_VIOLATION, EXCEPTION_NONCONTINUABLE, 0, nullptr);
+        },
+        nullptr);
+    return 0;
+}
+const test::ChildRoutine faultOnTheMainThread(L"fault-on-the-main-thread", FaultOnTheMainThread);
+
+TEST(CallOnMainFrame, AnyOtherException_PassesTheFrameAndEndsWithItsOwnCode) {
+    const test::ScratchFolder folder;
+    const std::filesystem::path dump = folder.Path() / L"a.dmp";
+    test::Child child(test::SelfCommandLine(L"fault-on-the-main-thread", {dump.wstring()}));
+    EXPECT_EQ(child.Wait(), static_cast<std::uint32_t>(STATUS_ACCESS_VIOLATION));
+    EXPECT_TRUE(std::filesystem::exists(dump)) << "the filter wasn't entered";
+}
+
 /// Throws and catches above the frame, then gives the argument back as the exit code.
 int CatchAboveTheFrame(const std::vector<std::wstring>&) {
     static int seen = 0;
