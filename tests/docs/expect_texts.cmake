@@ -1,0 +1,82 @@
+# cmake -DSOURCES=FOLDER -DPAGE=FILE [-DMISSING=FILE] -P this_file
+# Every text by which the product tells of a failure stands in the page letter by letter: lines of
+# level E and W, lines of other levels that say "failed", what goes to standard output and to the
+# debugger channel. What a conversion fills in stands there as a word in capitals: N, say, or PATH.
+#
+# With MISSING the page lacks just the texts that this file lists, and the check is to find each.
+cmake_minimum_required(VERSION 3.24)
+
+# The texts of one source.
+function(texts_of source result)
+  file(READ ${source} code)
+  string(REGEX REPLACE "\n *//[^\n]*" "" code "${code}")
+  # Escapes, and literals in several pieces.
+  string(REPLACE "\\\\" "/" code "${code}")
+  string(REPLACE "\\n" "" code "${code}")
+  string(REPLACE "\\\"" "'" code "${code}")
+  string(REGEX REPLACE "\"[ \n]+L\"" "" code "${code}")
+  # What would end or join the elements of a list of this language.
+  string(REPLACE ";" "@" code "${code}")
+  string(REGEX REPLACE "[][]" "?" code "${code}")
+  # The texts of a place in the source, which stand before the message.
+  string(REGEX REPLACE "{(File|L\"[^\"]*\"), (L\"[^\"]*\"|[a-z]+)}" "Site" code "${code}")
+
+  string(CONCAT call "(LogError|LogWarning|LogLine|LogTrace|InternalTrace|SystemTrace|ConsolePrint|"
+         "Fail)\\([^@\"]*L\"[^\"]*\"")
+  string(REGEX MATCHALL "${call}" found "${code}")
+  # What a debugger sees is put together from pieces.
+  if(code MATCHES "OutputDebugStringW\\(L|const std::wstring text =")
+    string(REGEX MATCHALL "L\"[^\"]*\"" pieces "${code}")
+    list(APPEND found ${pieces})
+  endif()
+  set(texts "")
+  foreach(one IN LISTS found)
+    string(REGEX REPLACE ".*L\"([^\"]*)\"$" "\\1" text "${one}")
+    string(STRIP "${text}" text)
+    string(REGEX REPLACE "%[a-z]+" "" words "${text}")
+    if(NOT words MATCHES "[A-Za-z]")
+      continue()
+    endif()
+    if(words MATCHES "fail" OR NOT one MATCHES "^LogTrace|\\(TraceLevel|\\([a-z:]*LevelTrace")
+      list(APPEND texts "${text}")
+    endif()
+  endforeach()
+  set(${result} "${texts}" PARENT_SCOPE)
+endfunction()
+
+# The expression that finds a text in the page.
+function(expression_of text result)
+  string(REGEX REPLACE "([.*+^$()|])" "\\\\\\1" expression "${text}")
+  string(REGEX REPLACE "%[a-z]+" "[A-Z]+" expression "${expression}")
+  string(REPLACE "?" "." expression "${expression}")
+  string(REPLACE "'" "['\"]" expression "${expression}")
+  set(${result} "${expression}" PARENT_SCOPE)
+endfunction()
+
+file(READ ${PAGE} page)
+file(GLOB_RECURSE sources ${SOURCES}/framework/*.cpp ${SOURCES}/tarnwick-service/*.cpp)
+set(count 0)
+set(missing "")
+foreach(source IN LISTS sources)
+  texts_of(${source} texts)
+  foreach(text IN LISTS texts)
+    math(EXPR count "${count} + 1")
+    expression_of("${text}" expression)
+    if(NOT page MATCHES "${expression}")
+      list(APPEND missing "${text}")
+      if(NOT DEFINED MISSING)
+        file(RELATIVE_PATH name ${SOURCES} ${source})
+        message(SEND_ERROR "${name}: not in ${PAGE}:\n${text}")
+      endif()
+    endif()
+  endforeach()
+endforeach()
+if(DEFINED MISSING)
+  file(STRINGS ${MISSING} expected)
+  if(NOT missing STREQUAL expected)
+    message(FATAL_ERROR "The check misses\n${missing}\ninstead of\n${expected}")
+  endif()
+elseif(count LESS 70)
+  message(FATAL_ERROR "Only ${count} texts were found in the sources")
+endif()
+message(STATUS "${count} texts looked for")
