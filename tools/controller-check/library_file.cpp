@@ -22,7 +22,7 @@ bool IsFound(const std::wstring& fullPath, const std::wstring& name) {
 
 std::wstring FindMissing(const std::wstring& fullPath) {
     for (const std::string& import : ReadImage(ReadFileBytes(fullPath).value_or("")).imports) {
-        const std::wstring name(import.begin(), import.end());
+        std::wstring name(import.begin(), import.end());
         if (!IsFound(fullPath, name)) {
             return name;
         }

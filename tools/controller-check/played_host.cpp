@@ -136,10 +136,7 @@ void PlayedHost::OnFlush() {
 void PlayedHost::OnInterrupt() {
     PlayedHost& host = Current();
     host.Note(HostFunction::Interrupt);
-    // Without a service manager the host's report fails, and the run goes on.
-    if (host.hasServiceManager_) {
-        ::SetEvent(host.interrupted_.Get());
-    }
+    ::SetEvent(host.interrupted_.Get());
 }
 
 void PlayedHost::OnComponent() {}

@@ -30,7 +30,7 @@ class PlayedHost {
 
     [[nodiscard]] LoaderImage& Loader() noexcept { return records_.Loader(); }
     [[nodiscard]] HostRecords& Records() noexcept { return records_; }
-    /// Set once the library has said, as a service, that it can't go on.
+    /// Set once the library has said that it can't go on.
     [[nodiscard]] HANDLE Interrupted() const noexcept { return interrupted_.Get(); }
 
     /// The free call, or `OrrinBootstrap`, has returned: the library must not call any more.

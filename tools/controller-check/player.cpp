@@ -15,10 +15,11 @@ namespace {
 
 constexpr std::size_t ControllerFunctions = sizeof(OrrinController) / sizeof(void*);
 
-PlayedHost* crashHost;
+/// Of the process, for the crash filter, which gets no context. Never destroyed.
+PlayedHost* playedHost;
 
 LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* exception) {
-    crashHost->Crash(exception);
+    playedHost->Crash(exception);
 }
 
 /// A thread as the service's actions have them.
@@ -45,16 +46,13 @@ class LogicThread {
 
 class Player {
   public:
-    Player(const PlayOrder& order, Journal& journal)
-        : order_(order),
-          journal_(journal),
-          host_(*new PlayedHost(journal, order.round != Round::Console)) {}
+    Player(const PlayOrder& order, Journal& journal, PlayedHost& host)
+        : order_(order), journal_(journal), host_(host) {}
 
     void Play() {
         if (!Load()) {
             return;
         }
-        crashHost = &host_;
         ::SetUnhandledExceptionFilter(OnUnhandledException);
         if (order_.round == Round::Unpack) {
             Unpack();
@@ -98,6 +96,7 @@ class Player {
     void Serve() {
         switch (order_.round) {
             case Round::Console:
+                // An interrupt changes nothing here: there is nobody to report to.
                 if (Start()) {
                     ::Sleep(order_.workTime);
                     Stop();
@@ -283,7 +282,8 @@ class Player {
 }  // namespace
 
 void PlayRound(const PlayOrder& order, Journal& journal) {
-    Player(order, journal).Play();
+    playedHost = new PlayedHost(journal, order.round != Round::Console);
+    Player(order, journal, *playedHost).Play();
     // What the library does when its process ends is the last that can hang or crash.
     Event event = {};
     event.kind = EventKind::Entered;

@@ -127,6 +127,8 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"WrongContext", "register-context", "wrong-context", "got another one"},
         Case{"EmptyRegistrar", "registrar-row", "empty-registrar", "is null"},
         Case{"ChangedParameters", "records", "changed-parameters", "the parameters, offset 24"},
+        Case{"ChangedInCreate", "records", "changed-in-create",
+             "the parameters, offset 0: changed when create had returned"},
         Case{"ChangedInterface", "records", "changed-interface",
              "the interface quillon_interaction, offset 8"},
         Case{"WrittenPastEnd", "records", "written-past-end", "memory beside"},

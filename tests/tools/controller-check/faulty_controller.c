@@ -133,6 +133,9 @@ int32_t OrrinCreateComponentModelController(OrrinControllerParams* params,
     if (HasFault("missing-function")) {
         controller.Deactivate = NULL;
     }
+    if (HasFault("changed-in-create")) {
+        params->version = 1;
+    }
     if (HasFault("com-let-go")) {
         CoUninitialize();
     }

@@ -5,39 +5,26 @@
 #include <iterator>
 #include <string>
 
-#include "framework/system/platform.h"
+#include "tests/tools/controller-check/guarded_bytes.h"
 
 namespace controller_check {
 namespace {
 
-constexpr std::size_t PageSize = 4096;
-
-/// One page that can be read and written, before one that can't.
-class LonePage {
+/// A text that ends where its memory ends.
+class TextAtEnd {
   public:
-    LonePage()
-        : start_(static_cast<char*>(
-              ::VirtualAlloc(nullptr, 2 * PageSize, MEM_RESERVE, PAGE_NOACCESS))) {
-        ::VirtualAlloc(start_, PageSize, MEM_COMMIT, PAGE_READWRITE);
+    explicit TextAtEnd(const std::wstring& text) : bytes_(text.size() * sizeof(wchar_t)) {
+        text.copy(Get(), text.size());
     }
-    ~LonePage() { ::VirtualFree(start_, 0, MEM_RELEASE); }
-    LonePage(const LonePage&) = delete;
-    LonePage& operator=(const LonePage&) = delete;
 
-    [[nodiscard]] char* End() const { return start_ + PageSize; }
-    /// A text that fills the page to its end.
-    wchar_t* PutAtEnd(const std::wstring& text) const {
-        auto* const place = reinterpret_cast<wchar_t*>(End()) - text.size();
-        text.copy(place, text.size());
-        return place;
-    }
+    [[nodiscard]] wchar_t* Get() const { return reinterpret_cast<wchar_t*>(bytes_.Begin()); }
 
   private:
-    char* start_;
+    test::GuardedBytes bytes_;
 };
 
 TEST(IsReadable, PageBoundary_CountsToTheByte) {
-    const LonePage page;
+    const test::GuardedBytes page(8);
     EXPECT_TRUE(IsReadable(page.End() - 8, 8));
     EXPECT_FALSE(IsReadable(page.End() - 8, 9));
     EXPECT_FALSE(IsReadable(nullptr, 1));
@@ -58,18 +45,17 @@ TEST(RowFault, Rows_AreJudgedSlotBySlot) {
     row[0] = row;
     EXPECT_EQ(RowFault(row, 2), L"function 0 of the row can't be called");
     EXPECT_EQ(RowFault(nullptr, 1), L"the row of functions is null");
-    const LonePage page;
+    const test::GuardedBytes page(8);
     EXPECT_EQ(RowFault(page.End() - 8, 2), L"the row of functions isn't in readable memory");
 }
 
 TEST(TextFault, TextThatFillsItsPage_NeedsItsEndThere) {
-    const LonePage page;
-    EXPECT_EQ(TextFault(page.PutAtEnd(std::wstring(L"ended\0", 6))), L"");
-    EXPECT_EQ(TextFault(page.PutAtEnd(L"endless")), L"runs on into unreadable memory");
+    EXPECT_EQ(TextFault(TextAtEnd(std::wstring(L"ended\0", 6)).Get()), L"");
+    EXPECT_EQ(TextFault(TextAtEnd(L"endless").Get()), L"runs on into unreadable memory");
 }
 
 TEST(TextFault, AddressesThatAreNone_AreToldApart) {
-    const LonePage page;
+    const test::GuardedBytes page(8);
     EXPECT_EQ(TextFault(reinterpret_cast<const wchar_t*>(page.End())), L"isn't in readable memory");
     const std::wstring text = L"odd";
     EXPECT_EQ(TextFault(reinterpret_cast<const wchar_t*>(
