@@ -2,17 +2,19 @@
 
 #include <exception>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
-#include "framework/system/console.h"
 #include "tools/controller-check/library_file.h"
-#include "tools/controller-check/output.h"
 #include "tools/controller-check/report.h"
 #include "tools/controller-check/round_process.h"
+#include "tools/shared/terminal_output.h"
 
 namespace controller_check {
 namespace {
+
+constexpr std::wstring_view ProgramName = L"controller-check";
 
 enum ExitCode { AllMet = 0, SomethingFailed = 1, WrongCommandLine = 2, NotChecked = 3 };
 
@@ -52,10 +54,9 @@ int Check(const Options& options) {
     if (LookAtFile(library, results)) {
         PlayRounds(library, options, results);
     }
-    const bool color = options.color == ColorChoice::Always ||
-                       (options.color == ColorChoice::WhenTerminal && OutputHasColor());
-    framework::WriteToConsole(options.json ? ToJson(library, results.All())
-                                           : ToText(library, results.All(), options.quiet, color));
+    static_cast<void>(tools::WriteOutput(
+        options.json ? ToJson(library, results.All())
+                     : ToText(library, results.All(), options.quiet, WantsColor(options.color))));
     return results.HasFailure() ? SomethingFailed : AllMet;
 }
 
@@ -65,19 +66,19 @@ int Run(const std::vector<std::wstring>& arguments) {
     }
     const auto parsed = ParseOptions(arguments);
     if (const auto* const error = std::get_if<OptionError>(&parsed)) {
-        WriteError(error->text + L" (--help tells more)");
+        tools::WriteError(ProgramName, error->text + L" (--help tells more)");
         return WrongCommandLine;
     }
     const auto& options = std::get<Options>(parsed);
     if (options.help) {
-        framework::WriteToConsole(HelpText());
+        static_cast<void>(tools::WriteOutput(HelpText()));
         return AllMet;
     }
     try {
         return Check(options);
     } catch (const std::exception& failure) {
         const std::string text = failure.what();
-        WriteError(std::wstring(text.begin(), text.end()));
+        tools::WriteError(ProgramName, std::wstring(text.begin(), text.end()));
         return NotChecked;
     }
 }

@@ -12,67 +12,26 @@ constexpr std::uint32_t MillisecondsPerSecond = 1000;
 constexpr std::uint32_t MostSeconds = 24 * 60 * 60;
 constexpr std::uint32_t MostRepetitions = 1000;
 
-std::optional<std::uint32_t> ParseNumber(const std::wstring& text, std::uint32_t least,
-                                         std::uint32_t most) {
-    constexpr std::size_t MostDigits = 9;
-    if (text.empty() || text.size() > MostDigits ||
-        text.find_first_not_of(L"0123456789") != text.npos) {
-        return std::nullopt;
-    }
-    const auto number = static_cast<std::uint32_t>(std::stoul(text));
-    return number < least || number > most ? std::nullopt : std::optional(number);
-}
-
-/// Walks over the arguments. An option's value stands behind it or behind an equals sign.
-class OptionWalk {
+class Walk final : public tools::OptionWalk {
   public:
-    explicit OptionWalk(const std::vector<std::wstring>& arguments) : arguments_(arguments) {}
+    using OptionWalk::OptionWalk;
 
-    std::variant<Options, OptionError> Run() {
-        while (index_ < arguments_.size() && error_.empty()) {
-            Take(arguments_[index_++]);
-        }
-        if (options_.library.empty() && !options_.help) {
-            Fail(L"no library is named");
-        }
-        if (!error_.empty()) {
-            return OptionError{error_};
-        }
-        ChooseRounds();
-        return options_;
-    }
+    [[nodiscard]] const Options& Result() const noexcept { return options_; }
 
   private:
-    void Take(const std::wstring& argument) {
-        if (argument.size() < 2 || argument.front() != L'-') {
-            TakeLibrary(argument);
-            return;
-        }
-        const std::size_t equals =
-            argument.starts_with(L"--") ? argument.find(L'=') : std::wstring::npos;
-        name_ = argument.substr(0, equals);
-        attached_ =
-            equals == argument.npos ? std::optional<std::wstring>() : argument.substr(equals + 1);
-        if (!TakeSwitch() && !TakeValued()) {
-            Fail(L"there is no option " + name_);
-        } else if (attached_) {
-            Fail(name_ + L" takes no value");
-        }
-    }
-
-    void TakeLibrary(const std::wstring& argument) {
+    void TakeOperand(const std::wstring& argument) override {
         if (!options_.library.empty() || argument.empty()) {
             Fail(L"one library is to be named");
         }
         options_.library = argument;
     }
 
-    bool TakeSwitch() {
-        if (name_ == L"-h" || name_ == L"--help") {
+    bool TakeSwitch() override {
+        if (Is(L"-h", L"--help")) {
             options_.help = true;
-        } else if (name_ == L"-q" || name_ == L"--quiet") {
+        } else if (Is(L"-q", L"--quiet")) {
             options_.quiet = true;
-        } else if (name_ == L"--json") {
+        } else if (Is(L"--json")) {
             options_.json = true;
         } else {
             return false;
@@ -80,45 +39,30 @@ class OptionWalk {
         return true;
     }
 
-    bool TakeValued() {
-        if (name_ == L"--timeout") {
+    bool TakeValued() override {
+        if (Is(L"--timeout")) {
             options_.timeout = Number(1, MostSeconds) * MillisecondsPerSecond;
-        } else if (name_ == L"--run") {
+        } else if (Is(L"--run")) {
             options_.workTime = Number(0, MostSeconds * MillisecondsPerSecond);
-        } else if (name_ == L"--after-free") {
+        } else if (Is(L"--after-free")) {
             options_.afterFreeTime = Number(0, MostSeconds * MillisecondsPerSecond);
-        } else if (name_ == L"--repeat") {
+        } else if (Is(L"--repeat")) {
             options_.repetitions = Number(1, MostRepetitions);
-        } else if (name_ == L"--round") {
+        } else if (Is(L"--round")) {
             TakeRound(Value());
-        } else if (name_ == L"--color" || name_ == L"--colour") {
-            TakeColor(Value());
+        } else if (Is(L"--color", L"--colour")) {
+            options_.color = Color();
         } else {
             return false;
         }
         return true;
     }
 
-    std::wstring Value() {
-        if (attached_) {
-            std::wstring value = std::move(*attached_);
-            attached_.reset();
-            return value;
+    void Finish() override {
+        if (options_.library.empty() && !options_.help) {
+            Fail(L"no library is named");
         }
-        if (index_ == arguments_.size()) {
-            Fail(name_ + L" needs a value");
-            return {};
-        }
-        return arguments_[index_++];
-    }
-
-    std::uint32_t Number(std::uint32_t least, std::uint32_t most) {
-        const std::optional<std::uint32_t> number = ParseNumber(Value(), least, most);
-        if (!number) {
-            Fail(name_ + L" needs a number from " + std::to_wstring(least) + L" to " +
-                 std::to_wstring(most));
-        }
-        return number.value_or(0);
+        ChooseRounds();
     }
 
     void TakeRound(const std::wstring& value) {
@@ -126,18 +70,6 @@ class OptionWalk {
             options_.rounds.push_back(*round);
         } else {
             Fail(L"there is no round " + value);
-        }
-    }
-
-    void TakeColor(const std::wstring& value) {
-        if (value == L"auto") {
-            options_.color = ColorChoice::WhenTerminal;
-        } else if (value == L"always") {
-            options_.color = ColorChoice::Always;
-        } else if (value == L"never") {
-            options_.color = ColorChoice::Never;
-        } else {
-            Fail(name_ + L" takes auto, always or never");
         }
     }
 
@@ -152,24 +84,17 @@ class OptionWalk {
         }
     }
 
-    void Fail(std::wstring text) {
-        if (error_.empty()) {
-            error_ = std::move(text);
-        }
-    }
-
-    const std::vector<std::wstring>& arguments_;
-    std::size_t index_ = 0;
-    std::wstring name_;
-    std::optional<std::wstring> attached_;
-    std::wstring error_;
     Options options_;
 };
 
 }  // namespace
 
 std::variant<Options, OptionError> ParseOptions(const std::vector<std::wstring>& arguments) {
-    return OptionWalk(arguments).Run();
+    Walk walk(arguments);
+    if (std::optional<OptionError> error = walk.TakeAll()) {
+        return *std::move(error);
+    }
+    return walk.Result();
 }
 
 std::wstring HelpText() {

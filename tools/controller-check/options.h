@@ -7,10 +7,12 @@
 #include <vector>
 
 #include "tools/controller-check/round.h"
+#include "tools/shared/option_walk.h"
 
 namespace controller_check {
 
-enum class ColorChoice { WhenTerminal, Always, Never };
+using tools::ColorChoice;
+using tools::OptionError;
 
 struct Options {
     std::wstring library;
@@ -23,11 +25,6 @@ struct Options {
     bool quiet = false;
     ColorChoice color = ColorChoice::WhenTerminal;
     bool help = false;
-};
-
-/// What is wrong with a command line.
-struct OptionError {
-    std::wstring text;
 };
 
 /// Reads the arguments behind the program's name.

@@ -1,7 +1,8 @@
 #include "tools/controller-check/report.h"
 
 #include <algorithm>
-#include <cwchar>
+
+#include "tools/shared/json_text.h"
 
 namespace controller_check {
 namespace {
@@ -76,30 +77,12 @@ std::size_t CountOf(const std::vector<Result>& results, Verdict verdict) {
                       [&](const Result& result) { return result.verdict == verdict; }));
 }
 
-std::wstring Quoted(const std::wstring& text) {
-    std::wstring json = L"\"";
-    for (const wchar_t character : text) {
-        if (character == L'"' || character == L'\\') {
-            json += L'\\';
-        }
-        if (character < L' ' || (character >= 0xD800 && character <= 0xDFFF)) {
-            // Surrogates too: a lone one has no form in UTF-8, and a pair may be cut.
-            wchar_t escaped[8] = {};
-            ::_snwprintf(escaped, 7, L"\\u%04x", static_cast<unsigned>(character));
-            json += escaped;
-        } else {
-            json += character;
-        }
-    }
-    return json + L'"';
-}
-
 std::wstring ToJson(const Remark& remark) {
     std::wstring rounds;
     for (const Round round : remark.rounds) {
-        rounds += (rounds.empty() ? L"" : L",") + Quoted(InfoOf(round).name);
+        rounds += (rounds.empty() ? L"" : L",") + tools::JsonText(InfoOf(round).name);
     }
-    return L"{\"rounds\":[" + rounds + L"],\"detail\":" + Quoted(remark.detail) + L"}";
+    return L"{\"rounds\":[" + rounds + L"],\"detail\":" + tools::JsonText(remark.detail) + L"}";
 }
 
 std::wstring ToJson(const Result& result) {
@@ -107,11 +90,12 @@ std::wstring ToJson(const Result& result) {
     for (const Remark& remark : result.remarks) {
         remarks += (remarks.empty() ? L"" : L",") + ToJson(remark);
     }
-    return L"{\"id\":" + Quoted(result.expectation->id) + L",\"verdict\":" +
-           Quoted(NameOf(result.verdict)) + L",\"expectation\":" +
-           Quoted(result.expectation->statement) +
-           (result.verdict == Verdict::Failed ? L",\"advice\":" + Quoted(result.expectation->advice)
-                                              : L"") +
+    return L"{\"id\":" + tools::JsonText(result.expectation->id) + L",\"verdict\":" +
+           tools::JsonText(NameOf(result.verdict)) + L",\"expectation\":" +
+           tools::JsonText(result.expectation->statement) +
+           (result.verdict == Verdict::Failed
+                ? L",\"advice\":" + tools::JsonText(result.expectation->advice)
+                : L"") +
            L",\"remarks\":[" + remarks + L"]}";
 }
 
@@ -188,7 +172,7 @@ std::wstring ToJson(const std::wstring& library, const std::vector<Result>& resu
     for (const Result& result : results) {
         expectations += (expectations.empty() ? L"\n" : L",\n") + ToJson(result);
     }
-    return L"{\"library\":" + Quoted(library) + L",\"met\":" +
+    return L"{\"library\":" + tools::JsonText(library) + L",\"met\":" +
            std::to_wstring(CountOf(results, Verdict::Met)) + L",\"failed\":" +
            std::to_wstring(CountOf(results, Verdict::Failed)) + L",\"open\":" +
            std::to_wstring(CountOf(results, Verdict::Open)) + L",\"expectations\":[" +

@@ -8,6 +8,7 @@
 #include "framework/system/unique_handle.h"
 #include "tools/quillon-log/output.h"
 #include "tools/quillon-log/reader.h"
+#include "tools/shared/terminal_output.h"
 
 namespace quillon_log {
 namespace {
@@ -22,22 +23,11 @@ BOOL WINAPI StopOnConsoleEvent(DWORD /*controlType*/) {
     return TRUE;
 }
 
-bool WantsColor(ColorChoice choice) {
-    switch (choice) {
-        case ColorChoice::Always:
-            return true;
-        case ColorChoice::Never:
-            return false;
-        default:
-            return ::GetEnvironmentVariableW(L"NO_COLOR", nullptr, 0) == 0 && Output::IsTerminal();
-    }
-}
-
 /// Shows records that pass, or holds the last ones back until all have been seen.
 class Display {
   public:
     explicit Display(const Options& options)
-        : options_(options), color_(!options.json && WantsColor(options.color)) {}
+        : options_(options), color_(!options.json && tools::WantsColor(options.color)) {}
 
     void Take(const Record& record) {
         if (!options_.filter.Passes(record)) {

@@ -4,9 +4,9 @@
 #include <variant>
 #include <vector>
 
-#include "framework/system/console.h"
 #include "tools/quillon-log/follower.h"
 #include "tools/quillon-log/output.h"
+#include "tools/shared/terminal_output.h"
 
 int wmain(int argc, wchar_t* argv[]) {
     const auto parsed =
@@ -18,7 +18,7 @@ int wmain(int argc, wchar_t* argv[]) {
     }
     const auto& options = std::get<quillon_log::Options>(parsed);
     if (options.help) {
-        framework::WriteToConsole(quillon_log::HelpText);
+        static_cast<void>(tools::WriteOutput(quillon_log::HelpText));
         return quillon_log::AllRead;
     }
     return quillon_log::ShowLogs(options);

@@ -1,7 +1,7 @@
 #include "tools/quillon-log/options.h"
 
-#include <cwchar>
-#include <string_view>
+#include <cstdint>
+#include <optional>
 #include <utility>
 
 namespace quillon_log {
@@ -32,76 +32,27 @@ const wchar_t* const HelpText =
 
 namespace {
 
-/// Walks over the arguments. An option's value stands behind it or behind an equals sign.
-class OptionWalk {
+class Walk final : public tools::OptionWalk {
   public:
-    OptionWalk(const std::vector<std::wstring>& arguments, TimePoint now)
-        : arguments_(arguments), now_(now) {}
+    Walk(const std::vector<std::wstring>& arguments, TimePoint now)
+        : OptionWalk(arguments), now_(now) {}
 
-    std::variant<Options, OptionError> Run() {
-        while (index_ < arguments_.size() && error_.empty()) {
-            Take(arguments_[index_++]);
-        }
-        if (!error_.empty()) {
-            return OptionError{error_};
-        }
-        return options_;
-    }
+    [[nodiscard]] const Options& Result() const noexcept { return options_; }
 
   private:
-    void Take(const std::wstring& argument) {
-        if (argument.size() < 2 || argument.front() != L'-') {
-            TakeFolder(argument);
-        } else if (argument.starts_with(L"--")) {
-            const std::size_t equals = argument.find(L'=');
-            TakeOption(argument.substr(0, equals), equals == argument.npos
-                                                       ? std::optional<std::wstring>()
-                                                       : argument.substr(equals + 1));
-        } else {
-            TakeShortOptions(argument);
-        }
-    }
-
-    /// "-f", "-n5", "-fn5": switches can stand together, and a value can follow its option at once.
-    void TakeShortOptions(const std::wstring& argument) {
-        for (std::size_t index = 1; index < argument.size() && error_.empty(); ++index) {
-            const std::wstring name = {L'-', argument[index]};
-            const std::wstring rest = argument.substr(index + 1);
-            const bool isSwitch = name == L"-f" || name == L"-h";
-            TakeOption(name, isSwitch || rest.empty() ? std::optional<std::wstring>() : rest);
-            if (!isSwitch) {
-                return;
-            }
-        }
-    }
-
-    void TakeOption(const std::wstring& name, std::optional<std::wstring> attached) {
-        name_ = name;
-        attached_ = std::move(attached);
-        if (!TakeSwitch() && !TakeValued()) {
-            Fail(L"there is no option " + name_);
-        } else if (attached_) {
-            Fail(name_ + L" takes no value");
-        }
-    }
-
-    void TakeFolder(const std::wstring& argument) {
+    void TakeOperand(const std::wstring& argument) override {
         if (std::exchange(folderTaken_, true)) {
             Fail(L"only one folder can be named");
         }
         options_.folder = argument;
     }
 
-    [[nodiscard]] bool Is(std::wstring_view shortName, std::wstring_view longName) const {
-        return name_ == shortName || name_ == longName;
-    }
-
-    bool TakeSwitch() {
+    bool TakeSwitch() override {
         if (Is(L"-f", L"--follow")) {
             options_.follow = true;
         } else if (Is(L"-h", L"--help")) {
             options_.help = true;
-        } else if (name_ == L"--json") {
+        } else if (Is(L"--json")) {
             options_.json = true;
         } else {
             return false;
@@ -109,49 +60,26 @@ class OptionWalk {
         return true;
     }
 
-    bool TakeValued() {
+    bool TakeValued() override {
+        constexpr std::uint32_t MostRecords = 999999999;
         if (Is(L"-n", L"--lines")) {
-            TakeCount(Value());
+            options_.lastRecords = Number(0, MostRecords);
         } else if (Is(L"-l", L"--level")) {
             TakeLevel(Value());
         } else if (Is(L"-c", L"--component")) {
             options_.filter.components.push_back(Value());
         } else if (Is(L"-g", L"--grep")) {
             options_.filter.text = Value();
-        } else if (name_ == L"--since") {
+        } else if (Is(L"--since")) {
             options_.filter.since = Time(Value());
-        } else if (name_ == L"--until") {
+        } else if (Is(L"--until")) {
             options_.filter.until = Time(Value());
         } else if (Is(L"--color", L"--colour")) {
-            TakeColor(Value());
+            options_.color = Color();
         } else {
             return false;
         }
         return true;
-    }
-
-    std::wstring Value() {
-        if (attached_) {
-            std::wstring value = std::move(*attached_);
-            attached_.reset();
-            return value;
-        }
-        if (index_ == arguments_.size()) {
-            Fail(name_ + L" needs a value");
-            return {};
-        }
-        return arguments_[index_++];
-    }
-
-    void TakeCount(const std::wstring& value) {
-        constexpr std::size_t MostDigits = 9;
-        if (value.empty() || value.size() > MostDigits ||
-            value.find_first_not_of(L"0123456789") != value.npos) {
-            Fail(name_ + L" needs a number");
-            return;
-        }
-        constexpr int Decimal = 10;
-        options_.lastRecords = std::wcstoul(value.c_str(), nullptr, Decimal);
     }
 
     void TakeLevel(const std::wstring& value) {
@@ -169,31 +97,8 @@ class OptionWalk {
         return time;
     }
 
-    void TakeColor(const std::wstring& value) {
-        if (value == L"auto") {
-            options_.color = ColorChoice::WhenTerminal;
-        } else if (value == L"always") {
-            options_.color = ColorChoice::Always;
-        } else if (value == L"never") {
-            options_.color = ColorChoice::Never;
-        } else {
-            Fail(name_ + L" takes auto, always or never");
-        }
-    }
-
-    void Fail(std::wstring text) {
-        if (error_.empty()) {
-            error_ = std::move(text);
-        }
-    }
-
-    const std::vector<std::wstring>& arguments_;
     TimePoint now_;
-    std::size_t index_ = 0;
-    std::wstring name_;
-    std::optional<std::wstring> attached_;
     bool folderTaken_ = false;
-    std::wstring error_;
     Options options_;
 };
 
@@ -201,7 +106,11 @@ class OptionWalk {
 
 std::variant<Options, OptionError> ParseOptions(const std::vector<std::wstring>& arguments,
                                                 TimePoint now) {
-    return OptionWalk(arguments, now).Run();
+    Walk walk(arguments, now);
+    if (std::optional<OptionError> error = walk.TakeAll()) {
+        return *std::move(error);
+    }
+    return walk.Result();
 }
 
 }  // namespace quillon_log

@@ -8,10 +8,12 @@
 #include <vector>
 
 #include "tools/quillon-log/record_filter.h"
+#include "tools/shared/option_walk.h"
 
 namespace quillon_log {
 
-enum class ColorChoice { WhenTerminal, Always, Never };
+using tools::ColorChoice;
+using tools::OptionError;
 
 struct Options {
     std::wstring folder = L"%ALLUSERSPROFILE%\\Velmora\\Quillon\\Logs";  ///< not expanded yet
@@ -21,11 +23,6 @@ struct Options {
     bool json = false;
     ColorChoice color = ColorChoice::WhenTerminal;
     bool help = false;
-};
-
-/// What is wrong with a command line.
-struct OptionError {
-    std::wstring text;
 };
 
 /// Reads the arguments behind the program's name. `now` is the present time in UTC.

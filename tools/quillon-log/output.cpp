@@ -1,9 +1,7 @@
 #include "tools/quillon-log/output.h"
 
-#include <cwchar>
-#include <string_view>
-
-#include "framework/system/platform.h"
+#include "tools/shared/json_text.h"
+#include "tools/shared/terminal_output.h"
 
 namespace quillon_log {
 namespace {
@@ -38,60 +36,6 @@ std::wstring TimeText(TimePoint time, wchar_t between) {
            part(10, 2) + L':' + part(12, 2) + L'.' + part(14, 3);
 }
 
-std::string ToUtf8(std::wstring_view text) {
-    const int length = static_cast<int>(text.size());
-    const int size =
-        ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    std::string bytes(static_cast<std::size_t>(size), '\0');
-    ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), size, nullptr, nullptr);
-    return bytes;
-}
-
-bool WriteTo(HANDLE output, const std::wstring& text) {
-    DWORD written = 0;
-    DWORD mode = 0;
-    if (::GetConsoleMode(output, &mode) != FALSE) {
-        return ::WriteConsoleW(output, text.data(), static_cast<DWORD>(text.size()), &written,
-                               nullptr) != FALSE;
-    }
-    const std::string bytes = ToUtf8(text);
-    return ::WriteFile(output, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) !=
-           FALSE;
-}
-
-void AppendJsonText(std::wstring& json, std::wstring_view text) {
-    json += L'"';
-    for (const wchar_t character : text) {
-        switch (character) {
-            case L'"':
-                json += L"\\\"";
-                break;
-            case L'\\':
-                json += L"\\\\";
-                break;
-            case L'\n':
-                json += L"\\n";
-                break;
-            case L'\r':
-                json += L"\\r";
-                break;
-            case L'\t':
-                json += L"\\t";
-                break;
-            default:
-                if (character < L' ' || (character >= 0xD800 && character <= 0xDFFF)) {
-                    // Surrogates too: a lone one has no form in UTF-8, and a pair may be cut.
-                    wchar_t escaped[8] = {};
-                    ::_snwprintf(escaped, 7, L"\\u%04x", static_cast<unsigned>(character));
-                    json += escaped;
-                } else {
-                    json += character;
-                }
-        }
-    }
-    json += L'"';
-}
-
 }  // namespace
 
 std::wstring ToText(const Record& record, bool color) {
@@ -124,14 +68,11 @@ std::wstring ToText(const Record& record, bool color) {
 std::wstring ToJson(const Record& record) {
     std::wstring json = L"{";
     if (record.time != 0) {
-        json += L"\"time\":\"" + TimeText(record.time, L'T') + L"Z\",\"level\":";
-        AppendJsonText(json, record.level);
-        json += L",\"component\":";
-        AppendJsonText(json, record.component);
-        json += L',';
+        json += L"\"time\":\"" + TimeText(record.time, L'T') + L"Z\",\"level\":" +
+                tools::JsonText(record.level) + L",\"component\":" +
+                tools::JsonText(record.component) + L',';
     }
-    json += L"\"message\":";
-    AppendJsonText(json, record.message);
+    json += L"\"message\":" + tools::JsonText(record.message);
     if (record.cut) {
         json += L",\"cut\":true";
     }
@@ -148,21 +89,13 @@ void Output::Write(const std::wstring& text) {
 
 void Output::Flush() {
     if (!pending_.empty() && open_) {
-        open_ = WriteTo(::GetStdHandle(STD_OUTPUT_HANDLE), pending_);
+        open_ = tools::WriteOutput(pending_);
     }
     pending_.clear();
 }
 
-bool Output::IsTerminal() {
-    constexpr DWORD VirtualTerminal = 0x0004;  // ENABLE_VIRTUAL_TERMINAL_PROCESSING
-    const HANDLE output = ::GetStdHandle(STD_OUTPUT_HANDLE);
-    DWORD mode = 0;
-    return ::GetConsoleMode(output, &mode) != FALSE &&
-           ::SetConsoleMode(output, mode | VirtualTerminal) != FALSE;
-}
-
 void WriteError(const std::wstring& text) {
-    static_cast<void>(WriteTo(::GetStdHandle(STD_ERROR_HANDLE), L"quillon-log: " + text + L"\n"));
+    tools::WriteError(L"quillon-log", text);
 }
 
 }  // namespace quillon_log

@@ -26,15 +26,12 @@ class Output {
     /// False once standard output has been closed by whoever read it.
     [[nodiscard]] bool Open() const noexcept { return open_; }
 
-    /// Whether standard output is a terminal that understands colours.
-    [[nodiscard]] static bool IsTerminal();
-
   private:
     std::wstring pending_;
     bool open_ = true;
 };
 
-/// One line to standard error, as UTF-8.
+/// One line to standard error.
 void WriteError(const std::wstring& text);
 
 }  // namespace quillon_log

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "framework/system/platform.h"
+#include "tools/shared/terminal_output.h"
 
 namespace service_watch {
 
@@ -55,18 +56,6 @@ std::string Terminal::Styled(Style style, std::string_view text) const {
     return std::string(EscapeSequence(style)).append(text).append("\x1b[0m");
 }
 
-std::string ToUtf8(std::wstring_view text) {
-    if (text.empty()) {
-        return {};
-    }
-    const int length = static_cast<int>(text.size());
-    const int size =
-        ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    std::string result(static_cast<std::size_t>(size), '\0');
-    ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, result.data(), size, nullptr, nullptr);
-    return result;
-}
-
 std::string ErrorText(unsigned long error) {
     std::array<wchar_t, 512> buffer{};
     DWORD length =
@@ -76,7 +65,7 @@ std::string ErrorText(unsigned long error) {
         --length;
     }
     const std::string code = "error " + std::to_string(error);
-    return length == 0 ? code : code + ": " + ToUtf8({buffer.data(), length});
+    return length == 0 ? code : code + ": " + tools::ToUtf8({buffer.data(), length});
 }
 
 }  // namespace service_watch

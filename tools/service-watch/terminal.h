@@ -33,8 +33,6 @@ class Terminal {
     std::mutex mutex_;
 };
 
-[[nodiscard]] std::string ToUtf8(std::wstring_view text);
-
 /// The system's text for an error code, with the code.
 [[nodiscard]] std::string ErrorText(unsigned long error);
 
