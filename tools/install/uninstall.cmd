@@ -82,8 +82,10 @@ goto :eof
 sc query %service% | find "STOPPED" >nul
 if not errorlevel 1 goto await_process
 sc stop %service% >nul 2>&1
-rem 1052: it runs, and none of its components has allowed a stop.
-if "%errorlevel%"=="1052" goto stop_refused
+if not errorlevel 1 goto await_process
+rem A stop that takes long is a failure for sc too; one that was refused leaves the service running.
+sc query %service% | find "RUNNING" >nul
+if not errorlevel 1 goto stop_refused
 
 :await_process
 set "waited=0"
