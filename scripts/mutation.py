@@ -17,6 +17,7 @@ import shutil
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 
 import mutation_sites
@@ -71,28 +72,30 @@ class Program:
         self.limit = 900.0
 
     def run(self, names=None, fail_fast=True):
-        """Returns (ended well, names of failed tests or of the one it ended in)."""
+        """Returns (ended well, names of failed tests or of the one it ended in, if any)."""
         chosen = ":".join(names) if names else "*-" + ":".join(self.alone)
         command = [self.wine, self.path, f"--gtest_filter={chosen}"]
         environment = dict(os.environ, GTEST_FAIL_FAST="1" if fail_fast else "0")
-        with subprocess.Popen(
-            command, cwd=self.path.parent, env=environment, stdin=subprocess.DEVNULL,
-            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, start_new_session=True,
-        ) as process:
+        # A file, not a pipe: what the program leaves behind may keep a pipe open.
+        with tempfile.TemporaryFile() as said:
+            # Not beside the programs: Windows finds a controller library in the working folder.
+            process = subprocess.Popen(command, cwd=self.wine.parent, env=environment,
+                                       stdin=subprocess.DEVNULL, stdout=said,
+                                       stderr=subprocess.STDOUT, start_new_session=True)
             try:
-                output, _ = process.communicate(timeout=self.limit)
-                well = process.returncode == 0
+                well = process.wait(timeout=self.limit) == 0
             except subprocess.TimeoutExpired:
                 os.killpg(process.pid, signal.SIGKILL)
+                process.wait()
                 restart_wine()
-                output, _ = process.communicate()
                 well = False
-        text = output.decode("utf-8", "replace").replace("\r", "")
+            said.seek(0)
+            text = said.read().decode("utf-8", "replace").replace("\r", "")
         failed = re.findall(r"^\[  FAILED  \] ([^\s,]+)", text, re.M)
         begun = re.findall(r"^\[ RUN      \] (\S+)", text, re.M)
         ended = "[  PASSED  ]" in text
         if not failed and not ended:
-            failed = begun[-1:] or ["(start)"]
+            failed = begun[-1:]
         return well and ended, list(dict.fromkeys(failed))
 
     def calibrate(self):
@@ -102,6 +105,8 @@ class Program:
             well, failed = self.run(fail_fast=False)
             if well:
                 break
+            if not failed:
+                sys.exit(f"mutation: {self.name} begins or ends badly with nothing broken")
             for name in failed:
                 if name in self.alone or not self.run([name])[0]:
                     sys.exit(f"mutation: {self.name}: {name} fails with nothing broken")
@@ -121,9 +126,8 @@ class Program:
             if well:
                 continue
             # A program that Wine didn't start once in a thousand times has noticed nothing.
-            if not self.run(failed[:1] if failed[0] != "(start)" else names)[0] \
-                    or not self.run(names)[0]:
-                return failed[0]
+            if not self.run(failed[:1] or names)[0] or not self.run(names)[0]:
+                return failed[0] if failed else "the program's beginning or end"
         return None
 
 
