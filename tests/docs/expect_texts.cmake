@@ -3,7 +3,10 @@
 # level E and W, lines of other levels that say "failed", what goes to standard output and to the
 # debugger channel. What a conversion fills in stands there as a word in capitals: N, say, or PATH.
 #
-# With MISSING the page lacks just the texts that this file lists, and the check is to find each.
+# A row of the page for a line of the log (| E | `...` |) stands for a text that is in the sources.
+#
+# With MISSING the page breaks these rules for just the texts that this file lists, and the check is
+# to find each.
 cmake_minimum_required(VERSION 3.24)
 
 # The texts of one source.
@@ -53,14 +56,42 @@ function(expression_of text result)
   set(${result} "${expression}" PARENT_SCOPE)
 endfunction()
 
+# The text with one letter in the place of all that the page may say in other words.
+function(plain_form variable)
+  string(REGEX REPLACE "%[a-z]+|[0-9]+|[A-Z][A-Z]+" "N" form "${${variable}}")
+  string(REPLACE "\"" "'" form "${form}")
+  set(${variable} "${form}" PARENT_SCOPE)
+endfunction()
+
+# The texts that rows of the page quote.
+function(texts_of_rows result)
+  set(rows "${page}")
+  string(REPLACE ";" "@" rows "${rows}")
+  string(REGEX REPLACE "[][]" "?" rows "${rows}")
+  string(REGEX MATCHALL "\n. [EWT] . `[^|]*" rows "${rows}")
+  set(texts "")
+  foreach(row IN LISTS rows)
+    string(REGEX MATCHALL "`[^`]*`" quotes "${row}")
+    foreach(quote IN LISTS quotes)
+      string(REPLACE "`" "" quote "${quote}")
+      list(APPEND texts "${quote}")
+    endforeach()
+  endforeach()
+  set(${result} "${texts}" PARENT_SCOPE)
+endfunction()
+
 file(READ ${PAGE} page)
 file(GLOB_RECURSE sources ${SOURCES}/framework/*.cpp ${SOURCES}/tarnwick-service/*.cpp)
 set(count 0)
 set(missing "")
+set(forms "")
 foreach(source IN LISTS sources)
   texts_of(${source} texts)
   foreach(text IN LISTS texts)
     math(EXPR count "${count} + 1")
+    set(form "${text}")
+    plain_form(form)
+    list(APPEND forms "${form}")
     expression_of("${text}" expression)
     if(NOT page MATCHES "${expression}")
       list(APPEND missing "${text}")
@@ -70,6 +101,17 @@ foreach(source IN LISTS sources)
       endif()
     endif()
   endforeach()
+endforeach()
+texts_of_rows(quotes)
+foreach(quote IN LISTS quotes)
+  set(form "${quote}")
+  plain_form(form)
+  if(NOT form IN_LIST forms)
+    list(APPEND missing "${quote}")
+    if(NOT DEFINED MISSING)
+      message(SEND_ERROR "${PAGE}: not in the sources:\n${quote}")
+    endif()
+  endif()
 endforeach()
 if(DEFINED MISSING)
   file(STRINGS ${MISSING} expected)
