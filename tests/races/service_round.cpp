@@ -16,8 +16,8 @@ using tarnwick::WindowsServiceBase;
 constexpr std::size_t InterruptAt = LoaderLayout::Params + 32;
 constexpr std::size_t EnableStopAt = LoaderLayout::Interaction + 48;
 // A start that outlasts the stop is as likely as one that doesn't.
-constexpr std::uint32_t LongestStartMicroseconds = 3000;
-constexpr std::uint32_t LongestStopMicroseconds = 800;
+constexpr std::uint32_t LongestStartMicroseconds = 6000;
+constexpr std::uint32_t LongestStopMicroseconds = 5000;
 constexpr std::uint32_t LongestReportMicroseconds = 60;
 constexpr std::wstring_view StatusLineMark = L"->SetServiceStatus: ";
 constexpr std::wstring_view StopAllowedMark = L"->EnableStopFromSCM: SERVICE_ACCEPT_STOP set";
