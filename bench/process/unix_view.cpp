@@ -11,9 +11,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// Empty if the process is gone, also when it goes while it is read.
 std::string ReadAll(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    try {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    } catch (const std::ios_base::failure&) {
+        return {};
+    }
 }
 
 /// The number behind "name:" in the text of a status file.
