@@ -158,7 +158,7 @@ def judge(samples, logs):
     left = sum(1 for _ in logs.glob(FILLER_NAME.format("*")))
     yield f"retention: {FILLERS - left} of {FILLERS} old files taken away", left < FILLERS
     runs, lines, files, faults = check_logs(logs)
-    yield (f"log: {lines:,} numbered lines in {files} files, none lost, doubled or moved",
+    yield (f"log: {lines:,} numbered lines in {files} files of {runs} lives, faults: {len(faults)}",
            runs == number and not faults)
     for fault in faults[:10]:
         yield f"  {fault}", False
