@@ -91,6 +91,29 @@ TEST_F(ReaderTest, DamagedCompressedFile_GivesWhatItHoldsAndDoesNotStopTheRest) 
     EXPECT_EQ(read.back(), L"next");
 }
 
+TEST_F(ReaderTest, MistakeInACompressedFile_LosesNothingOfWhatStandsBefore) {
+    std::vector<std::wstring> many;
+    for (int index = 0; index < 1000; ++index) {
+        many.push_back(std::to_wstring(index * 7919));
+    }
+    WritePacked("quillon-20261120-183005-123.0.log.gz", LogBytesOf(many));
+    const auto path = folder_.Path() / "quillon-20261120-183005-123.0.log.gz";
+    // The check sum, four bytes before the length that ends the file.
+    std::string packed = test::ReadBytes(path);
+    packed[packed.size() - 8] = static_cast<char>(packed[packed.size() - 8] ^ 1);
+    test::WriteFileBytes(path, packed);
+    EXPECT_EQ(Read(reader_), many);
+    EXPECT_TRUE(reader_.MetDamage());
+}
+
+TEST_F(ReaderTest, BytesBehindTheEndOfACompressedFile_AreIgnored) {
+    WritePacked("quillon-20261120-183005-123.0.log.gz", LogBytesOf({L"a", L"b"}));
+    const auto path = folder_.Path() / "quillon-20261120-183005-123.0.log.gz";
+    test::WriteFileBytes(path, test::ReadBytes(path) + "\x1F\x8B rest");
+    EXPECT_EQ(Read(reader_), (Messages{L"a", L"b"}));
+    EXPECT_FALSE(reader_.MetDamage());
+}
+
 TEST_F(ReaderTest, FileThatIsNotCompressedAtAll_IsDamaged) {
     WritePlain("quillon-20261120-183005-123.0.log.gz", "this is no gzip file");
     Read(reader_);
