@@ -166,7 +166,7 @@ std::wstring Statement(Random& random) {
 /// An action within an action within an action.
 std::wstring DeepAction(Random& random) {
     std::wstring statement = L"on load ";
-    for (std::size_t count = random.OneIn(4) ? 5000 : random.Between(60, 68); count != 0; --count) {
+    for (std::size_t count = random.OneIn(4) ? 2000 : random.Between(60, 68); count != 0; --count) {
         statement += random.Pick({L"thread ", L"repeat 2 ", L"set-callback ", L"after 1 "});
     }
     return statement + L"flush\n";
@@ -226,7 +226,7 @@ std::string Check(const Input& given) {
 }
 
 TEST(Fuzz, Script) {
-    TryTarget({"script", Generate, Check, {Words, Characters, 60000, true}, 12000, 200000});
+    TryTarget({"script", Generate, Check, {Words, Characters, 20000, true}, 12000, 200000});
 }
 
 }  // namespace

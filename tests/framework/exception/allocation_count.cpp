@@ -1,31 +1,16 @@
 #include "tests/framework/exception/allocation_count.h"
 
-#include <cstdlib>
-#include <new>
+#include "tests/support/guarded_heap.h"
 
 namespace {
 
 thread_local std::size_t allocations = 0;
 
+constexpr test::HeapObserver Counter = {[] { ++allocations; }, [](const void*) {}};
+
 }  // namespace
 
 std::size_t test::AllocationCount() {
+    ObserveHeap(&Counter);
     return allocations;
-}
-
-void* operator new(std::size_t size) {
-    ++allocations;
-    void* const memory = std::malloc(size == 0 ? 1 : size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
-    std::free(memory);
 }

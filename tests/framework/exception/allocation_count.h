@@ -5,8 +5,7 @@
 
 namespace test {
 
-/// How often this thread has allocated through `operator new`, which the program that links this
-/// replaces by a counting one.
+/// How often this thread has allocated through `operator new` since the first call.
 [[nodiscard]] std::size_t AllocationCount();
 
 }  // namespace test

@@ -1,6 +1,6 @@
 # The log files: names, directory and links, rotation, compression, retention, the end of logging.
 add_test_program(
-  framework_log_files_tests HOOKS
+  framework_log_files_tests HOOKS GUARDED
   SOURCES log_compression_test.cpp
           log_directory_test.cpp
           log_file_name_test.cpp

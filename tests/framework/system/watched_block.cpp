@@ -1,9 +1,8 @@
 #include "tests/framework/system/watched_block.h"
 
 #include <atomic>
-#include <cstddef>
-#include <cstdlib>
-#include <new>
+
+#include "tests/support/guarded_heap.h"
 
 namespace test {
 namespace {
@@ -11,11 +10,22 @@ namespace {
 std::atomic<const void*> watched{nullptr};
 std::atomic<bool> freed{false};
 
+void LookAt(const void* block) {
+    if (block == watched) {
+        freed = true;
+        // The same address may be given out again.
+        watched = nullptr;
+    }
+}
+
+constexpr HeapObserver Watcher = {[] {}, LookAt};
+
 }  // namespace
 
 void WatchBlock(const void* block) {
     watched = block;
     freed = false;
+    ObserveHeap(&Watcher);
 }
 
 bool WatchedBlockIsFreed() {
@@ -23,24 +33,3 @@ bool WatchedBlockIsFreed() {
 }
 
 }  // namespace test
-
-void* operator new(std::size_t size) {
-    void* const block = std::malloc(size);
-    if (block == nullptr) {
-        throw std::bad_alloc();
-    }
-    return block;
-}
-
-void operator delete(void* block) noexcept {
-    if (block != nullptr && block == test::watched) {
-        test::freed = true;
-        // The same address may be given out again.
-        test::watched = nullptr;
-    }
-    std::free(block);
-}
-
-void operator delete(void* block, std::size_t) noexcept {
-    operator delete(block);
-}

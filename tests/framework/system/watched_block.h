@@ -1,4 +1,4 @@
-/// Tells whether one object has been deleted. The program that holds this allocates by `malloc`.
+/// Tells whether one object has been deleted.
 #ifndef TESTS_FRAMEWORK_SYSTEM_WATCHED_BLOCK_H
 #define TESTS_FRAMEWORK_SYSTEM_WATCHED_BLOCK_H
 

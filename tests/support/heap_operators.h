@@ -1,0 +1,25 @@
+/// Between the operators of the language and the heap behind them.
+#ifndef TESTS_SUPPORT_HEAP_OPERATORS_H
+#define TESTS_SUPPORT_HEAP_OPERATORS_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace test {
+
+enum class BlockKind : std::uint8_t { Object, Array };
+
+constexpr std::size_t UnknownSize = SIZE_MAX;
+constexpr std::size_t UsualAlignment = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
+
+/// A block of the guarded heap, or a plain one while that is switched off; null if there is none.
+[[nodiscard]] void* TakeBlock(std::size_t size, std::size_t alignment, BlockKind kind);
+void FreeBlock(void* block, std::size_t size, std::size_t alignment, BlockKind kind) noexcept;
+
+/// A block of the run-time library.
+[[nodiscard]] void* TakePlainBlock(std::size_t size, std::size_t alignment) noexcept;
+void FreePlainBlock(void* block, std::size_t alignment) noexcept;
+
+}  // namespace test
+
+#endif  // TESTS_SUPPORT_HEAP_OPERATORS_H
