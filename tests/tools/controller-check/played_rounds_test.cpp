@@ -114,11 +114,13 @@ TEST(Interrupt, EndsAServiceWithoutAStopAndAConsoleRunNot) {
 }
 
 TEST(ShutdownRound, StartAndStop_ComeOnTwoThreads) {
-    const test::Transcript seen = Play(L"--round shutdown", "on load delay 300\n");
+    // The loading waits for the stop, which so can't wait for the loading.
+    const test::Transcript seen = Play(L"--round shutdown",
+                                       "on load wait-event Local\\controller-check-stop 20000\n"
+                                       "on notify set-event Local\\controller-check-stop\n");
     const std::vector<std::string> calls = CallsOf(seen);
     EXPECT_EQ(calls.front(), "create");
     EXPECT_EQ(calls.back(), "free");
-    // The stop doesn't wait for the loading.
     const test::TranscriptEntry notify = seen.With("call", "notify").front();
     const test::TranscriptEntry loaded = seen.With("call", "load").back();
     EXPECT_LT(notify.Number("seq"), loaded.Number("seq"));
