@@ -154,8 +154,11 @@ icacls "%data%" /inheritance:r /q >nul
 if errorlevel 1 goto rights_failed
 icacls "%data%" /grant:r %system_sid%:(OI)(CI)F %administrators_sid%:(OI)(CI)F /q >nul
 if errorlevel 1 goto rights_failed
-dir /a /b "%data%" | find /v "" >nul
-if errorlevel 1 goto rights_made
+set "filled="
+pushd "%data%"
+for /f "delims=" %%f in ('dir /a /b') do set "filled=yes"
+popd
+if not defined filled goto rights_made
 icacls "%data%\*" /reset /t /c /l /q >nul
 if errorlevel 1 goto rights_failed
 

@@ -91,12 +91,14 @@ installed() {
 
 clear_up() {
     local process
+    folder=$scratch # the system's own tools, not what stands in for them
     for process in $(processes); do
         kill -KILL "$process" 2>/dev/null || true
     done
     windows sc delete "$service"
     windows reg delete "$service_key" /f
     windows reg delete "$source_key" /f
+    windows reg delete 'HKU\S-1-5-19' /f
     rm -rf "$data" "$scratch"
 }
 
@@ -236,6 +238,12 @@ Case_Check_WithoutService_FindsWhatIsMissing() {
     says '  WRONG      event source with the message file of this folder'
     says '  WRONG      data folder'
     says 'Wrong: 4\.'
+    rm "$folder/tarnwick-service.exe"
+    script check.cmd
+    says '  WRONG      tarnwick-service.exe in this folder'
+    script install.cmd
+    code_is 1
+    says 'tarnwick-service.exe is not in the folder of this script\..*'
 }
 
 Case_Check_FindsDefectsThatInstallLeavesAlone() {
@@ -329,6 +337,89 @@ Case_Uninstall_UnknownArgument_DoesNothing() {
     code_is 1
     says 'Usage: uninstall.cmd \[/removelogs\] \[/wait SECONDS\]'
     has_key "$service_key" || fail "the service was removed"
+}
+
+# The scripts as Windows runs them, as far as that goes on Wine: they don't see that it is Wine, and
+# stand-ins for the tools without effect tell how they were called. That the tools do what is asked of
+# them is not tried here.
+as_on_windows() {
+    local name
+    for name in sc icacls cacls; do
+        cp "$build_folder/bin/install_stand_in.exe" "$folder/$name.exe"
+    done
+    rm -f "$folder/calls.txt"
+    windows cmd /c "set SystemRoot=C:\\elsewhere&& set ALLUSERSPROFILE=C:\\install-test-$$\\data&& $*"
+}
+access_list() { printf 'C:\\data "%s"\r\n\r\n' "$1" >"$folder/cacls.txt"; }
+calls_are() {
+    tr -d '\r' <"$folder/calls.txt" | grep -v '^cacls' >"$scratch/calls"
+    diff - "$scratch/calls" || fail "the tools were called otherwise"
+}
+
+Case_AsOnWindows_ToolsAreCalledAsMeant() {
+    windows reg add 'HKU\S-1-5-19' /f
+    access_list 'D:AI(A;OICIID;FA;;;SY)(A;OICIID;FA;;;BA)(A;OICIID;0x1200a9;;;BU)'
+    mkdir -p "$scratch/data/Velmora/Quillon"
+    : >"$scratch/data/Velmora/Quillon/left-by-somebody.txt"
+    add_controller
+    as_on_windows install.cmd
+    code_is 0
+    says '  made      recovery: restart after 5 s, 30 s, 2 min'
+    says '  made      rights of the data folder: system and administrators'
+    says_not 'not here'
+    local data_path="C:\\install-test-$$\\data\\Velmora\\Quillon"
+    calls_are <<END
+sc [failure] [$service] [reset=] [86400] [actions=] [restart/5000/restart/30000/restart/120000]
+sc [failureflag] [$service] [1]
+icacls [$data_path] [/setowner] [*S-1-5-32-544] [/t] [/c] [/l] [/q]
+icacls [$data_path] [/inheritance:r] [/q]
+icacls [$data_path] [/grant:r] [*S-1-5-18:(OI)(CI)F] [*S-1-5-32-544:(OI)(CI)F] [/q]
+icacls [$data_path\\*] [/reset] [/t] [/c] [/l] [/q]
+END
+    as_on_windows check.cmd
+    code_is 1
+    says '  WRONG      recovery actions'
+    says '  WRONG      recovery after a forced stop too'
+    says '  WRONG      rights of the data folder'
+    says_not 'not checked'
+    # What the service manager of Windows stores for the two calls, and an access list as asked for.
+    windows reg add "$service_key" /v FailureActions /t REG_BINARY /f /d \
+        80510100000000000000000003000000140000000100000088130000010000003075000001000000C0D40100
+    windows reg add "$service_key" /v FailureActionsOnNonCrashFailures /t REG_DWORD /d 1 /f
+    access_list 'D:PAI(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)'
+    as_on_windows check.cmd
+    code_is 0
+    says 'Nothing is wrong\.'
+    says_not 'not checked'
+    as_on_windows install.cmd
+    code_is 0
+    says 'All was there already; nothing was changed\.'
+    access_list 'D:PAI(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;FR;;;BU)'
+    as_on_windows check.cmd
+    code_is 1
+}
+
+Case_AsOnWindows_PromptThatIsNotElevated_IsRefused() {
+    as_on_windows install.cmd
+    code_is 1
+    says 'This needs the rights of an administrator: .*'
+    ! has_key "$service_key" || fail "it went on"
+    as_on_windows uninstall.cmd
+    code_is 1
+    says 'This needs the rights of an administrator: .*'
+}
+
+Case_AsOnWindows_ServiceOfAnotherFolder_IsMovedHere() {
+    windows reg add 'HKU\S-1-5-19' /f
+    access_list 'D:PAI(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)'
+    installed
+    windows reg add "$service_key" /v ImagePath /t REG_SZ /d 'C:\old (one)\tarnwick-service.exe' /f
+    windows reg add "$service_key" /v FailureActions /t REG_BINARY /d 00 /f
+    as_on_windows install.cmd
+    code_is 0
+    says "  made      service, now from this folder; was C:\\\\old \(one\)\\\\tarnwick-service.exe"
+    grep -q '^sc \[config\] \['$service'\] \[binPath=\] \["C:\\install-test-' "$folder/calls.txt" ||
+        fail "sc config was called otherwise: $(cat "$folder/calls.txt")"
 }
 
 Case_InstallerPackage_LaysDownFilesAndTakesThemAway() {
