@@ -114,7 +114,7 @@ class WatchedFlush {
 };
 
 TEST(LogRaces, FlushAgainstRotation_LosesNothingAndNeverMeetsAClosedFile) {
-    PlayRounds({.rounds = 150, .longRounds = 4000}, [](RaceRound& round) {
+    PlayRounds({.rounds = 120, .longRounds = 4000}, [](RaceRound& round) {
         const test::ScratchFolder folder;
         const NeverFailingCalls calls(round);
         const WatchedFlush flush(round);
@@ -216,7 +216,7 @@ void CheckFileInUse(const test::ScratchFolder& folder) {
 }
 
 TEST(LogRaces, RetentionAgainstRotation_RunsOnceAtATimeAndSparesTheFileInUse) {
-    PlayRounds({.rounds = 150, .longRounds = 4000}, [](RaceRound& round) {
+    PlayRounds({.rounds = 120, .longRounds = 4000}, [](RaceRound& round) {
         const test::ScratchFolder folder;
         framework::LoggerConfig config = RacingConfig(folder, round.Below(2) == 0);
         config.DisableLogRetention = false;

@@ -15,7 +15,7 @@ using test::ServiceRound;
 
 constexpr DWORD FatalAppExit = 713;
 constexpr DWORD InternalError = ERROR_INTERNAL_ERROR;
-constexpr test::RacePlan Plan = {.rounds = 200, .longRounds = 5000};
+constexpr test::RacePlan Plan = {.rounds = 150, .longRounds = 5000};
 
 DWORD LastState(const ServiceRound& service) {
     return service.LastReport().dwCurrentState;
