@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "framework/system/platform.h"
@@ -56,6 +57,38 @@ TEST(FailFastInvalidParameter, EndsProcessWithItsCode_PastFiltersAndExitHandlers
 }
 
 // The two other ways out prove that the listeners of the test above would have been heard.
+
+/// Lets a debugged process run to its end. Returns the first parameter of the exception with `code`
+/// that it meets, or nothing.
+std::optional<ULONG_PTR> ParameterOfException(std::uint32_t code) {
+    constexpr DWORD LimitMs = 60000;
+    std::optional<ULONG_PTR> parameter;
+    DEBUG_EVENT event = {};
+    while (::WaitForDebugEvent(&event, LimitMs) != FALSE) {
+        const EXCEPTION_RECORD& record = event.u.Exception.ExceptionRecord;
+        const bool isException = event.dwDebugEventCode == EXCEPTION_DEBUG_EVENT;
+        if (isException && record.ExceptionCode == code && record.NumberParameters > 0) {
+            parameter = record.ExceptionInformation[0];
+        }
+        // The breakpoint that every debugged process begins with isn't for its handlers.
+        const bool handled = isException && record.ExceptionCode == STATUS_BREAKPOINT;
+        ::ContinueDebugEvent(event.dwProcessId, event.dwThreadId,
+                             handled ? DBG_CONTINUE : DBG_EXCEPTION_NOT_HANDLED);
+        if (event.dwDebugEventCode == EXIT_PROCESS_DEBUG_EVENT) {
+            break;
+        }
+    }
+    return parameter;
+}
+
+TEST(FailFastInvalidParameter, DebuggerIsToldThatAParameterWasInvalid) {
+    constexpr ULONG_PTR InvalidArgument = 5;
+    test::ChildOptions options;
+    options.creationFlags = DEBUG_ONLY_THIS_PROCESS;
+    test::Child child(test::SelfCommandLine(L"leave-process", {L"fail-fast"}), options);
+    EXPECT_EQ(ParameterOfException(FailFastCode), InvalidArgument);
+    EXPECT_EQ(child.Wait(), FailFastCode);
+}
 
 TEST(FailFastInvalidParameter, ListenersHearAnOrdinaryException) {
     test::Child child(test::SelfCommandLine(L"leave-process", {L"exception"}));
