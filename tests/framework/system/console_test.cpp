@@ -160,6 +160,20 @@ TEST(WriteToConsole, FailedWrite_IsIgnoredAndTheNextGoesThrough) {
     EXPECT_EQ(pipe.Take(), "kept\r\n");
 }
 
+TEST(WriteToConsole, FailedWriteToAConsole_IsIgnoredAndNotTriedAsBytes) {
+    OutputPipe pipe;
+    const test::ScopedHook<test::GetConsoleModeHook> mode(
+        [](HANDLE, DWORD*) -> BOOL { return TRUE; });
+    const test::ScopedHook<test::WriteConsoleWHook> write([](auto...) -> BOOL {
+        ::SetLastError(ERROR_INVALID_HANDLE);
+        return FALSE;
+    });
+    ::SetLastError(ERROR_DISK_FULL);
+    WriteToConsole(L"lost\n");
+    EXPECT_EQ(::GetLastError(), ERROR_DISK_FULL);
+    EXPECT_THAT(pipe.Take(), IsEmpty());
+}
+
 TEST(ConsolePrint, Arguments_AreReadAsInEveryWideFormat) {
     OutputPipe pipe;
     ConsolePrint(L"%s|%ws|%ls|%lu|%i|%03hu|100%%\n", L"a\u0436", L"b", L"c", 4294967295U, -1,

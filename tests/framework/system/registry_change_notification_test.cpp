@@ -619,6 +619,17 @@ TEST_F(RegChangeNotifyTest, FailedCloses_LeaveAnErrorAsItIs) {
                     L"1 RegChangeNotify finished with error 99"));
 }
 
+TEST_F(RegChangeNotifyTest, FailedReset_IsNotLookedAt) {
+    key_.Set(L"Watched", Baseline + 1);
+    const test::ScopedHook<test::ResetEventHook> reset([](HANDLE) -> BOOL {
+        ::SetLastError(ERROR_INVALID_HANDLE);
+        return FALSE;
+    });
+    EXPECT_EQ(RunInPlace(), 0U);
+    EXPECT_THAT(values_, ElementsAre(Baseline + 1));
+    EXPECT_THAT(trace_.Lines(), ElementsAre(NewIteration, Finished));
+}
+
 // ---- The thread --------------------------------------------------------------------------------
 
 TEST_F(RegChangeNotifyTest, CreateThread_GetsDefaultsAndACopyOfTheParameters) {
