@@ -1,0 +1,127 @@
+// Where the product is meant to come to a bad end, and why.
+
+#include <sstream>
+
+#include "tests/faults/outcomes.h"
+
+namespace faults {
+namespace {
+
+constexpr bool Once = false;
+constexpr bool Lasting = true;
+
+constexpr const char* Services = "start stop";
+constexpr const char* Beginnings = "start console dump usage rotation retention";
+constexpr const char* Recorders = "start console rotation retention";
+constexpr const char* Endings = "stop console dump usage rotation";
+constexpr const char* RecordEndings = "stop console rotation";
+
+constexpr const char* NoSecondTry =
+    "nothing tries again to open the first file: this run has no log";
+constexpr const char* OneRecord = "a record whose write fails is lost, and nothing else";
+constexpr const char* NoDumpFolder =
+    "the dump's folder is one above the logs, and nothing but the logger makes it";
+constexpr const char* GivenUp =
+    "a log whose compressed file can't be opened is given up, so that plain files don't pile up";
+constexpr const char* CloseNotLookedAt =
+    "the result of gzclose isn't looked at: the last block may be missing";
+constexpr const char* ErrorReported = "every failed step of an action is its result";
+
+constexpr AllowedOutcome Table[] = {
+    {"start", "StartServiceCtrlDispatcherW", "no service", Once,
+     "there is nobody to tell; the process ends with 0"},
+    {"start", "RegisterServiceCtrlHandlerW", "no report", Once,
+     "without the handle no status can be sent; the manager gives up on the service"},
+    {"start", "SetServiceStatus", "never running", Once,
+     "a report that fails is logged and not repeated"},
+    {"stop", "SetServiceStatus", "no final report", Once,
+     "a report that fails is logged and not repeated"},
+    {Services, "CreateThread", "stopped with an error", Once, ErrorReported},
+    {Services, "WaitForSingleObject", "stopped with an error", Once, ErrorReported},
+    {Services, "GetExitCodeThread", "stopped with an error", Once, ErrorReported},
+
+    {"console", "SetConsoleCtrlHandler", "exit code 0xC000013A", Once,
+     "the result isn't tested; Ctrl+C then ends the process as the platform does"},
+    {"console", "SetConsoleCtrlHandler", "no end record", Once, "the process is ended"},
+    {"console", "SetConsoleCtrlHandler", "controller not freed", Once, "the process is ended"},
+    {"console", "SetEvent", "second Ctrl+C", Once,
+     "the result isn't tested; the run waits for the next Ctrl+C"},
+    {"console", "SetEvent", "exit code 0xC000013A", Lasting, "the run waits until it is ended"},
+    {"console", "SetEvent", "no end record", Lasting, "the process is ended"},
+    {"console", "SetEvent", "controller not freed", Lasting, "the process is ended"},
+
+    {"crash", "GetModuleFileNameW", "no dump", Once,
+     "the path of the process is asked for before the dump, and a failure ends the work"},
+    {"crash dump", "MiniDumpWriteDump", "no dump", Once, "the file stays behind empty"},
+    {"dump", "ExpandEnvironmentStringsW", "no dump", Once, NoDumpFolder},
+    {"dump", "CreateDirectoryW", "no dump", Once, NoDumpFolder},
+    {"dump", "OpenProcess", "no dump", Once, "the process can't be reached"},
+    {"dump", "OpenThread", "no dump", Once, "the thread can't be reached"},
+    {"dump", "GetModuleFileNameW", "no dump", Once,
+     "the path of the process is asked for before the dump, and a failure ends the work"},
+    {"dump", "CreateFileW (dump)", "no dump", Once, "there is no other place for it"},
+    {"crash", "CreateFileW (dump)", "no dump", Once, "there is no other place for it"},
+
+    {"start console", "ExpandEnvironmentStringsW", "records lost", Once,
+     "an empty folder keeps the logger from opening a file under a wrong name"},
+    {"start console dump usage", "ExpandEnvironmentStringsW", "no end record", Once,
+     "there is no log"},
+    {Recorders, "CreateDirectoryW", "records lost", Once, NoSecondTry},
+    {Beginnings, "CreateDirectoryW", "no end record", Once, NoSecondTry},
+    {Recorders, "CreateFileW (first log)", "records lost", Once, NoSecondTry},
+    {Beginnings, "CreateFileW (first log)", "no end record", Once, NoSecondTry},
+    {Recorders, "WriteFile (first mark)", "records lost", Once, NoSecondTry},
+    {Beginnings, "WriteFile (first mark)", "no end record", Once, NoSecondTry},
+    {"start stop console rotation retention", "WriteFile (record)", "one record lost", Once,
+     OneRecord},
+    {"stop console dump usage rotation retention", "WriteFile (record)", "no end record", Once,
+     OneRecord},
+    {"start stop console rotation retention", "WriteFile (record)", "records lost", Lasting,
+     OneRecord},
+
+    {RecordEndings, "gzopen", "records lost", Once, GivenUp},
+    {Endings, "gzopen", "no end record", Once, GivenUp},
+    {RecordEndings, "gzclose", "records lost", Once, CloseNotLookedAt},
+    {Endings, "gzclose", "no end record", Once, CloseNotLookedAt},
+    {Endings, "gzclose", "damaged log", Once, CloseNotLookedAt},
+
+    {"retention", "FindFirstFileW", "files left", Lasting, "what isn't found isn't deleted"},
+    {"retention", "FindNextFileW", "files left", Lasting, "what isn't found isn't deleted"},
+    {"retention", "DeleteFileW", "files left", Lasting,
+     "a file that can't be deleted stays for the next run"},
+};
+
+bool Names(const char* scenarios, const std::string& scenario) {
+    std::istringstream words(scenarios);
+    std::string word;
+    while (words >> word) {
+        if (word == scenario) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+std::vector<const AllowedOutcome*> AllowedIn(const std::string& scenario, bool lasting) {
+    std::vector<const AllowedOutcome*> entries;
+    for (const AllowedOutcome& entry : Table) {
+        if (Names(entry.scenarios, scenario) && (lasting || !entry.lastingOnly)) {
+            entries.push_back(&entry);
+        }
+    }
+    return entries;
+}
+
+const AllowedOutcome* FindAllowed(const std::string& scenario, bool lasting,
+                                  const std::string& call, const std::string& outcome) {
+    for (const AllowedOutcome* entry : AllowedIn(scenario, lasting)) {
+        if (call == entry->call && outcome == entry->outcome) {
+            return entry;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace faults

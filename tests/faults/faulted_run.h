@@ -1,0 +1,39 @@
+/// One run of the subject with a failing call, and what is seen of it from outside.
+#ifndef TESTS_FAULTS_FAULTED_RUN_H
+#define TESTS_FAULTS_FAULTED_RUN_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tests/faults/fault_plan.h"
+#include "tests/faults/run_record.h"
+
+namespace faults {
+
+struct RunFacts {
+    bool hung = false;
+    std::uint32_t exitCode = 0;
+    bool dispatched = false;
+    bool unsettled = false;
+    bool secondPress = false;
+    std::uint32_t controllersLeft = 0;
+    std::vector<ReportRecord> reports;
+    std::uint32_t acceptedRecords = 0;
+    std::vector<std::uint32_t> foundRecords;  ///< numbers, in the order of the log files
+    bool endRecord = false;
+    bool damagedLog = false;         ///< a compressed file isn't whole and its source is gone
+    bool dump = false;               ///< there is one, and it isn't empty
+    std::vector<std::string> files;  ///< names of what is left in the log folder
+    std::vector<CallRecord> calls;
+};
+
+/// The call as the subject's command line takes it.
+[[nodiscard]] std::string TextOf(const CallId& call);
+
+/// Starts the subject, waits for its end or ends it, and collects what it has left.
+[[nodiscard]] RunFacts RunFaulted(const std::string& scenario, const FaultPlan& plan);
+
+}  // namespace faults
+
+#endif  // TESTS_FAULTS_FAULTED_RUN_H

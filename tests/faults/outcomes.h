@@ -1,0 +1,36 @@
+/// What became of a run, in words, and which words a failing call may lead to.
+#ifndef TESTS_FAULTS_OUTCOMES_H
+#define TESTS_FAULTS_OUTCOMES_H
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/faults/faulted_run.h"
+
+namespace faults {
+
+/// Everything about the run that differs from a good one; empty if nothing does.
+[[nodiscard]] std::set<std::string> OutcomesOf(const std::string& scenario, const RunFacts& facts);
+
+/// An outcome that isn't good but follows from how the product is meant to be.
+struct AllowedOutcome {
+    const char* scenarios;  ///< names with blanks between them
+    const char* call;
+    const char* outcome;
+    bool lastingOnly;  ///< once isn't enough for it
+    const char* reason;
+};
+
+/// The entry that allows it, or null.
+[[nodiscard]] const AllowedOutcome* FindAllowed(const std::string& scenario, bool lasting,
+                                                const std::string& call,
+                                                const std::string& outcome);
+
+/// All entries of a scenario, for the look whether each is needed.
+[[nodiscard]] std::vector<const AllowedOutcome*> AllowedIn(const std::string& scenario,
+                                                           bool lasting);
+
+}  // namespace faults
+
+#endif  // TESTS_FAULTS_OUTCOMES_H

@@ -1,0 +1,86 @@
+#include "tests/faults/played_controller.h"
+
+#include <atomic>
+#include <string>
+
+#include "controller-abi/orrin_ctrl_abi.h"
+#include "tests/faults/fault_plan.h"
+
+namespace faults {
+namespace {
+
+OrrinControllerParams host;
+std::atomic<bool> crashes{false};
+std::atomic<bool> activated{false};
+
+void WriteRecords() {
+    RunRecord& record = Record();
+    for (std::uint32_t index = 0; index < RecordsPerCall; ++index) {
+        const std::wstring text = NumberedText + std::to_wstring(record.acceptedRecords + 1);
+        host.OrrinLoggingCallback(nullptr, ORRIN_LOG_TRACE, L"played", text.c_str());
+        ++record.acceptedRecords;
+    }
+    host.LogFlush();
+}
+
+std::int32_t LoadAddons(OrrinController* /*self*/) {
+    return 0;
+}
+
+std::int32_t Activate(OrrinController* /*self*/) {
+    WriteRecords();
+    if (crashes) {
+        OpenWindow();
+        volatile int* const nowhere = nullptr;
+        *nowhere = 1;
+    }
+    activated = true;
+    return 0;
+}
+
+std::int32_t NotifyOnStop(OrrinController* /*self*/) {
+    return 0;
+}
+
+std::int32_t Deactivate(OrrinController* /*self*/) {
+    WriteRecords();
+    return 0;
+}
+
+OrrinController controller = {LoadAddons, Activate, NotifyOnStop, Deactivate};
+
+std::int32_t Create(OrrinControllerParams* params, OrrinController** controllerOut) {
+    host = *params;
+    *controllerOut = &controller;
+    ++Record().created;
+    return 0;
+}
+
+std::int32_t Free(OrrinController* /*controller*/) {
+    --Record().created;
+    return 0;
+}
+
+std::int32_t Bootstrap(OrrinControllerParams* /*params*/) {
+    return 0;
+}
+
+}  // namespace
+
+void CrashWhenActivated() {
+    crashes = true;
+}
+
+bool ControllerActivated() {
+    return activated;
+}
+
+}  // namespace faults
+
+extern "C" {
+decltype(&::OrrinCreateComponentModelController) __imp_OrrinCreateComponentModelController =
+    &faults::Create;
+decltype(&::OrrinFreeComponentModelController) __imp_OrrinFreeComponentModelController =
+    &faults::Free;
+decltype(&::OrrinBootstrap) __imp_OrrinBootstrap = &faults::Bootstrap;
+}

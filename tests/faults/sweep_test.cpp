@@ -1,0 +1,133 @@
+// Lives through each scenario once for every call that it makes, with that call failing.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <string_view>
+
+#include "tests/faults/outcomes.h"
+
+namespace faults {
+namespace {
+
+bool LongTests() {
+    const char* const wanted = std::getenv("TARNWICK_LONG_TESTS");
+    return wanted != nullptr && std::string_view(wanted) == "1";
+}
+
+std::string Replay(const std::string& scenario, const FaultPlan& plan) {
+    return "cmake/wine.sh build/mingw/bin/fault_subject.exe --scenario " + scenario + " --fail " +
+           TextOf(plan.failingCall) + (plan.lasting ? " --lasting" : "") + " --folder EMPTY-FOLDER";
+}
+
+bool HasFailed(const RunFacts& facts) {
+    return std::any_of(facts.calls.begin(), facts.calls.end(),
+                       [](const CallRecord& call) { return call.failed != 0; });
+}
+
+class Sweep : public testing::TestWithParam<const char*> {
+  protected:
+    void SetUp() override {
+        whole_ = RunFaulted(Scenario(), {});
+        ASSERT_EQ(OutcomesOf(Scenario(), whole_), std::set<std::string>{});
+        ASSERT_GT(whole_.calls.size(), 0U);
+        ASSERT_LT(whole_.calls.size(), MaxCalls);
+    }
+
+    [[nodiscard]] std::string Scenario() const { return GetParam(); }
+    [[nodiscard]] const std::vector<CallRecord>& Calls() const { return whole_.calls; }
+
+    void RunWith(const CallRecord& call, bool lasting);
+    /// Fails for every allowed outcome that no run has come to.
+    void ExpectAllAllowedSeen(bool lasting);
+    void PrintTally();
+
+  private:
+    void Judge(const FaultPlan& plan, const std::string& call, const std::string& outcome);
+
+    RunFacts whole_;
+    std::uint32_t runs_ = 0;
+    std::map<std::string, std::uint32_t> tally_;
+    std::set<const AllowedOutcome*> seen_;
+    std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
+};
+
+void Sweep::RunWith(const CallRecord& call, bool lasting) {
+    // Where threads race a call can be left out: retention that still runs isn't run again.
+    constexpr int Tries = 3;
+    const FaultPlan plan = {call.id, lasting};
+    RunFacts facts;
+    for (int tries = 0; tries < Tries && !HasFailed(facts); ++tries) {
+        ++runs_;
+        facts = RunFaulted(Scenario(), plan);
+    }
+    EXPECT_TRUE(HasFailed(facts)) << call.name << " isn't made: " << Replay(Scenario(), plan);
+    const std::set<std::string> outcomes = OutcomesOf(Scenario(), facts);
+    if (outcomes.empty()) {
+        ++tally_["good"];
+    }
+    for (const std::string& outcome : outcomes) {
+        Judge(plan, call.name, outcome);
+    }
+}
+
+void Sweep::Judge(const FaultPlan& plan, const std::string& call, const std::string& outcome) {
+    ++tally_[outcome];
+    const AllowedOutcome* const allowed = FindAllowed(Scenario(), plan.lasting, call, outcome);
+    if (allowed == nullptr) {
+        ADD_FAILURE() << Scenario() << ", " << call << ": " << outcome << "\n  "
+                      << Replay(Scenario(), plan);
+    }
+    seen_.insert(allowed);
+}
+
+void Sweep::ExpectAllAllowedSeen(bool lasting) {
+    for (const AllowedOutcome* const entry : AllowedIn(Scenario(), lasting)) {
+        if (entry->lastingOnly == lasting) {
+            EXPECT_TRUE(seen_.contains(entry))
+                << Scenario() << ", " << entry->call << ": " << entry->outcome
+                << " is allowed, but nothing leads to it";
+        }
+    }
+}
+
+void Sweep::PrintTally() {
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin_;
+    std::cout << Scenario() << ": " << Calls().size() << " calls, " << runs_ << " runs, "
+              << time.count() << " s\n";
+    for (const auto& [outcome, count] : tally_) {
+        std::cout << "    " << count << ' ' << outcome << '\n';
+    }
+}
+
+TEST_P(Sweep, EachCallFailingOnce_EndsAsAllowed) {
+    for (const CallRecord& call : Calls()) {
+        RunWith(call, false);
+    }
+    ExpectAllAllowedSeen(false);
+    PrintTally();
+}
+
+// Every call in the long mode, else the first of each kind, which has most to come after it.
+TEST_P(Sweep, EachKindOfCallFailingFromThenOn_EndsAsAllowed) {
+    std::set<std::string> kinds;
+    for (const CallRecord& call : Calls()) {
+        if (kinds.insert(call.name).second || LongTests()) {
+            RunWith(call, true);
+        }
+    }
+    ExpectAllAllowedSeen(true);
+    PrintTally();
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenarios, Sweep,
+                         testing::Values("start", "stop", "console", "crash", "dump", "usage",
+                                         "rotation", "retention"),
+                         [](const auto& scenario) { return std::string(scenario.param); });
+
+}  // namespace
+}  // namespace faults
