@@ -302,11 +302,16 @@ Case_Uninstall_SlowStop_WaitsForTheProcess() {
     printf '%s\n' 'on load register' 'on activate enable-stop' 'on free delay 4000' \
         >"$folder/orrin-ctrl.script"
     start_service 'OnStart finished'
-    local began=$SECONDS
-    script uninstall.cmd
-    code_is 0
-    [ $((SECONDS - began)) -ge 3 ] || fail "it did not wait"
-    [ -z "$(processes)" ] || fail "its process is still there"
+    script uninstall.cmd &
+    local _
+    for _ in {1..600}; do
+        ! grep -qsa 'its process is gone' "$scratch/raw" || break
+        sleep 0.1
+    done
+    [ -z "$(processes)" ] || fail "it says so while its process is still there"
+    wait $!
+    says '  service stopped, its process is gone'
+    says '  service and its settings removed'
 }
 
 Case_Uninstall_ProcessThatStays_RemovesNothing() {
