@@ -8,6 +8,8 @@ a second time. One that doesn't compile isn't counted and another is drawn from 
 """
 
 import argparse
+import hashlib
+import json
 import math
 import os
 import pathlib
@@ -36,6 +38,8 @@ COMPILE_TESTS = {
     "framework/system/wide_format.h": "FormatCheck",
     "framework/logger/log_line.h": "LogCall",
 }
+# Places where a change can't matter, each with the reason; they are passed over.
+HARMLESS = "tests/mutation_reasons.txt"
 REQUIRED = 0.95
 BUILD_LIMIT = 900  # seconds
 
@@ -172,9 +176,23 @@ def build(folder, names):
     return result.returncode == 0, result.stdout
 
 
+def read_harmless(folder):
+    """The places that can't matter, with their reasons, as (file, text of the line, change)."""
+    harmless = set()
+    for line in (folder / HARMLESS).read_text(encoding="utf-8").splitlines():
+        if line.strip() and not line.startswith("#"):
+            file, text, change, _ = (part.strip() for part in line.split(" | "))
+            if text not in [row.strip() for row in
+                            (folder / file).read_text(encoding="utf-8").splitlines()]:
+                sys.exit(f"mutation: {HARMLESS}: {file} has no line {text}")
+            harmless.add((file, text, change))
+    return harmless
+
+
 def draw(folder, only, count, seed):
     """A list of (path, sites in the order of trial, how many of them to count)."""
     chance = random.Random(seed)
+    harmless = read_harmless(folder)
     files = {}
     for top in ("framework", "tarnwick-service"):
         for path in sorted((folder / top).rglob("*")):
@@ -189,12 +207,39 @@ def draw(folder, only, count, seed):
         open_files = [path for path in files if share[path] < len(files[path])]
         share[min(open_files,
                   key=lambda path: ((share[path] + 0.5) / math.sqrt(len(files[path])), path))] += 1
-    return [(path, files[path], share[path]) for path in sorted(files) if share[path]]
+    for path in files:
+        rows = (folder / path).read_text(encoding="utf-8").splitlines()
+        files[path] = [site for site in files[path]
+                       if (path, rows[site.line - 1].strip(), site.describe()) not in harmless]
+    # Headers last: what includes them has to be compiled too.
+    order = sorted(files, key=lambda path: (path.endswith(".h"), path))
+    return [(path, files[path], share[path]) for path in order if share[path]]
+
+
+class Verdicts:
+    """What earlier runs with the same seed on the same tree found, so that one that was ended early
+    goes on where it was."""
+
+    def __init__(self, folder, seed):
+        text = hashlib.sha256()
+        for top in ("framework", "tarnwick-service", "tests"):
+            for path in sorted((folder / top).rglob("*")):
+                if path.is_file() and path.suffix != ".txt":
+                    text.update(path.read_bytes())
+        self.path = folder.parent / f"verdicts-{seed}-{text.hexdigest()[:12]}.json"
+        self.known = json.loads(self.path.read_text()) if self.path.is_file() else {}
+
+    def of(self, place, find):
+        if place not in self.known:
+            self.known[place] = find()
+            self.path.write_text(json.dumps(self.known, indent=1))
+        return self.known[place]
 
 
 class Tally:
-    def __init__(self, total):
+    def __init__(self, total, verdicts):
         self.total = total
+        self.verdicts = verdicts
         self.noticed = 0
         self.uncompiled = 0
         self.survivors = []
@@ -202,14 +247,13 @@ class Tally:
     def judged(self):
         return self.noticed + len(self.survivors)
 
-    def add(self, path, site, noticed_by, took):
+    def add(self, place, noticed_by, took):
         if noticed_by:
             self.noticed += 1
         else:
-            self.survivors.append(f"{path}:{site.line}  {site.describe()}")
+            self.survivors.append(place)
         print(f"  {self.judged():3}/{self.total}  {'noticed ' if noticed_by else 'SURVIVED'}  "
-              f"{path}:{site.line}  {site.describe()}  {noticed_by or ''}  {took:.0f} s",
-              flush=True)
+              f"{place}  {noticed_by}  {took:.0f} s", flush=True)
 
 
 def try_site(folder, path, site, tests):
@@ -234,11 +278,12 @@ def judge_file(folder, path, sites, count, tests, tally):
         if count == 0:
             return
         began = time.monotonic()
-        noticed_by = try_site(folder, path, site, tests)
+        place = f"{path}:{site.line}  {site.describe()}"
+        noticed_by = tally.verdicts.of(place, lambda: try_site(folder, path, site, tests))
         if noticed_by is None:
             tally.uncompiled += 1
             continue
-        tally.add(path, site, noticed_by, time.monotonic() - began)
+        tally.add(place, noticed_by, time.monotonic() - began)
         count -= 1
     # A file with few places may have none left that compile.
     tally.total -= count
@@ -273,7 +318,7 @@ def main():
     programs = {name: Program(folder, name) for name in names}
     for program in programs.values():
         program.calibrate()
-    tally = Tally(sum(count for _, _, count in drawn))
+    tally = Tally(sum(count for _, _, count in drawn), Verdicts(folder, chosen.seed))
     for path, sites, count in drawn:
         tests = [programs[name] for name in program_names(path)]
         if path in COMPILE_TESTS:

@@ -8,6 +8,8 @@
 #   --only TEXT   in sources whose path holds TEXT alone
 #   --list        shows the places that would be drawn and ends
 #
+# A run that was ended early goes on where it was when it is called with its seed again.
+#
 # Works in a copy of the checkout and in a Wine prefix of its own, both below build/mutation. The
 # exit code is 1 if fewer than 95 of 100 were noticed. Packages that are missing are installed by
 # apt (as root, or through sudo).

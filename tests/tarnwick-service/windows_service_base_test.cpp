@@ -287,6 +287,27 @@ TEST_F(StatusReporting, ReportDuringAnother_WaitsForIt) {
                TraceLine(L"WindowsServiceBase->EnableStopFromSCM: SERVICE_ACCEPT_STOP set")}));
 }
 
+// The record must not change under a report that only repeats it.
+TEST_F(StatusReporting, ChangeDuringAReportOfTheCurrentStatus_WaitsForIt) {
+    test::Signal firstIsInside;
+    test::Signal secondIsInside;
+    std::atomic<int> calls{0};
+    bool overtaken = false;
+    statuses.OnReport([&](const SERVICE_STATUS&) {
+        if (++calls == 1) {
+            firstIsInside.Set();
+            overtaken = secondIsInside.Wait(100);
+        } else {
+            secondIsInside.Set();
+        }
+    });
+    std::thread first([this] { service.ReportCurrentStatus(); });
+    ASSERT_TRUE(firstIsInside.Wait());
+    service.SetServiceStatusSafe(SERVICE_RUNNING, 0, 0);
+    first.join();
+    EXPECT_FALSE(overtaken);
+}
+
 TEST_F(StatusReporting, StepsOfThePlainService_LogOneLineAndSucceed) {
     EXPECT_EQ(service.OnStart(), 0U);
     EXPECT_EQ(service.OnStop(), 0U);

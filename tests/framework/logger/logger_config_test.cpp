@@ -46,6 +46,12 @@ const BudgetCase BudgetCases[] = {
 
 INSTANTIATE_TEST_SUITE_P(Sizes, SplitBudgetTable, ::testing::ValuesIn(BudgetCases));
 
+TEST(RetentionBudgets, RecordThatNobodyFilled_IsAllZero) {
+    const RetentionBudgets budgets;
+    EXPECT_EQ(budgets.CompressedLogsBudget, 0U);
+    EXPECT_EQ(budgets.PlainLogsBudget, 0U);
+}
+
 TEST(LoggerConfig, RecordThatNobodyFilled_IsAllZero) {
     const LoggerConfig config;
     EXPECT_TRUE(config.ComponentName.empty() && config.LogDirectory.empty() &&
