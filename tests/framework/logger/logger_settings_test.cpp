@@ -512,5 +512,12 @@ TEST_F(LoggerSettingsTest, DestroyedSettings_LeaveTheLoggerRunning) {
     EXPECT_EQ(Records().back(), L"[T][quillon] later");
 }
 
+TEST(LoggerSettingsSource, RecordThatNobodyFilled_LetsTheRegistryOverrideNothing) {
+    const LoggerSettingsSource source;
+    EXPECT_FALSE(source.ReadTraceLevelsMask || source.ReadExpiredPeriodInDays);
+    EXPECT_FALSE(source.ReadMaxLogFilesSize || source.ReadDisableLogRetention);
+    EXPECT_TRUE(source.RegistryKey.empty());
+}
+
 }  // namespace
 }  // namespace framework
