@@ -4,9 +4,9 @@
 #   scripts/package.sh
 #
 # Both are put into out/package, with SHA256SUMS for them. The controller library is not in them, as
-# it belongs to the components; docs/installing.md tells the rest. Both come out with the same bytes
-# each time from the same sources: times are those of the last commit, or SOURCE_DATE_EPOCH. Packages
-# that are missing are installed by apt (as root, or through sudo).
+# it belongs to the components; docs/installing.md tells the rest. The same build is packed into the
+# same bytes each time: times are those of the last commit, or SOURCE_DATE_EPOCH. Packages that are
+# missing are installed by apt (as root, or through sudo).
 
 # shellcheck source=scripts/lib.sh
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
