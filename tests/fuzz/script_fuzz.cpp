@@ -88,7 +88,8 @@ const std::vector<std::wstring> Words = {L"on ",
                                          L"\r\n"};
 
 std::wstring Number(Random& random) {
-    return random.OneIn(5) ? random.Pick({L"4294967295", L"0xFFFFFFFF", L"4294967296", L"x", L"-1"})
+    return random.OneIn(3) ? random.Pick({L"4294967295", L"0xFFFFFFFF", L"4294967296", L"x", L"-1",
+                                          L"0", L"1", L"256", L"257"})
                            : std::to_wstring(random.Below(300));
 }
 
