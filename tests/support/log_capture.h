@@ -41,8 +41,9 @@ class LogCapture {
   private:
     [[nodiscard]] std::wstring Text() const;
 
-    FreshLogger logger_;
+    // Outlives the logger: a folder with an open file in it can't be removed.
     ScratchFolder folder_;
+    FreshLogger logger_;
     std::size_t cleared_ = 0;
 };
 
