@@ -13,12 +13,19 @@ namespace faults {
 /// Everything about the run that differs from a good one; empty if nothing does.
 [[nodiscard]] std::set<std::string> OutcomesOf(const std::string& scenario, const RunFacts& facts);
 
+/// What it takes for an outcome.
+enum class When {
+    Once,     ///< the call fails once
+    Lasting,  ///< it fails from then on
+    Racing    ///< the call fails once and threads take turns so; not every sweep sees it
+};
+
 /// An outcome that isn't good but follows from how the product is meant to be.
 struct AllowedOutcome {
     const char* scenarios;  ///< names with blanks between them
     const char* call;
     const char* outcome;
-    bool lastingOnly;  ///< once isn't enough for it
+    When when;
     const char* reason;
 };
 

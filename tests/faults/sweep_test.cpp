@@ -87,7 +87,7 @@ void Sweep::Judge(const FaultPlan& plan, const std::string& call, const std::str
 
 void Sweep::ExpectAllAllowedSeen(bool lasting) {
     for (const AllowedOutcome* const entry : AllowedIn(Scenario(), lasting)) {
-        if (entry->lastingOnly == lasting) {
+        if (entry->when == (lasting ? When::Lasting : When::Once)) {
             EXPECT_TRUE(seen_.contains(entry))
                 << Scenario() << ", " << entry->call << ": " << entry->outcome
                 << " is allowed, but nothing leads to it";
@@ -104,9 +104,21 @@ void Sweep::PrintTally() {
     }
 }
 
+/// Whether a place that makes many calls is looked at with this one too: the first and the last of
+/// a place always are, and each of its calls in the long mode.
+bool IsLookedAt(const CallRecord& call, const std::vector<CallRecord>& calls) {
+    constexpr std::uint32_t Stride = 3;
+    const bool isLast = std::none_of(calls.begin(), calls.end(), [&](const CallRecord& other) {
+        return other.id.site == call.id.site && other.id.occurrence > call.id.occurrence;
+    });
+    return call.id.occurrence == 1 || isLast || call.id.occurrence % Stride == 0 || LongTests();
+}
+
 TEST_P(Sweep, EachCallFailingOnce_EndsAsAllowed) {
     for (const CallRecord& call : Calls()) {
-        RunWith(call, false);
+        if (IsLookedAt(call, Calls())) {
+            RunWith(call, false);
+        }
     }
     ExpectAllAllowedSeen(false);
     PrintTally();
