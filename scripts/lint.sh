@@ -95,7 +95,7 @@ compiler_flags() {
         -isystem /usr/src/googletest/googlemock/include)
     case $1 in
         *.c) flags+=(-std=c11) ;;
-        *) flags+=(-std=c++20 -nostdinc++ -isystem "$headers"
+        *) flags+=(-std=c++20 -fsized-deallocation -nostdinc++ -isystem "$headers"
             -isystem "$headers/x86_64-w64-mingw32" -Wnon-virtual-dtor -Woverloaded-virtual
             -Wextra-semi -Wold-style-cast) ;;
     esac
