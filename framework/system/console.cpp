@@ -20,7 +20,12 @@ std::wstring WithCarriageReturns(std::wstring_view text) {
     return result;
 }
 
-std::string ToUtf8(const std::wstring& text) {
+}  // namespace
+
+std::string ToUtf8(std::wstring_view text) {
+    if (text.empty()) {
+        return {};
+    }
     const int length = static_cast<int>(text.size());
     const int size =
         ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
@@ -28,8 +33,6 @@ std::string ToUtf8(const std::wstring& text) {
     ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), size, nullptr, nullptr);
     return bytes;
 }
-
-}  // namespace
 
 // Not the run-time library's wprintf: in the C locale it stops a line at the first character that
 // the code page lacks, the line feed included.

@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <functional>
 #include <ostream>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "tests/support/log_capture.h"
 #include "tests/tarnwick-service/expected_lines.h"
@@ -32,6 +36,29 @@ class StatusReporting : public testing::Test {
         statuses.Clear();
         service.ReportCurrentStatus();
         return Describe(statuses.Last());
+    }
+
+    /// Whether a report of `second` reaches the platform while one of `first` is there.
+    bool IsOvertaken(const std::function<void()>& first, const std::function<void()>& second) {
+        test::Signal firstIsInside;
+        test::Signal secondIsInside;
+        std::atomic<int> calls{0};
+        bool overtaken = false;
+        statuses.OnReport([&](const SERVICE_STATUS&) {
+            if (++calls == 1) {
+                firstIsInside.Set();
+                overtaken = secondIsInside.Wait(100);
+            } else {
+                secondIsInside.Set();
+            }
+        });
+        std::thread other(first);
+        EXPECT_TRUE(firstIsInside.Wait());
+        second();
+        other.join();
+        EXPECT_EQ(calls, 2);
+        statuses.OnReport({});
+        return overtaken;
     }
 
     test::LogCapture log;
@@ -264,23 +291,8 @@ TEST_F(StatusReporting, CurrentStatusOfTwoThreads_SharesTheLock) {
 
 // A report that comes while another one is with the platform has to wait for its log line too.
 TEST_F(StatusReporting, ReportDuringAnother_WaitsForIt) {
-    test::Signal firstIsInside;
-    test::Signal secondIsInside;
-    std::atomic<int> calls{0};
-    bool overtaken = false;
-    statuses.OnReport([&](const SERVICE_STATUS&) {
-        if (++calls == 1) {
-            firstIsInside.Set();
-            overtaken = secondIsInside.Wait(100);
-        } else {
-            secondIsInside.Set();
-        }
-    });
-    std::thread first([this] { service.SetServiceStatusSafe(SERVICE_RUNNING, 0, 0); });
-    ASSERT_TRUE(firstIsInside.Wait());
-    EXPECT_EQ(service.EnableStopFromSCM(), 0U);
-    first.join();
-    EXPECT_FALSE(overtaken);
+    EXPECT_FALSE(IsOvertaken([this] { service.SetServiceStatusSafe(SERVICE_RUNNING, 0, 0); },
+                             [this] { EXPECT_EQ(service.EnableStopFromSCM(), 0U); }));
     EXPECT_EQ(
         log.Lines(),
         (Lines{StatusLine(L"SERVICE_RUNNING", {SERVICE_RUNNING, 0, 0, 0, ShutdownOnly}),
@@ -289,23 +301,8 @@ TEST_F(StatusReporting, ReportDuringAnother_WaitsForIt) {
 
 // The record must not change under a report that only repeats it.
 TEST_F(StatusReporting, ChangeDuringAReportOfTheCurrentStatus_WaitsForIt) {
-    test::Signal firstIsInside;
-    test::Signal secondIsInside;
-    std::atomic<int> calls{0};
-    bool overtaken = false;
-    statuses.OnReport([&](const SERVICE_STATUS&) {
-        if (++calls == 1) {
-            firstIsInside.Set();
-            overtaken = secondIsInside.Wait(100);
-        } else {
-            secondIsInside.Set();
-        }
-    });
-    std::thread first([this] { service.ReportCurrentStatus(); });
-    ASSERT_TRUE(firstIsInside.Wait());
-    service.SetServiceStatusSafe(SERVICE_RUNNING, 0, 0);
-    first.join();
-    EXPECT_FALSE(overtaken);
+    EXPECT_FALSE(IsOvertaken([this] { service.ReportCurrentStatus(); },
+                             [this] { service.SetServiceStatusSafe(SERVICE_RUNNING, 0, 0); }));
 }
 
 TEST_F(StatusReporting, StepsOfThePlainService_LogOneLineAndSucceed) {

@@ -3,8 +3,8 @@
 #include <array>
 #include <string>
 
+#include "framework/system/console.h"
 #include "framework/system/platform.h"
-#include "tools/shared/terminal_output.h"
 
 namespace service_watch {
 
@@ -65,7 +65,7 @@ std::string ErrorText(unsigned long error) {
         --length;
     }
     const std::string code = "error " + std::to_string(error);
-    return length == 0 ? code : code + ": " + tools::ToUtf8({buffer.data(), length});
+    return length == 0 ? code : code + ": " + framework::ToUtf8({buffer.data(), length});
 }
 
 }  // namespace service_watch

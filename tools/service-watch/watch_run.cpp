@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "framework/system/console.h"
 #include "framework/system/path_helpers.h"
 #include "framework/system/unique_handle.h"
 #include "tools/quillon-log/output.h"
@@ -18,7 +19,6 @@
 #include "tools/service-watch/run_log.h"
 #include "tools/service-watch/state_text.h"
 #include "tools/service-watch/state_watch.h"
-#include "tools/shared/terminal_output.h"
 
 namespace service_watch {
 
@@ -189,7 +189,7 @@ class WatchedRun {
         terminal_.Field("log", std::to_string(log_.RecordCount()) + " records in " +
                                    std::to_string(log_.FileCount()) + " file(s)");
         if (const std::wstring file = log_.LastFile(); !file.empty()) {
-            terminal_.Field("", tools::ToUtf8(Shown(file)));
+            terminal_.Field("", framework::ToUtf8(Shown(file)));
         }
     }
 
@@ -228,7 +228,7 @@ class WatchedRun {
     }
 
     void ShowRecord(const quillon_log::Record& record) {
-        terminal_.Write(tools::ToUtf8(quillon_log::ToText(record, options_.color)));
+        terminal_.Write(framework::ToUtf8(quillon_log::ToText(record, options_.color)));
     }
 
     void ShowStatus(const SERVICE_STATUS_PROCESS& status, StateWatch::Clock::duration since) {

@@ -1,5 +1,8 @@
 #include "tools/shared/terminal_output.h"
 
+#include <string>
+
+#include "framework/system/console.h"
 #include "framework/system/platform.h"
 
 namespace tools {
@@ -20,7 +23,7 @@ bool WriteTo(HANDLE output, std::wstring_view text) {
         return ::WriteConsoleW(output, text.data(), static_cast<DWORD>(text.size()), &written,
                                nullptr) != FALSE;
     }
-    const std::string bytes = ToUtf8(text);
+    const std::string bytes = framework::ToUtf8(text);
     return ::WriteFile(output, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) !=
            FALSE;
 }
@@ -36,18 +39,6 @@ bool WantsColor(ColorChoice choice) {
         default:
             return ::GetEnvironmentVariableW(L"NO_COLOR", nullptr, 0) == 0 && IsTerminal();
     }
-}
-
-std::string ToUtf8(std::wstring_view text) {
-    if (text.empty()) {
-        return {};
-    }
-    const int length = static_cast<int>(text.size());
-    const int size =
-        ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    std::string bytes(static_cast<std::size_t>(size), '\0');
-    ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), size, nullptr, nullptr);
-    return bytes;
 }
 
 bool WriteOutput(std::wstring_view text) {

@@ -2,7 +2,6 @@
 #ifndef TOOLS_SHARED_TERMINAL_OUTPUT_H
 #define TOOLS_SHARED_TERMINAL_OUTPUT_H
 
-#include <string>
 #include <string_view>
 
 namespace tools {
@@ -12,8 +11,6 @@ enum class ColorChoice { WhenTerminal, Always, Never };
 /// Whether standard output is to be coloured. Asks the terminal, which from then on understands
 /// colours, only if the choice depends on it; the environment's NO_COLOR speaks against it then.
 [[nodiscard]] bool WantsColor(ColorChoice choice);
-
-[[nodiscard]] std::string ToUtf8(std::wstring_view text);
 
 /// False if nobody reads any more.
 bool WriteOutput(std::wstring_view text);
