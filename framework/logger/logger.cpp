@@ -89,8 +89,7 @@ bool Logger::LogList(const RecordInfo& info, const wchar_t* format, std::va_list
         named.component = Config.ComponentName.c_str();
     }
     const std::lock_guard guard(RecordLock);
-    // Taken, not shared: a sink may log on this thread, and that record has a text of its own.
-    std::wstring text = std::move(SpareText);
+    std::wstring text;
     Formatter->Format(text, named, format, args);
     if (text.empty()) {
         return true;
@@ -104,7 +103,6 @@ bool Logger::LogList(const RecordInfo& info, const wchar_t* format, std::va_list
     if (Config.LogToFile) {
         WriteRecord(text);
     }
-    SpareText = std::move(text);
     return true;
 }
 

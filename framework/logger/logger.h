@@ -117,7 +117,6 @@ class Logger {
     // logged by the thread that is inside a log call already. Taken before the other two.
     CriticalSection RecordLock;
     // Guarded by RecordLock.
-    std::wstring SpareText;  ///< the last record's memory, for the next one
     std::wstring NameTemplate;
     LogFile CurrentFile;
     std::uint32_t RotationDepth = 0;  ///< above 0 while the file is being switched

@@ -1,6 +1,7 @@
 #include "framework/logger/record_formatter.h"
 
 #include <cstddef>
+#include <cwchar>
 #include <memory>
 #include <string_view>
 
@@ -117,12 +118,13 @@ void RecordFormatter::Format(std::wstring& out, const RecordInfo& info, const wc
     } else {
         out.clear();
     }
-    const int messageLength = PrintAgain(buffer + length, FirstMessageSize, format, args);
-    if (messageLength >= 0) {
-        length += static_cast<std::size_t>(messageLength);
-    }
-    out.append(buffer, length);
-    if (messageLength < 0) {
+    if (PrintAgain(buffer + length, FirstMessageSize, format, args) >= 0) {
+        // Up to the first zero, as a message may print one; with room for the line feed.
+        const std::size_t shown = std::wcslen(buffer);
+        out.reserve(out.size() + shown + 1);
+        out.append(buffer, shown);
+    } else {
+        out.append(buffer, length);
         AppendLongMessage(out, format, args);
     }
     EnsureNewline(out);

@@ -243,6 +243,16 @@ TEST(RecordFormatter, LongMessage_IsPrintedWithItsArgumentsOnEveryAttempt) {
     EXPECT_EQ(out, SampleHead + L"1 " + longText + L" 2 three -4\n");
 }
 
+TEST(RecordFormatter, MessageThatPrintsAZero_EndsBeforeIt) {
+    const test::FixedClock clock(SampleTime);
+    std::wstring out;
+    FormatInto(out, {false, true}, SampleInfo(), L"ab%cde", 0);
+    EXPECT_EQ(out, SampleHead + L"ab\n");
+    std::wstring text;
+    FormatTextInto(text, L"ab%cde", 0);
+    EXPECT_EQ(text, L"ab\n");
+}
+
 TEST(FormatText, TextAlone_IsAppendedWithItsLineFeed) {
     std::wstring out = L"first\n";
     FormatTextInto(out, L"second %s", L"text");
