@@ -1,5 +1,6 @@
 #!/bin/bash
-# Builds the service host and puts it, with what it needs to run, into out/bin.
+# Builds the service host and puts it into out/bin, with what it needs to run and the tools that
+# ship beside it.
 #
 #   scripts/build.sh
 #
@@ -16,13 +17,16 @@ esac
 
 heading "Building tarnwick-service"
 need_packages "${build_packages[@]}" "${wine_packages[@]}"
-build_targets "${product_targets[@]}"
-put_in_out tarnwick-service.exe orrin-ctrl.dll probe-plain.exe
+build_targets "${product_targets[@]}" quillon-log controller-check
+programs=(tarnwick-service.exe quillon-log.exe controller-check.exe orrin-ctrl.dll probe-plain.exe)
+put_in_out "${programs[@]}"
 
 heading "In out/bin"
-for name in tarnwick-service.exe orrin-ctrl.dll probe-plain.exe; do
+for name in "${programs[@]}"; do
     case $name in
         tarnwick-service.exe) what="the service host" ;;
+        quillon-log.exe) what="reads and follows its log files" ;;
+        controller-check.exe) what="tells what a controller library does wrong" ;;
         orrin-ctrl.dll) what="development controller; stands in for the closed library" ;;
         probe-plain.exe) what="sample program that waits, for the option -test" ;;
     esac
