@@ -229,11 +229,11 @@ class Verdicts:
         self.path = folder.parent / f"verdicts-{seed}-{text.hexdigest()[:12]}.json"
         self.known = json.loads(self.path.read_text()) if self.path.is_file() else {}
 
-    def of(self, place, find):
-        if place not in self.known:
-            self.known[place] = find()
+    def of(self, key, find):
+        if key not in self.known:
+            self.known[key] = find()
             self.path.write_text(json.dumps(self.known, indent=1))
-        return self.known[place]
+        return self.known[key]
 
 
 class Tally:
@@ -279,7 +279,9 @@ def judge_file(folder, path, sites, count, tests, tally):
             return
         began = time.monotonic()
         place = f"{path}:{site.line}  {site.describe()}"
-        noticed_by = tally.verdicts.of(place, lambda: try_site(folder, path, site, tests))
+        # A line may hold two places of one description.
+        noticed_by = tally.verdicts.of(f"{site.start} {place}",
+                                       lambda: try_site(folder, path, site, tests))
         if noticed_by is None:
             tally.uncompiled += 1
             continue
