@@ -4,7 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <string>
+#include <vector>
 
 #include "tests/end-to-end/support/service.h"
 #include "tests/races/report_order.h"
@@ -56,8 +57,11 @@ SERVICE_STATUS Record(const test::StatusReport& report) {
 void CheckEnd(const test::HostFolder& host, const test::Service& service) {
     EXPECT_EQ(service.WaitFor(SERVICE_STOPPED).dwCurrentState, static_cast<DWORD>(SERVICE_STOPPED));
     EXPECT_EQ(service.WaitForExit(), 0U);
+    const std::vector<test::StatusReport> reports = host.ReadTranscript().StatusReports();
+    // A service that has reported nothing is stopped too.
+    ASSERT_FALSE(reports.empty()) << "no report is in the transcript";
     SERVICE_STATUS before = test::Unreported;
-    for (const test::StatusReport& report : host.ReadTranscript().StatusReports()) {
+    for (const test::StatusReport& report : reports) {
         const SERVICE_STATUS next = Record(report);
         EXPECT_EQ(test::BreachOfOrder(before, next), "")
             << "state " << before.dwCurrentState << ", then " << next.dwCurrentState;
