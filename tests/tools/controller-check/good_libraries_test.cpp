@@ -61,7 +61,9 @@ TEST(GoodAnswers, CallbackThatIsRemovedInTime_IsInOrder) {
 TEST(GoodAnswers, SlowCallBelowTheLimit_IsInOrder) {
     const test::CheckRun check(L"orrin-ctrl.dll");
     check.Script("on activate delay 1500\n");
-    EXPECT_THAT(check.Run(L"--round service --timeout 20").failed, IsEmpty());
+    const test::CheckOutcome outcome = check.Run(L"--round service --timeout 20");
+    EXPECT_THAT(outcome.failed, IsEmpty()) << outcome.output;
+    EXPECT_EQ(outcome.verdicts.at("in-time"), "ok");
 }
 
 TEST(Report, Text_NamesEachExpectationWithoutColours) {
@@ -81,7 +83,9 @@ TEST(Report, AskedForColours_HasThem) {
 
 TEST(Report, QuietAndAllMet_SaysNothing) {
     const test::CheckRun check(L"minimal-controller.dll");
-    EXPECT_EQ(check.RunPlain(L"-q --round no-start").output, "");
+    const test::CheckOutcome outcome = check.RunPlain(L"-q --round no-start");
+    EXPECT_EQ(outcome.exitCode, 0U);
+    EXPECT_EQ(outcome.output, "");
 }
 
 TEST(Report, QuietAndSomethingFailed_NamesThatAlone) {
