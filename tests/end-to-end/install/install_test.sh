@@ -121,14 +121,15 @@ Case_Package_HoldsTheSameFilesInBothForms() {
 
 Case_Package_PackedAgain_HasTheSameBytes() {
     cp "$root/out/package/SHA256SUMS" "$scratch/first"
-    sleep 1.1 # the clocks of both formats go on
+    sleep 2.1 # the clocks of both formats go on, by two seconds at a time
     "$root/scripts/package.sh"
     diff "$scratch/first" "$root/out/package/SHA256SUMS" || fail "the second package differs"
 }
 
 Case_Scripts_HaveCarriageReturns() {
     local name
-    for name in "$folder"/*.cmd; do
+    for name in "$folder"/{install,uninstall,check,shared}.cmd; do
+        [ -s "$name" ] || fail "$name is missing"
         [ "$(grep -c '' "$name")" -eq "$(grep -c $'\r$' "$name")" ] || fail "$name"
     done
 }
@@ -284,8 +285,11 @@ Case_Uninstall_LeavesNothingButTheLogs() {
 
 Case_Uninstall_RemoveLogs_RemovesTheDataFolder() {
     installed
+    mkdir -p "$data/Logs"
+    echo left >"$data/Logs/left-by-an-earlier-run.log"
     script uninstall.cmd /removelogs
     code_is 0
+    says '  data folder removed, with all logs'
     [ ! -e "${data%/*}" ] || fail "the data folder is still there"
 }
 
@@ -302,7 +306,7 @@ Case_Uninstall_SlowStop_WaitsForTheProcess() {
     printf '%s\n' 'on load register' 'on activate enable-stop' 'on free delay 4000' \
         >"$folder/orrin-ctrl.script"
     start_service 'OnStart finished'
-    script uninstall.cmd &
+    { script uninstall.cmd && echo "$code" >"$scratch/code"; } &
     local _
     for _ in {1..600}; do
         ! grep -qsa 'its process is gone' "$scratch/raw" || break
@@ -310,6 +314,8 @@ Case_Uninstall_SlowStop_WaitsForTheProcess() {
     done
     [ -z "$(processes)" ] || fail "it says so while its process is still there"
     wait $!
+    code=$(<"$scratch/code")
+    code_is 0
     says '  service stopped, its process is gone'
     says '  service and its settings removed'
 }
