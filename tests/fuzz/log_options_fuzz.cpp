@@ -6,7 +6,9 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <regex>
 
+#include "tests/fuzz/calendar.h"
 #include "tests/fuzz/target.h"
 #include "tools/quillon-log/log_name.h"
 #include "tools/quillon-log/options.h"
@@ -79,10 +81,42 @@ const std::vector<std::wstring> Words = {L"-f",
                                          L".gz"};
 const std::wstring Characters = L"-=fnlcghEWTV 0123456789:TZ.smhdlog\\\x00E9\x212A\xD800";
 
+/// A time in each form, most of them real ones.
+std::wstring Time(Random& random) {
+    return random.Pick({L"today",
+                        L"yesterday",
+                        L"90s",
+                        L"15m",
+                        L"2h",
+                        L"7d",
+                        L"999999999d",
+                        L"1x",
+                        L"2024-02-29",
+                        L"2023-02-29",
+                        L"1601-01-01",
+                        L"1600-12-31",
+                        L"2024-04-31",
+                        L"2024-02-29 23:59",
+                        L"2024-02-29T23:59",
+                        L"2024-02-29T24:00",
+                        L"2024-12-31 00:00:59",
+                        L"2024-12-31T00:00:60",
+                        L"2024-12-31T00:60:00",
+                        L"2024-03-01T12:34:56Z",
+                        L"2024-03-01 12:34:56Z",
+                        L"2024-03-01T12:34:56.789Z",
+                        L"2024-03-01T12:34:56.789"});
+}
+
 Input Generate(Random& random) {
     Input arguments(random.Below(6));
     for (std::wstring& argument : arguments) {
         argument = random.OneIn(5) ? random.Text(Characters, 10) : random.Pick(Words);
+    }
+    if (random.OneIn(3)) {
+        const auto place =
+            arguments.begin() + static_cast<std::ptrdiff_t>(random.Below(arguments.size() + 1));
+        arguments.insert(place, {random.Pick({L"--since", L"--until"}), Time(random)});
     }
     return arguments;
 }
@@ -116,9 +150,45 @@ std::optional<int> LevelOf(const std::wstring& text) {
                                 : std::optional(static_cast<int>(found - names.begin()) / 2);
 }
 
+/// A number and a unit, in seconds.
+std::optional<std::uint64_t> AgeOf(const std::wstring& text) {
+    static const std::map<wchar_t, std::uint64_t> Units = {
+        {L's', 1}, {L'm', 60}, {L'h', 3600}, {L'd', 86400}};
+    static const std::wregex Shape(L"[0-9]{1,9}[smhd]");
+    return std::regex_match(text, Shape) ? std::optional(std::stoull(text) * Units.at(text.back()))
+                                         : std::nullopt;
+}
+
+/// A day, with or without a time of day; one that ends in a Z has a T and seconds.
+std::optional<TimePoint> MomentOf(const std::wstring& text) {
+    static const std::wregex Shape(
+        L"([0-9]{4})-([0-9]{2})-([0-9]{2})"
+        L"([ "
+        L"T]([0-9]{2}):([0-9]{2})(:([0-9]{2}))?|T([0-9]{2}):([0-9]{2}):([0-9]{2})([.]([0-9]{3}))?Z)"
+        L"?");
+    if (!std::regex_match(text, Shape)) {
+        return std::nullopt;
+    }
+    std::wstring digits = text;
+    std::erase_if(digits, [](wchar_t sign) { return sign < L'0' || sign > L'9'; });
+    constexpr std::size_t AllDigits = 17;
+    digits.resize(AllDigits, L'0');
+    const TimePoint time = std::stoull(digits);
+    return IsRealTime(time) ? std::optional(time) : std::nullopt;
+}
+
+std::optional<TimePoint> ModelOfTime(const std::wstring& text) {
+    constexpr TimePoint Today = 20240301000000000;
+    constexpr TimePoint Yesterday = 20240229000000000;
+    if (text == L"today" || text == L"yesterday") {
+        return text == L"today" ? Today : Yesterday;
+    }
+    const std::optional<std::uint64_t> age = AgeOf(text);
+    return age ? TimeBefore(Now, *age) : MomentOf(text);
+}
+
 /// Gives `value` to the option `what`; false if it doesn't take such a value.
 bool Apply(Options& options, char what, const std::wstring& value) {
-    const std::optional<TimePoint> time = quillon_log::ParseTime(value, Now);
     switch (what) {
         case 'n':
             if (value.empty() || value.size() > 9 ||
@@ -138,11 +208,11 @@ bool Apply(Options& options, char what, const std::wstring& value) {
             options.filter.text = value;
             return true;
         case 's':
-            options.filter.since = time;
-            return time.has_value();
+            options.filter.since = ModelOfTime(value);
+            return options.filter.since.has_value();
         case 'u':
-            options.filter.until = time;
-            return time.has_value();
+            options.filter.until = ModelOfTime(value);
+            return options.filter.until.has_value();
         default:
             options.color = value == L"always"  ? quillon_log::ColorChoice::Always
                             : value == L"never" ? quillon_log::ColorChoice::Never
@@ -227,27 +297,40 @@ std::string CheckOptions(const Input& arguments) {
     return is == expected ? "" : "is " + is + ", should be " + expected;
 }
 
-/// A name that is taken must be what its parts make.
-std::string CheckName(const std::wstring& text) {
-    const auto parsed = quillon_log::ParseLogName(text);
+std::string Describe(const std::optional<quillon_log::ParsedName>& parsed) {
     if (!parsed) {
-        return "";
+        return "no log";
     }
-    std::wstring stamp = std::to_wstring(parsed->name.start);
-    stamp.insert(14, 1, L'-');
-    stamp.insert(8, 1, L'-');
-    const std::wstring number = std::to_wstring(parsed->name.number);
-    const std::wstring head = parsed->name.prefix + L"-" + stamp + L".";
-    const std::wstring tail = parsed->compressed ? L".log.gz" : L".log";
-    std::wstring digits;
-    if (text.starts_with(head) && text.ends_with(tail) && text.size() > head.size() + tail.size()) {
-        digits = text.substr(head.size(), text.size() - head.size() - tail.size());
+    return Escaped({parsed->name.prefix}) + " of " + std::to_string(parsed->name.start) +
+           ", number " + std::to_string(parsed->name.number) +
+           (parsed->compressed ? ", compressed" : "");
+}
+
+std::optional<quillon_log::ParsedName> ModelOfName(const std::wstring& text) {
+    static const std::wregex Shape(
+        L"([^]*)-([0-9]{8})-([0-9]{6})-([0-9]{3})[.]0*([0-9]{1,10})[.]log([.]gz)?");
+    std::wsmatch match;
+    // Most texts are none, and the expression is slow.
+    if (text.find(L".log") == text.npos || !std::regex_match(text, match, Shape)) {
+        return std::nullopt;
     }
-    // A number may have zeros in front.
-    while (digits.size() > 1 && digits.front() == L'0') {
-        digits.erase(0, 1);
+    const TimePoint start = std::stoull(match[2].str() + match[3].str() + match[4].str());
+    const std::uint64_t number = std::stoull(match[5].str());
+    if (!IsRealTime(start) || number > 0xFFFFFFFF) {
+        return std::nullopt;
     }
-    return digits == number ? "" : "a name taken for " + Escaped({head + number + tail});
+    quillon_log::ParsedName parsed;
+    parsed.name.prefix = match[1].str();
+    parsed.name.start = start;
+    parsed.name.number = static_cast<std::uint32_t>(number);
+    parsed.compressed = match[6].matched;
+    return parsed;
+}
+
+std::string CheckName(const std::wstring& text) {
+    const std::string is = Describe(quillon_log::ParseLogName(text));
+    const std::string expected = Describe(ModelOfName(text));
+    return is == expected ? "" : "the name is " + is + ", should be " + expected;
 }
 
 std::string Check(const Input& arguments) {

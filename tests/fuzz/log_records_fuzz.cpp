@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <utility>
 
+#include "tests/fuzz/calendar.h"
 #include "tests/fuzz/target.h"
 #include "tools/quillon-log/output.h"
 #include "tools/quillon-log/record.h"
@@ -55,17 +57,10 @@ std::string BytesOf(const Input& input) {
     return input[2].find(L'h') == std::wstring::npos ? bytes : bytes + "q";
 }
 
-bool IsRealStamp(const std::wstring& stamp) {
-    const auto part = [&stamp](std::size_t at, std::size_t count) {
-        return std::stoi(stamp.substr(at, count));
-    };
-    const int year = part(0, 4);
-    const int month = part(4, 2);
-    const bool leap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-    const int days = month == 2 ? (leap ? 29 : 28)
-                                : (month == 4 || month == 6 || month == 9 || month == 11 ? 30 : 31);
-    return year >= 1601 && month >= 1 && month <= 12 && part(6, 2) >= 1 && part(6, 2) <= days &&
-           part(9, 2) < 24 && part(11, 2) < 60 && part(13, 2) < 60;
+/// "20261120-183005-123" as a number.
+std::uint64_t NumberOfStamp(std::wstring stamp) {
+    std::erase(stamp, L'-');
+    return std::stoull(stamp);
 }
 
 bool BeginsWithTime(const std::wstring& line) {
@@ -79,7 +74,7 @@ bool BeginsWithTime(const std::wstring& line) {
             return false;
         }
     }
-    return IsRealStamp(line.substr(1, 19));
+    return IsRealTime(NumberOfStamp(line.substr(1, 19)));
 }
 
 Record ModelOfRecordText(std::wstring text) {
@@ -96,9 +91,7 @@ Record ModelOfRecordText(std::wstring text) {
         text[levelEnd + 1] != L'[') {
         return record;
     }
-    std::wstring digits = text.substr(1, 19);
-    std::erase(digits, L'-');
-    record.time = std::stoull(digits);
+    record.time = NumberOfStamp(text.substr(1, 19));
     record.level = text.substr(LevelBegin + 1, levelEnd - LevelBegin - 1);
     record.component = text.substr(levelEnd + 2, end - levelEnd - 2);
     record.message = text.substr(end + 2);
