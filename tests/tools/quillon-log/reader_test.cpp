@@ -144,6 +144,22 @@ TEST_F(ReaderTest, Following_GivesEachRecordOnceAcrossARotation) {
     EXPECT_FALSE(reader_.MetDamage());
 }
 
+// Unpacked piece by piece: what was read before is left out of all of them together.
+TEST_F(ReaderTest, FollowingALongLogAcrossItsRotation_GivesTheRestAlone) {
+    constexpr std::size_t ReadBefore = 9000;
+    const std::string name = "quillon-20261120-183005-123.0.log";
+    Messages messages;
+    while (messages.size() < ReadBefore + 3) {
+        messages.push_back(std::to_wstring(messages.size()));
+    }
+    const Messages before(messages.begin(), messages.begin() + ReadBefore);
+    WritePlain(name, LogBytesOf(before));
+    EXPECT_EQ(Read(reader_, true), before);
+    WritePacked(name + ".gz", LogBytesOf(messages));
+    Remove(name);
+    EXPECT_EQ(Read(reader_, true), Messages(messages.begin() + ReadBefore, messages.end()));
+}
+
 TEST_F(ReaderTest, FollowingAHalfWrittenRecord_WaitsForItsEnd) {
     const std::string name = "quillon-20261120-183005-123.0.log";
     const std::string bytes = LogBytesOf({L"a", L"second"});
