@@ -75,7 +75,7 @@ void AskForStop() {
 }
 
 DWORD WINAPI Administrate(void* /*unused*/) {
-    constexpr DWORD PatienceMs = 500;
+    constexpr DWORD PatienceMs = 3000;
     Await(ControllerActivated);
     const PHANDLER_ROUTINE handler = consoleHandler;
     if (handler == nullptr) {
@@ -84,12 +84,15 @@ DWORD WINAPI Administrate(void* /*unused*/) {
         return 0;
     }
     handler(CTRL_C_EVENT);
-    ::Sleep(PatienceMs);
+    if (Await(ControllerNotified, PatienceMs)) {
+        return 0;
+    }
     Record().secondPress = 1;
     handler(CTRL_C_EVENT);
-    ::Sleep(PatienceMs);
-    // The one way that is left.
-    ::TerminateProcess(::GetCurrentProcess(), STATUS_CONTROL_C_EXIT);
+    if (!Await(ControllerNotified, PatienceMs)) {
+        // The one way that is left.
+        ::TerminateProcess(::GetCurrentProcess(), STATUS_CONTROL_C_EXIT);
+    }
     return 0;
 }
 

@@ -12,6 +12,7 @@ namespace {
 OrrinControllerParams host;
 std::atomic<bool> crashes{false};
 std::atomic<bool> activated{false};
+std::atomic<bool> notified{false};
 
 void WriteRecords() {
     RunRecord& record = Record();
@@ -39,6 +40,7 @@ std::int32_t Activate(OrrinController* /*self*/) {
 }
 
 std::int32_t NotifyOnStop(OrrinController* /*self*/) {
+    notified = true;
     return 0;
 }
 
@@ -73,6 +75,10 @@ void CrashWhenActivated() {
 
 bool ControllerActivated() {
     return activated;
+}
+
+bool ControllerNotified() {
+    return notified;
 }
 
 }  // namespace faults

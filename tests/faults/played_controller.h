@@ -18,6 +18,9 @@ void CrashWhenActivated();
 /// The activation is over.
 [[nodiscard]] bool ControllerActivated();
 
+/// The run has begun to end.
+[[nodiscard]] bool ControllerNotified();
+
 }  // namespace faults
 
 #endif  // TESTS_FAULTS_PLAYED_CONTROLLER_H
