@@ -1,13 +1,5 @@
 #include "tests/races/lock_delay.h"
 
-// The program's own calls go through the linker's pointer to the imported function. The run-time
-// library brings that pointer with it, so here the linker replaces it (`--wrap`).
-#ifdef _MSC_VER
-#define REPLACED_ACQUIRE __imp_AcquireSRWLockExclusive
-#else
-#define REPLACED_ACQUIRE __wrap___imp_AcquireSRWLockExclusive
-#endif
-
 namespace test {
 namespace {
 
@@ -16,6 +8,7 @@ using Acquire = void(WINAPI*)(SRWLOCK*);
 constexpr std::uint32_t LongestMicroseconds = 60;
 
 constinit std::atomic<RaceRound*> current{nullptr};
+constinit std::atomic<std::uint32_t> count{0};
 constinit std::atomic<Acquire> real{nullptr};
 
 void WINAPI DelayedAcquire(SRWLOCK* lock) {
@@ -28,6 +21,7 @@ void WINAPI DelayedAcquire(SRWLOCK* lock) {
     }
     RaceRound* const round = current.load();
     if (round != nullptr) {
+        ++count;
         round->Jitter(LongestMicroseconds).Pass();
     }
     acquire(lock);
@@ -36,6 +30,7 @@ void WINAPI DelayedAcquire(SRWLOCK* lock) {
 }  // namespace
 
 LockDelay::LockDelay(RaceRound& round) {
+    count = 0;
     current = &round;
 }
 
@@ -43,8 +38,22 @@ LockDelay::~LockDelay() {
     current = nullptr;
 }
 
+std::uint32_t LockDelay::Count() const {
+    return count;
+}
+
 }  // namespace test
 
+// Visual C++ calls the function through its import pointer. The headers of MinGW declare this one
+// without, and the run-time library brings its own way to it, so there the linker puts the
+// replacement in the place of each call (`--wrap`).
 extern "C" {
-decltype(&::AcquireSRWLockExclusive) REPLACED_ACQUIRE = &test::DelayedAcquire;
+#ifdef _MSC_VER
+decltype(&::AcquireSRWLockExclusive) __imp_AcquireSRWLockExclusive = &test::DelayedAcquire;
+#else
+void WINAPI __wrap_AcquireSRWLockExclusive(SRWLOCK* lock);
+void WINAPI __wrap_AcquireSRWLockExclusive(SRWLOCK* lock) {
+    test::DelayedAcquire(lock);
+}
+#endif
 }

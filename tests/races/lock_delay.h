@@ -1,6 +1,8 @@
 #ifndef TESTS_RACES_LOCK_DELAY_H
 #define TESTS_RACES_LOCK_DELAY_H
 
+#include <cstdint>
+
 #include "tests/races/rounds.h"
 
 namespace test {
@@ -14,6 +16,9 @@ class LockDelay {
     ~LockDelay();
     LockDelay(const LockDelay&) = delete;
     LockDelay& operator=(const LockDelay&) = delete;
+
+    /// How often a lock was taken while it lives.
+    [[nodiscard]] std::uint32_t Count() const;
 };
 
 }  // namespace test

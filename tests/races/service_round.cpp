@@ -91,6 +91,7 @@ void ServiceRound::End() {
     WindowsServiceBase::ResetInstance();
     service_.reset();
     threads_.JoinAll();
+    EXPECT_GT(lockDelay_.Count(), 0U) << "the locks aren't taken through the delay";
     EXPECT_EQ(reports_.Breaches(), "");
     EXPECT_EQ(CountCalls("free"), 1U) << "the object didn't go, or went twice";
     EXPECT_EQ(controller_.Events().back(), "free") << "the object went before its last user";
