@@ -131,10 +131,13 @@ TEST(LogReader, Filters_LeaveWhatIsAskedFor) {
 TEST(LogReader, ClosedRun_IsReadFromCompressedFilesAloneUpToItsEnd) {
     WaitingRun run;
     run.LetGo();
-    for (const auto& file : run.Files()) {
+    const auto files = run.Files();
+    EXPECT_EQ(files.size(), 2U);
+    for (const auto& file : files) {
         EXPECT_EQ(file.extension(), L".gz");
     }
     const JsonRecords records = run.ReadJson();
+    ASSERT_FALSE(records.empty());
     EXPECT_EQ(records.back().at("message"), "End");
     EXPECT_EQ(records.back().at("component"), "quillon");
     EXPECT_THAT(MessagesOf(run.ReadJson(L"--level error")),
