@@ -96,7 +96,7 @@ build_targets "${targets[@]}"
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build_folder/CMakeCache.txt")
 # Relative, as wixl takes no other paths.
 work=build/package
-#rm -rf "$work"
+rm -rf "$work"
 pack_all
 rm -rf "$work"
 
