@@ -9,6 +9,7 @@ namespace {
 
 constexpr When Once = When::Once;
 constexpr When Lasting = When::Lasting;
+constexpr When Racing = When::Racing;
 
 constexpr const char* Services = "start stop";
 constexpr const char* Beginnings = "start console dump usage rotation retention";
@@ -27,28 +28,38 @@ constexpr const char* CloseNotLookedAt =
     "the result of gzclose isn't looked at: the last block may be missing";
 constexpr const char* LogicStillRuns =
     "the service is reported as stopped while its logic still runs; the process may end meanwhile";
+constexpr const char* ThreadStillRuns =
+    "nobody knows that the thread still holds the service; the process may end meanwhile";
 constexpr const char* ObjectGone =
-    "the logic can begin when the object is gone already; nobody looks for that, as only a refused "
-    "wait can lead there, and the crash ends the process at whatever it does";
-constexpr const char* ErrorReported = "every failed step of an action is its result";
+    "the thread can begin when the object is gone already; nobody looks for that, as only a "
+    "refused wait can lead there, and the crash ends the process at whatever it does";
+constexpr const char* ErrorReported = "every step that keeps the logic's result away is the result";
 
 constexpr AllowedOutcome Table[] = {
     {"start", "StartServiceCtrlDispatcherW", "no service", Once,
      "there is nobody to tell; the process ends with 0"},
     {"start", "RegisterServiceCtrlHandlerW", "no report", Once,
      "without the handle no status can be sent; the manager gives up on the service"},
-    {"start", "SetServiceStatus", "never running", Once,
+    {"start", "SetServiceStatus (running)", "never running", Once,
      "a report that fails is logged and not repeated"},
-    {"stop", "SetServiceStatus", "no final report", Once,
+    {"stop", "SetServiceStatus (stopped)", "no final report", Once,
      "a report that fails is logged and not repeated"},
     {Services, "CreateThread", "stopped with an error", Once, ErrorReported},
-    {Services, "WaitForSingleObject", "stopped with an error", Once, ErrorReported},
-    {Services, "WaitForSingleObject", "controller not freed", When::Racing, LogicStillRuns},
-    {Services, "WaitForSingleObject", "one record lost", When::Racing, LogicStillRuns},
-    {Services, "WaitForSingleObject", "records lost", When::Racing, LogicStillRuns},
-    {Services, "WaitForSingleObject", "exit code 0xC0000005", When::Racing, ObjectGone},
-    {Services, "WaitForSingleObject", "no end record", When::Racing, ObjectGone},
-    {Services, "WaitForSingleObject", "damaged log", When::Racing, ObjectGone},
+    {Services, "WaitForSingleObject (logic)", "stopped with an error", Once, ErrorReported},
+    {Services, "WaitForSingleObject (logic)", "controller not freed", Racing, LogicStillRuns},
+    {Services, "WaitForSingleObject (logic)", "one record lost", Racing, LogicStillRuns},
+    {Services, "WaitForSingleObject (logic)", "records lost", Racing, LogicStillRuns},
+    {Services, "WaitForSingleObject (logic)", "exit code 0xC0000005", Racing, ObjectGone},
+    {Services, "WaitForSingleObject (logic)", "no end record", Racing, ObjectGone},
+    {Services, "WaitForSingleObject (logic)", "damaged log", Racing, ObjectGone},
+    {"stop", "WaitForSingleObject (reporter)", "controller not freed", Racing, ThreadStillRuns},
+    {"stop", "WaitForSingleObject (reporter)", "exit code 0xC0000005", Racing, ObjectGone},
+    {"stop", "WaitForSingleObject (reporter)", "no end record", Racing, ObjectGone},
+    {"stop", "WaitForSingleObject (reporter)", "damaged log", Racing, ObjectGone},
+    {"stop", "WaitForSingleObject (action)", "controller not freed", Racing, ThreadStillRuns},
+    {"stop", "WaitForSingleObject (action)", "exit code 0xC0000005", Racing, ObjectGone},
+    {"stop", "WaitForSingleObject (action)", "no end record", Racing, ObjectGone},
+    {"stop", "WaitForSingleObject (action)", "damaged log", Racing, ObjectGone},
     {Services, "GetExitCodeThread", "stopped with an error", Once, ErrorReported},
 
     {"console", "SetConsoleCtrlHandler", "exit code 0xC000013A", Once,
@@ -61,21 +72,20 @@ constexpr AllowedOutcome Table[] = {
     {"console", "SetEvent", "no end record", Lasting, "the process is ended"},
     {"console", "SetEvent", "controller not freed", Lasting, "the process is ended"},
 
-    {"crash", "GetModuleFileNameW", "no dump", Once,
-     "the path of the process is asked for before the dump, and a failure ends the work"},
     {"crash dump", "MiniDumpWriteDump", "no dump", Once, "the file stays behind empty"},
-    {"dump", "ExpandEnvironmentStringsW", "no dump", Once, NoDumpFolder},
-    {"dump", "CreateDirectoryW", "no dump", Once, NoDumpFolder},
+    {"dump", "ExpandEnvironmentStringsW (log)", "no dump", Once, NoDumpFolder},
+    {"dump", "ExpandEnvironmentStringsW (dump)", "dump beside the program", Once,
+     "a dump without a place of its own goes there"},
+    {"dump", "CreateDirectoryW (above)", "no dump", Once, NoDumpFolder},
     {"dump", "OpenProcess", "no dump", Once, "the process can't be reached"},
     {"dump", "OpenThread", "no dump", Once, "the thread can't be reached"},
-    {"dump", "GetModuleFileNameW", "no dump", Once,
+    {"crash dump", "GetModuleFileNameW (dump)", "no dump", Once,
      "the path of the process is asked for before the dump, and a failure ends the work"},
-    {"dump", "CreateFileW (dump)", "no dump", Once, "there is no other place for it"},
-    {"crash", "CreateFileW (dump)", "no dump", Once, "there is no other place for it"},
+    {"crash dump", "CreateFileW (dump)", "no dump", Once, "there is no other place for it"},
 
-    {"start console", "ExpandEnvironmentStringsW", "records lost", Once,
+    {"start console", "ExpandEnvironmentStringsW (log)", "records lost", Once,
      "an empty folder keeps the logger from opening a file under a wrong name"},
-    {"start console dump usage", "ExpandEnvironmentStringsW", "no end record", Once,
+    {"start console dump usage", "ExpandEnvironmentStringsW (log)", "no end record", Once,
      "there is no log"},
     {Recorders, "CreateDirectoryW", "records lost", Once, NoSecondTry},
     {Beginnings, "CreateDirectoryW", "no end record", Once, NoSecondTry},
@@ -83,11 +93,11 @@ constexpr AllowedOutcome Table[] = {
     {Beginnings, "CreateFileW (first log)", "no end record", Once, NoSecondTry},
     {Recorders, "WriteFile (first mark)", "records lost", Once, NoSecondTry},
     {Beginnings, "WriteFile (first mark)", "no end record", Once, NoSecondTry},
-    {"start stop console rotation retention", "WriteFile (record)", "one record lost", Once,
-     OneRecord},
-    {"stop console dump usage rotation retention", "WriteFile (record)", "no end record", Once,
-     OneRecord},
-    {"start stop console rotation retention", "WriteFile (record)", "records lost", Lasting,
+    {"start stop console rotation retention", "WriteFile (numbered record)", "one record lost",
+     Once, OneRecord},
+    {"start stop console rotation retention", "WriteFile (numbered record)", "records lost",
+     Lasting, OneRecord},
+    {"stop console dump usage rotation retention", "WriteFile (end record)", "no end record", Once,
      OneRecord},
 
     {RecordEndings, "gzopen", "records lost", Once, GivenUp},
@@ -113,6 +123,11 @@ bool Names(const char* scenarios, const std::string& scenario) {
     return false;
 }
 
+/// An entry without a use in parentheses stands for all of them.
+bool IsFor(const AllowedOutcome& entry, const std::string& call) {
+    return call == entry.call || call.starts_with(std::string(entry.call) + " (");
+}
+
 }  // namespace
 
 std::vector<const AllowedOutcome*> AllowedIn(const std::string& scenario, bool lasting) {
@@ -128,7 +143,7 @@ std::vector<const AllowedOutcome*> AllowedIn(const std::string& scenario, bool l
 const AllowedOutcome* FindAllowed(const std::string& scenario, bool lasting,
                                   const std::string& call, const std::string& outcome) {
     for (const AllowedOutcome* entry : AllowedIn(scenario, lasting)) {
-        if (call == entry->call && outcome == entry->outcome) {
+        if (IsFor(*entry, call) && outcome == entry->outcome) {
             return entry;
         }
     }

@@ -4,9 +4,13 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
 
 #include "tests/faults/fault_plan.h"
 #include "tests/faults/played_calls.h"
+#include "tests/faults/played_controller.h"
 
 // Need windows.h before them.
 #include <objbase.h>
@@ -45,23 +49,74 @@ struct DetailOf<CreateFileWCall> {
     }
 };
 
+// A copy, as bytes for the console needn't lie as characters do.
+std::wstring CharactersOf(const void* data, DWORD size) {
+    std::wstring text(size / sizeof(wchar_t), L'\0');
+    std::memcpy(text.data(), data, text.size() * sizeof(wchar_t));
+    return text;
+}
+
 struct WriteFileCall;
 template <>
 struct DetailOf<WriteFileCall> {
-    static const char* Of(HANDLE /*file*/, const void* /*data*/, DWORD size,
-                          const DWORD* /*written*/, const OVERLAPPED* /*position*/) {
-        if (size != sizeof(wchar_t)) {
-            return " (record)";
+    static const char* Of(HANDLE /*file*/, const void* data, DWORD size, const DWORD* /*written*/,
+                          const OVERLAPPED* /*position*/) {
+        if (size == sizeof(wchar_t)) {
+            return logFilesBegun == 1 ? " (first mark)" : " (next mark)";
         }
-        return logFilesBegun == 1 ? " (first mark)" : " (next mark)";
+        const std::wstring text = CharactersOf(data, size);
+        if (text.find(NumberedText) != std::wstring::npos) {
+            return " (numbered record)";
+        }
+        return text.ends_with(EndRecord) ? " (end record)" : " (record)";
+    }
+};
+
+struct CreateDirectoryWCall;
+template <>
+struct DetailOf<CreateDirectoryWCall> {
+    static const char* Of(const wchar_t* path, const SECURITY_ATTRIBUTES* /*security*/) {
+        return std::wstring_view(path).ends_with(L"\\Logs") ? " (Logs)" : " (above)";
+    }
+};
+
+struct ExpandEnvironmentStringsWCall;
+template <>
+struct DetailOf<ExpandEnvironmentStringsWCall> {
+    static const char* Of(const wchar_t* source, const wchar_t* /*buffer*/, DWORD /*size*/) {
+        return std::wstring_view(source).ends_with(L".dmp") ? " (dump)" : " (log)";
+    }
+};
+
+// The header of a log asks with the platform's usual buffer, nobody else does.
+struct GetModuleFileNameWCall;
+template <>
+struct DetailOf<GetModuleFileNameWCall> {
+    static const char* Of(HMODULE /*module*/, const wchar_t* /*path*/, DWORD size) {
+        return size == MAX_PATH ? " (header)" : " (dump)";
+    }
+};
+
+struct SetServiceStatusCall;
+template <>
+struct DetailOf<SetServiceStatusCall> {
+    static const char* Of(SERVICE_STATUS_HANDLE /*handle*/, const SERVICE_STATUS* status) {
+        switch (status->dwCurrentState) {
+            case SERVICE_RUNNING:
+                return " (running)";
+            case SERVICE_STOPPED:
+                return " (stopped)";
+            default:
+                return " (pending)";
+        }
     }
 };
 
 struct WaitForSingleObjectCall;
 template <>
 struct DetailOf<WaitForSingleObjectCall> {
-    static const char* Of(HANDLE /*object*/, DWORD milliseconds) {
-        return milliseconds == 0 ? " (look)" : "";
+    static const char* Of(HANDLE object, DWORD milliseconds) {
+        return milliseconds == 0 ? " (look)" : UseOfThread(object);
     }
 };
 

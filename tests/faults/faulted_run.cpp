@@ -67,7 +67,7 @@ void TakeLogText(const std::string& bytes, RunFacts& facts) {
         facts.foundRecords.push_back(
             static_cast<std::uint32_t>(std::wcstoul(text.c_str() + at + markSize, nullptr, 10)));
     }
-    facts.endRecord = facts.endRecord || text.find(L"[T][quillon] End\n") != std::wstring::npos;
+    facts.endRecord = facts.endRecord || text.find(EndRecord) != std::wstring::npos;
 }
 
 /// A compressed file beside its source is an unfinished copy of it.
@@ -93,7 +93,10 @@ void TakeFiles(const fs::path& folder, RunFacts& facts) {
     std::sort(paths.begin(), paths.end());
     for (const fs::path& path : paths) {
         facts.files.push_back(path.filename().string());
-        facts.dump = facts.dump || (path.extension() == L".dmp" && fs::file_size(path) != 0);
+        if (path.extension() == L".dmp" && fs::file_size(path) != 0) {
+            facts.dump = true;
+            facts.dumpBesideProgram = path.parent_path() == folder;
+        }
         TakeLogFile(path, facts);
     }
 }

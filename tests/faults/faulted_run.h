@@ -24,6 +24,7 @@ struct RunFacts {
     bool endRecord = false;
     bool damagedLog = false;         ///< a compressed file isn't whole and its source is gone
     bool dump = false;               ///< there is one, and it isn't empty
+    bool dumpBesideProgram = false;  ///< and it isn't in the data folder
     std::vector<std::string> files;  ///< names of what is left in the log folder
     std::vector<CallRecord> calls;
 };

@@ -39,12 +39,13 @@ void JudgeReports(const RunFacts& facts, std::set<std::string>& words) {
     if (last.state != SERVICE_STOPPED || facts.unsettled) {
         words.insert("no final report");
     }
-    const bool ran =
-        std::any_of(facts.reports.begin(), facts.reports.end(),
-                    [](const ReportRecord& report) { return report.state == SERVICE_RUNNING; });
-    if (last.exitCode != 0) {
+    const auto any = [&](auto condition) {
+        return std::any_of(facts.reports.begin(), facts.reports.end(), condition);
+    };
+    // Not of the last alone: a report that should not be may come before the right one.
+    if (any([](const ReportRecord& report) { return report.exitCode != 0; })) {
         words.insert("stopped with an error");
-    } else if (!ran) {
+    } else if (!any([](const ReportRecord& report) { return report.state == SERVICE_RUNNING; })) {
         words.insert("never running");
     }
 }
@@ -99,6 +100,9 @@ std::set<std::string> OutcomesOf(const std::string& scenario, const RunFacts& fa
     }
     if ((scenario == "crash" || scenario == "dump") && !facts.dump) {
         words.insert("no dump");
+    }
+    if (facts.dumpBesideProgram) {
+        words.insert("dump beside the program");
     }
     if (scenario == "crash") {
         return words;

@@ -23,7 +23,7 @@ enum class When {
 /// An outcome that isn't good but follows from how the product is meant to be.
 struct AllowedOutcome {
     const char* scenarios;  ///< names with blanks between them
-    const char* call;
+    const char* call;       ///< with its use, or without for all uses
     const char* outcome;
     When when;
     const char* reason;

@@ -3,6 +3,8 @@
 #include <array>
 #include <atomic>
 
+#include "framework/logger/logger.h"
+#include "tarnwick-service/service_action_record.h"
 #include "tests/faults/fault_plan.h"
 #include "tests/faults/played_controller.h"
 
@@ -13,7 +15,13 @@ constexpr DWORD SettleLimitMs = 5000;
 constexpr DWORD PollMs = 2;
 constexpr std::size_t MaxThreads = 64;
 
-std::array<HANDLE, MaxThreads> productThreads;
+struct ProductThread {
+    HANDLE handle;  ///< the product's own, which it may have closed
+    HANDLE copy;
+    const char* use;
+};
+
+std::array<ProductThread, MaxThreads> productThreads;
 std::atomic<std::size_t> productThreadCount{0};
 
 std::atomic<LPHANDLER_FUNCTION> controlHandler{nullptr};
@@ -46,11 +54,23 @@ bool Stopped() {
 bool AllThreadsEnded() {
     const std::size_t count = productThreadCount;
     for (std::size_t index = 0; index < count; ++index) {
-        if (::WaitForSingleObject(productThreads[index], 0) != WAIT_OBJECT_0) {
+        if (::WaitForSingleObject(productThreads[index].copy, 0) != WAIT_OBJECT_0) {
             return false;
         }
     }
     return true;
+}
+
+/// By what a thread is handed: the routines of an action are nobody else's to name.
+const char* UseOf(LPTHREAD_START_ROUTINE routine, const void* parameter) {
+    if (parameter == nullptr) {
+        return " (logic)";
+    }
+    if (parameter == &framework::Logger::Instance()) {
+        return " (retention)";
+    }
+    const auto& record = *static_cast<const tarnwick::ServiceActionRecord*>(parameter);
+    return routine == record.pendingRoutine ? " (reporter)" : " (action)";
 }
 
 DWORD WINAPI RunServiceMain(void* table) {
@@ -101,14 +121,26 @@ DWORD WINAPI Administrate(void* /*unused*/) {
 HANDLE WINAPI PlayedCreateThread(SECURITY_ATTRIBUTES* attributes, SIZE_T stack,
                                  LPTHREAD_START_ROUTINE routine, void* parameter, DWORD flags,
                                  DWORD* threadId) {
+    // Before the thread has it: a record is gone when its thread ends.
+    const char* const use = UseOf(routine, parameter);
     const HANDLE thread = ::CreateThread(attributes, stack, routine, parameter, flags, threadId);
     HANDLE copy = nullptr;
     if (::DuplicateHandle(::GetCurrentProcess(), thread, ::GetCurrentProcess(), &copy, 0, FALSE,
                           DUPLICATE_SAME_ACCESS) != FALSE) {
-        productThreads.at(productThreadCount) = copy;
+        productThreads.at(productThreadCount) = {thread, copy, use};
         ++productThreadCount;
     }
     return thread;
+}
+
+// The last one made: the platform gives a closed handle's value out again.
+const char* UseOfThread(HANDLE thread) {
+    for (std::size_t index = productThreadCount; index > 0; --index) {
+        if (productThreads[index - 1].handle == thread) {
+            return productThreads[index - 1].use;
+        }
+    }
+    return "";
 }
 
 BOOL WINAPI PlayedStartServiceCtrlDispatcherW(const SERVICE_TABLE_ENTRYW* table) {

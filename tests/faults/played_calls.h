@@ -16,6 +16,9 @@ namespace faults {
 HANDLE WINAPI PlayedCreateThread(SECURITY_ATTRIBUTES* attributes, SIZE_T stack,
                                  LPTHREAD_START_ROUTINE routine, void* parameter, DWORD flags,
                                  DWORD* threadId);
+/// What the product has the thread for: " (logic)", " (reporter)", " (action)" or " (retention)";
+/// empty if the handle is none of a thread of its own.
+[[nodiscard]] const char* UseOfThread(HANDLE thread);
 
 /// One life of a service: ServiceMain, its start to the end, a stop. Comes back as soon as the
 /// service is stopped, as the platform's dispatcher does, or when it is clear that it won't be.
