@@ -249,6 +249,21 @@ TEST_F(ConsoleRun, EventThatCannotBeMade_IsNotLookedAt) {
     EXPECT_EQ(log.Lines(), Begin + Started + Stop + Freed);
 }
 
+TEST_F(ConsoleRun, WaitForTheEventThatFails_StopsAtOnceWithoutAWord) {
+    const test::ScopedHook<test::WaitForSingleObjectHook> failingWait(
+        [this](HANDLE handle, DWORD limitMs) -> DWORD {
+            if (handle != event) {
+                return test::WaitForSingleObjectHook::Real(handle, limitMs);
+            }
+            controller.Note("failed wait");
+            ::SetLastError(ERROR_INVALID_HANDLE);
+            return WAIT_FAILED;
+        });
+    RunKeldane(Descriptor, false);
+    EXPECT_EQ(controller.Events(), BeginEvents + List("failed wait") + StopEvents + EndEvents);
+    EXPECT_EQ(log.Lines(), Begin + Started + Stop + Freed);
+}
+
 TEST_F(ConsoleRun, SecondRun_IsLikeTheFirst) {
     RunKeldane(Descriptor, false);
     const Events first = controller.Events();

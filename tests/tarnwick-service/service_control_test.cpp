@@ -165,6 +165,16 @@ TEST_F(ServiceControl, Interrogate_RepeatsTheLastReportWithoutALine) {
     EXPECT_EQ(log.Lines(), Lines{});
 }
 
+TEST_F(ServiceControl, RefusedAnswerToAnInterrogation_IsNotLookedAt) {
+    Start();
+    log.Clear();
+    statuses.Clear();
+    statuses.FailWith(ERROR_INVALID_HANDLE);
+    WindowsServiceBase::ServiceControlHandler(SERVICE_CONTROL_INTERROGATE);
+    EXPECT_EQ(statuses.Reports().size(), 1U);
+    EXPECT_EQ(log.Lines(), Lines{});
+}
+
 TEST_F(ServiceControl, UnknownControls_AreIgnoredInSilence) {
     Start();
     const std::size_t threadsBefore = threads.Creations().size();

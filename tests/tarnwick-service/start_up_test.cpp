@@ -311,6 +311,22 @@ TEST_F(StartUp, ExceptionFilter_GetsTheDumpPathAndTheTypeOfTheRegistry) {
     EXPECT_EQ(crash.exitCodes, std::vector<UINT>{0xE0001234});
 }
 
+TEST_F(StartUp, DumpPathThatCannotBeExpanded_LeavesThePlaceBesideTheExecutable) {
+    StartLogging(false);
+    {
+        const test::ScopedHook<test::ExpandEnvironmentStringsWHook> hook(
+            [](auto...) -> DWORD { return 0; });
+        InstallExceptionFilter();
+    }
+    const std::wstring program = (profile.Path() / L"program.exe").wstring();
+    const test::ScopedHook<test::GetModuleFileNameWHook> nameHook(
+        [&](HMODULE, wchar_t* path, DWORD size) {
+            path[program.copy(path, size - 1)] = 0;
+            return static_cast<DWORD>(program.size());
+        });
+    EXPECT_EQ(PretendToCrash().path, program + L".dmp");
+}
+
 TEST_F(StartUp, WithoutADumpType_TheDumpIsANormalOne) {
     StartLogging(false);
     InstallExceptionFilter();

@@ -284,6 +284,36 @@ TEST_F(LoggerShutdown, RetentionThreadThatHasEnded_IsCollectedAndAFurtherRunMade
     EXPECT_THAT(end.steps, ElementsAre(L"delete", L"*.log", L"*.log.gz"));
 }
 
+TEST_F(LoggerShutdown, RefusedWaitForTheRetentionThread_CountsAsRunningAndHoldsUpNothing) {
+    run_.Configure(RetentionConfig());
+    EndSteps end(File(2));
+    HANDLE thread = nullptr;
+    {
+        const test::RetentionThreadHook hook([&](auto... args) {
+            ++end.created;
+            thread = test::CreateThreadHook::Real(args...);
+            return thread;
+        });
+        LogBytes(1002);
+    }
+    ASSERT_EQ(test::WaitForSingleObjectHook::Real(thread, WaitLimitMs), WAIT_OBJECT_0);
+    end.steps.clear();
+    std::vector<DWORD> limits;
+    const test::ScopedHook<test::WaitForSingleObjectHook> refusal([&](HANDLE object, DWORD limit) {
+        if (object != thread) {
+            return test::WaitForSingleObjectHook::Real(object, limit);
+        }
+        limits.push_back(limit);
+        ::SetLastError(ERROR_INVALID_HANDLE);
+        return static_cast<DWORD>(WAIT_FAILED);
+    });
+    LogBytes(1002);
+    Logger::Instance().Shutdown();
+    EXPECT_THAT(limits, ElementsAre(0U, 0U, INFINITE));
+    EXPECT_THAT(end.steps, ElementsAre(L"delete")) << "no second run, not at the end either";
+    EXPECT_EQ(end.created, 1);
+}
+
 /// Logs to the folder that it is given and returns, so that process exit ends the log.
 const test::ChildRoutine exitingLogger(L"log-and-exit", [](const std::vector<std::wstring>& args) {
     LoggerConfig config = test::RotatingConfig();
