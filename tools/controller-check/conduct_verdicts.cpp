@@ -11,6 +11,10 @@ Finding Failed(std::wstring detail) {
     return {Verdict::Failed, std::move(detail)};
 }
 
+Finding Advice(std::wstring detail) {
+    return {Verdict::Advice, std::move(detail)};
+}
+
 Finding Open(std::wstring detail) {
     return {Verdict::Open, std::move(detail)};
 }
@@ -74,7 +78,7 @@ Finding JudgeTooEarly(const Story& story) {
 Finding JudgeGoesOn(const Story& story) {
     return story.FirstHostCall(HostFunction::Interrupt) == nullptr
                ? MetIfRun(story)
-               : Failed(L"OrrinInterruptCallback was called");
+               : Advice(L"OrrinInterruptCallback was called");
 }
 
 Finding JudgeStopPermission(const Story& story) {
@@ -85,7 +89,7 @@ Finding JudgeStopPermission(const Story& story) {
         return {};
     }
     return story.Code(Call::Activate) == 0 && story.Entered(Call::NotifyOnStop)
-               ? Failed(L"OrrinEnableServiceStop wasn't called")
+               ? Advice(L"OrrinEnableServiceStop wasn't called")
                : Open(L"the library wasn't active up to a stop");
 }
 
@@ -133,6 +137,7 @@ Finding JudgePreException(const Story& story) {
     return story.Code(Call::Free) ? Finding{} : Open(L"free didn't return");
 }
 
+/// After `OrrinBootstrap` the record alone is gone: the log sink goes on working.
 Finding JudgeAfterFree(const Story& story) {
     const Call last = story.round == Round::Unpack ? Call::Bootstrap : Call::Free;
     const std::size_t place = story.PlaceOfReturn(last);
@@ -143,7 +148,7 @@ Finding JudgeAfterFree(const Story& story) {
     const std::wstring when = std::wstring(L" after ") + NameOf(last) + L" had returned";
     for (std::size_t index = place + 1; index < story.events.size(); ++index) {
         const Event& event = story.events[index];
-        if (event.kind == EventKind::HostCalled) {
+        if (event.kind == EventKind::HostCalled && story.round != Round::Unpack) {
             return Failed(std::wstring(NameOf(event.function)) + L" was called " +
                           std::to_wstring(event.tick - story.events[place].tick) + L" ms" + when);
         }

@@ -107,7 +107,7 @@ Finding JudgeNoExit(const Story& story) {
     }
     for (const Call call :
          {Call::LoadAddons, Call::Activate, Call::NotifyOnStop, Call::Deactivate}) {
-        if (story.Entered(call) && !story.Code(call)) {
+        if (story.IsOpen(call)) {
             return {Verdict::Failed,
                     L"the thread that made the call ended during " + std::wstring(NameOf(call))};
         }

@@ -10,9 +10,14 @@
 
 namespace controller_check {
 
-enum class Verdict { Met, Failed, Open };
+enum class Verdict {
+    Met,
+    Failed,
+    Advice,  ///< the host copes with it; an author should know that it is so
+    Open
+};
 
-/// `detail` says what was seen (failed) or why nothing could be (open).
+/// `detail` says what was seen (failed, advice) or why nothing could be (open).
 struct Finding {
     Verdict verdict = Verdict::Met;
     std::wstring detail;

@@ -27,7 +27,7 @@ static_assert(offsetof(LoaderImage, interaction) == 184);
 static_assert(offsetof(LoaderImage, exception) == 240);
 static_assert(sizeof(LoaderImage) == 304);
 
-/// What `offset` into the loader's image belongs to: "params + 8".
+/// What `offset` into the loader's image belongs to: "the parameters, offset 8".
 [[nodiscard]] std::wstring PlaceInLoader(std::size_t offset);
 
 /// A loader's image on pages of its own, with marked bytes around it and unreadable pages around

@@ -1,7 +1,7 @@
 #include "tools/controller-check/memory_view.h"
 
-#include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <cwchar>
 #include <iterator>
 
@@ -64,25 +64,26 @@ std::wstring RowFault(const void* row, std::size_t count) {
     return {};
 }
 
+// As the host reads it: of any length and, on x64, at any address.
 std::wstring TextFault(const wchar_t* text) {
-    constexpr std::size_t LongestText = 1024 * 1024;  // characters
-    if (reinterpret_cast<std::uintptr_t>(text) % sizeof(wchar_t) != 0) {
-        return L"begins at an odd address";
-    }
-    const wchar_t* next = text;
-    while (static_cast<std::size_t>(next - text) < LongestText) {
-        const auto start = reinterpret_cast<std::uintptr_t>(next);
-        const std::uintptr_t end = EndOfAccess(start, Readable);
-        if (end == start) {
-            return next == text ? L"isn't in readable memory" : L"runs on into unreadable memory";
+    const auto start = reinterpret_cast<std::uintptr_t>(text);
+    std::uintptr_t readableEnd = start;
+    for (std::uintptr_t next = start;; next += sizeof(wchar_t)) {
+        while (next + sizeof(wchar_t) > readableEnd) {
+            const std::uintptr_t end = EndOfAccess(readableEnd, Readable);
+            if (end == readableEnd) {
+                return next == start ? L"isn't in readable memory"
+                                     : L"runs on into unreadable memory";
+            }
+            readableEnd = end;
         }
-        const std::size_t length = std::min((end - start) / sizeof(wchar_t), LongestText);
-        if (std::wmemchr(next, L'\0', length) != nullptr) {
+        wchar_t character = 0;
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): an address is walked over
+        std::memcpy(&character, reinterpret_cast<const void*>(next), sizeof(character));
+        if (character == 0) {
             return {};
         }
-        next += length;
     }
-    return L"has no end within a million characters";
 }
 
 void DescribePlace(const void* address, wchar_t* buffer, std::size_t size) {

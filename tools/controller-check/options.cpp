@@ -110,7 +110,7 @@ std::wstring HelpText() {
         L"      --after-free MS     this long nothing may come after the free call (500)\n"
         L"      --repeat COUNT      how often the round no-start is played (3)\n"
         L"      --json              one JSON object\n"
-        L"  -q, --quiet             only what is not met\n"
+        L"  -q, --quiet             only what fails\n"
         L"      --color WHEN        auto, always or never\n"
         L"  -h, --help              this text\n"
         L"\n"
@@ -124,8 +124,8 @@ std::wstring HelpText() {
            L"\n"
            L"What the library prints goes to standard error.\n"
            L"\n"
-           L"Exit codes: 0 all that could be seen is met; 1 something is not; 2 the command line\n"
-           L"is wrong; 3 the check itself could not be made.\n";
+           L"Exit codes: 0 nothing that could be seen fails; 1 something does; 2 the command line\n"
+           L"is wrong; 3 the check itself could not be made. Advice is no failure.\n";
 }
 
 }  // namespace controller_check

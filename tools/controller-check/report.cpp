@@ -7,7 +7,7 @@
 namespace controller_check {
 namespace {
 
-constexpr std::size_t VerdictWidth = 6;
+constexpr std::size_t VerdictWidth = 8;
 constexpr std::size_t IdWidth = 18;
 
 const wchar_t* NameOf(Verdict verdict) {
@@ -16,6 +16,8 @@ const wchar_t* NameOf(Verdict verdict) {
             return L"ok";
         case Verdict::Failed:
             return L"FAIL";
+        case Verdict::Advice:
+            return L"advice";
         case Verdict::Open:
             break;
     }
@@ -28,6 +30,8 @@ const wchar_t* ColorOf(Verdict verdict) {
             return L"\x1b[32m";
         case Verdict::Failed:
             return L"\x1b[1;31m";
+        case Verdict::Advice:
+            return L"\x1b[33m";
         case Verdict::Open:
             break;
     }
@@ -77,6 +81,21 @@ std::size_t CountOf(const std::vector<Result>& results, Verdict verdict) {
                       [&](const Result& result) { return result.verdict == verdict; }));
 }
 
+/// What counts when rounds differ.
+int Rank(Verdict verdict) {
+    switch (verdict) {
+        case Verdict::Failed:
+            return 3;
+        case Verdict::Advice:
+            return 2;
+        case Verdict::Met:
+            return 1;
+        case Verdict::Open:
+            break;
+    }
+    return 0;
+}
+
 std::wstring ToJson(const Remark& remark) {
     std::wstring rounds;
     for (const Round round : remark.rounds) {
@@ -93,7 +112,7 @@ std::wstring ToJson(const Result& result) {
     return L"{\"id\":" + tools::JsonText(result.expectation->id) + L",\"verdict\":" +
            tools::JsonText(NameOf(result.verdict)) + L",\"expectation\":" +
            tools::JsonText(result.expectation->statement) +
-           (result.verdict == Verdict::Failed
+           (result.verdict == Verdict::Failed || result.verdict == Verdict::Advice
                 ? L",\"advice\":" + tools::JsonText(result.expectation->advice)
                 : L"") +
            L",\"remarks\":[" + remarks + L"]}";
@@ -102,10 +121,7 @@ std::wstring ToJson(const Result& result) {
 }  // namespace
 
 void Merge(Result& result, const Finding& finding, const Round* round) {
-    const auto rank = [](Verdict verdict) {
-        return verdict == Verdict::Failed ? 2 : verdict == Verdict::Met ? 1 : 0;
-    };
-    if (rank(finding.verdict) < rank(result.verdict)) {
+    if (Rank(finding.verdict) < Rank(result.verdict)) {
         return;
     }
     if (finding.verdict != result.verdict) {
@@ -162,6 +178,7 @@ std::wstring ToText(const std::wstring& library, const std::vector<Result>& resu
         text += L"\n  " + std::to_wstring(results.size()) + L" expectations: " +
                 std::to_wstring(CountOf(results, Verdict::Met)) + L" met, " +
                 std::to_wstring(CountOf(results, Verdict::Failed)) + L" not met, " +
+                std::to_wstring(CountOf(results, Verdict::Advice)) + L" with advice, " +
                 std::to_wstring(CountOf(results, Verdict::Open)) + L" not seen\n";
     }
     return text;
@@ -174,7 +191,8 @@ std::wstring ToJson(const std::wstring& library, const std::vector<Result>& resu
     }
     return L"{\"library\":" + tools::JsonText(library) + L",\"met\":" +
            std::to_wstring(CountOf(results, Verdict::Met)) + L",\"failed\":" +
-           std::to_wstring(CountOf(results, Verdict::Failed)) + L",\"open\":" +
+           std::to_wstring(CountOf(results, Verdict::Failed)) + L",\"advice\":" +
+           std::to_wstring(CountOf(results, Verdict::Advice)) + L",\"open\":" +
            std::to_wstring(CountOf(results, Verdict::Open)) + L",\"expectations\":[" +
            expectations + L"]}\n";
 }

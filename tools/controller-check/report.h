@@ -15,7 +15,8 @@ struct Remark {
     std::wstring detail;
 };
 
-/// One expectation over all rounds: failed if it failed in one, else met if it was in one.
+/// One expectation over all rounds: failed if it failed in one, else advice if there was in one,
+/// else met if it was in one.
 struct Result {
     const Expectation* expectation = nullptr;
     Verdict verdict = Verdict::Open;

@@ -5,15 +5,17 @@
 namespace controller_check {
 namespace {
 
-/// The entries of calls that have not returned. Calls nest on no thread, and none runs twice at a
-/// time.
+/// The entries of calls that have not returned. Calls nest on no thread; two threads can make the
+/// same one, as a start that failed and a stop beside it both deactivate.
 std::vector<Event> OpenEntries(const std::vector<Event>& events) {
     std::vector<Event> open;
     for (const Event& event : events) {
         if (event.kind == EventKind::Entered) {
             open.push_back(event);
         } else if (event.kind == EventKind::Returned) {
-            std::erase_if(open, [&](const Event& entry) { return entry.call == event.call; });
+            std::erase_if(open, [&](const Event& entry) {
+                return entry.call == event.call && entry.thread == event.thread;
+            });
         }
     }
     return open;
@@ -50,6 +52,12 @@ std::size_t Story::PlaceOfReturn(Call call) const {
         return event.kind == EventKind::Returned && event.call == call;
     });
     return static_cast<std::size_t>(found - events.begin());
+}
+
+bool Story::IsOpen(Call call) const {
+    const std::vector<Event> open = OpenEntries(events);
+    return std::any_of(open.begin(), open.end(),
+                       [&](const Event& entry) { return entry.call == call; });
 }
 
 std::wstring Story::OpenCalls() const {

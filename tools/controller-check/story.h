@@ -28,6 +28,8 @@ struct Story {
     [[nodiscard]] std::optional<std::int64_t> Code(Call call) const;
     /// The place of the first return of `call` among the events; their number if there is none.
     [[nodiscard]] std::size_t PlaceOfReturn(Call call) const;
+    /// Whether a thread has begun `call` and not returned from it.
+    [[nodiscard]] bool IsOpen(Call call) const;
     /// The calls that have begun and not returned, "LoadAddons and NotifyOnStop"; empty if none.
     [[nodiscard]] std::wstring OpenCalls() const;
 };

@@ -71,18 +71,35 @@ INSTANTIATE_TEST_SUITE_P(
              "gave 9 for quillon_exception"},
         Case{"EarlyStopPermission", "too-early", "on create register\non create enable-stop\n",
              "OrrinEnableServiceStop"},
-        Case{"GivesUp", "goes-on", "on activate interrupt\n", "OrrinInterruptCallback"},
-        Case{"GivesUpInConsole", "goes-on", "on activate interrupt\n", "OrrinInterruptCallback",
-             L"--round console"},
-        Case{"NoStopPermission", "stop-permission", "on activate return 0\n",
-             "OrrinEnableServiceStop wasn't called"},
-        Case{"NoStopPermissionInConsole", "stop-permission", "on activate return 0\n",
-             "wasn't called", L"--round console"},
         Case{"CallbackLeftBehind", "pre-exception", "on activate set-callback flush\n",
              "when free had returned"},
         Case{"CallbackLeftBehindAfterForcedStop", "pre-exception",
              "on activate set-callback flush\non deactivate remove-callback\n",
              "when free had returned", L"--round forced-stop"}),
+    NameOf);
+
+class AllowedLibrary : public testing::TestWithParam<Case> {};
+
+// What the host copes with is told, and the library passes.
+TEST_P(AllowedLibrary, GetsAdviceAndNoFailure) {
+    const test::CheckRun check(L"orrin-ctrl.dll");
+    check.Script(GetParam().cause);
+    const test::CheckOutcome outcome = check.Run(GetParam().options);
+    EXPECT_EQ(outcome.exitCode, 0U);
+    EXPECT_THAT(outcome.failed, testing::IsEmpty()) << outcome.output;
+    EXPECT_EQ(outcome.verdicts.at(GetParam().broken), "advice");
+    EXPECT_THAT(outcome.LineOf(GetParam().broken), HasSubstr(GetParam().seen));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Conduct, AllowedLibrary,
+    testing::Values(Case{"GivesUp", "goes-on", "on activate interrupt\n", "OrrinInterruptCallback"},
+                    Case{"GivesUpInConsole", "goes-on", "on activate interrupt\n",
+                         "OrrinInterruptCallback", L"--round console"},
+                    Case{"NoStopPermission", "stop-permission", "on activate return 0\n",
+                         "OrrinEnableServiceStop wasn't called"},
+                    Case{"NoStopPermissionInConsole", "stop-permission", "on activate return 0\n",
+                         "wasn't called", L"--round console"}),
     NameOf);
 
 INSTANTIATE_TEST_SUITE_P(
@@ -146,6 +163,8 @@ INSTANTIATE_TEST_SUITE_P(
              L"--round service --after-free 1500"},
         Case{"ReadAfterFree", "after-free", "late-read", "faulty-controller.dll+0x",
              L"--round service --after-free 1500"},
+        Case{"RecordReadAfterUnpacking", "after-free", "unpack-late-read",
+             "faulty-controller.dll+0x", L"--round unpack --after-free 1500"},
         Case{"EndedThread", "no-exit", "exit-thread", "ended during Activate"},
         Case{"HangAtTheEnd", "in-time", "endless-end", "the process's end wasn't over",
              L"--timeout 4 --round no-start"},

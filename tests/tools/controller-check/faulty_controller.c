@@ -1,5 +1,6 @@
-// A controller library that breaks one of the host's expectations: the one that the environment
-// variable CONTROLLER_FAULT names. Without a fault it meets all of them.
+// A controller library that breaks one of the host's expectations, or does something odd that the
+// host copes with: what the environment variable CONTROLLER_FAULT names. Without a fault it meets
+// all of them.
 #define ORRIN_CTRL_EXPORTS
 #include "controller-abi/orrin_ctrl_abi.h"
 
@@ -49,6 +50,13 @@ static void LogWithoutEnd(void) {
     }
 }
 
+static void LogFromOddAddress(void) {
+    static char bytes[1 + 4 * sizeof(wchar_t)];
+    void* text = bytes + 1;
+    memcpy(text, L"odd", 4 * sizeof(wchar_t));
+    host->OrrinLoggingCallback(NULL, ORRIN_LOG_TRACE, L"faulty", text);
+}
+
 static int32_t LoadAddons(OrrinController* self) {
     static OrrinInterfaceRegistrar registrar = {RegisterInterface};
     static OrrinInterfaceRegistrar emptyRegistrar;
@@ -56,6 +64,9 @@ static int32_t LoadAddons(OrrinController* self) {
     host->OrrinLoggingCallback(NULL, ORRIN_LOG_TRACE, L"faulty", L"loading");
     if (HasFault("endless-message") || HasFault("endless-component")) {
         LogWithoutEnd();
+    }
+    if (HasFault("odd-message")) {
+        LogFromOddAddress();
     }
     if (HasFault("empty-registrar")) {
         host->RegisterHostComponentEntry(&emptyRegistrar, NULL, NULL, host->context);
@@ -112,7 +123,7 @@ static DWORD WINAPI CallLate(void* parameter) {
     (void)parameter;
     SetEvent(looked);
     Sleep(50);
-    if (HasFault("late-read")) {
+    if (HasFault("late-read") || HasFault("unpack-late-read")) {
         log = host->OrrinLoggingCallback;
     }
     log(NULL, ORRIN_LOG_TRACE, L"faulty", L"still here");
@@ -142,12 +153,16 @@ int32_t OrrinCreateComponentModelController(OrrinControllerParams* params,
     return 0;
 }
 
+static void LeaveThreadBehind(void) {
+    looked = CreateEventW(NULL, TRUE, FALSE, NULL);
+    CloseHandle(CreateThread(NULL, 0, CallLate, NULL, 0, NULL));
+    WaitForSingleObject(looked, INFINITE);
+}
+
 int32_t OrrinFreeComponentModelController(OrrinController* self) {
     (void)self;
     if (HasFault("late-call") || HasFault("late-read")) {
-        looked = CreateEventW(NULL, TRUE, FALSE, NULL);
-        CloseHandle(CreateThread(NULL, 0, CallLate, NULL, 0, NULL));
-        WaitForSingleObject(looked, INFINITE);
+        LeaveThreadBehind();
     }
     return 0;
 }
@@ -157,6 +172,10 @@ int32_t OrrinBootstrap(OrrinControllerParams* params) {
         params->LogFlush();
     }
     params->OrrinLoggingCallback(NULL, ORRIN_LOG_TRACE, L"faulty", L"unpacking");
+    if (HasFault("unpack-late-call") || HasFault("unpack-late-read")) {
+        host = params;
+        LeaveThreadBehind();
+    }
     return 7;
 }
 

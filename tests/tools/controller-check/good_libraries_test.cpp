@@ -66,12 +66,29 @@ TEST(GoodAnswers, SlowCallBelowTheLimit_IsInOrder) {
     EXPECT_EQ(outcome.verdicts.at("in-time"), "ok");
 }
 
+// The log sink outlives the record, and a text may lie at any address and be of any length.
+TEST(GoodAnswers, LateLineOfAnUnpacking_IsInOrder) {
+    test::CheckRun check(L"faulty-controller.dll");
+    check.Fault(L"unpack-late-call");
+    const test::CheckOutcome outcome = check.Run(L"--round unpack --after-free 1500");
+    EXPECT_THAT(outcome.failed, IsEmpty()) << outcome.output;
+    EXPECT_EQ(outcome.verdicts.at("after-free"), "ok");
+}
+
+TEST(GoodAnswers, TextAtAnOddAddress_IsInOrder) {
+    test::CheckRun check(L"faulty-controller.dll");
+    check.Fault(L"odd-message");
+    const test::CheckOutcome outcome = check.Run(L"--round service");
+    EXPECT_THAT(outcome.failed, IsEmpty()) << outcome.output;
+    EXPECT_EQ(outcome.verdicts.at("log-text"), "ok");
+}
+
 TEST(Report, Text_NamesEachExpectationWithoutColours) {
     const test::CheckRun check(L"minimal-controller.dll");
     const test::CheckOutcome outcome = check.RunPlain(L"--round no-start --after-free 0");
     EXPECT_EQ(outcome.exitCode, 0U);
-    EXPECT_THAT(outcome.output, HasSubstr("  ok    create-result"));
-    EXPECT_THAT(outcome.output, HasSubstr("  -     load-result"));
+    EXPECT_THAT(outcome.output, HasSubstr("  ok      create-result"));
+    EXPECT_THAT(outcome.output, HasSubstr("  -       load-result"));
     EXPECT_THAT(outcome.output, HasSubstr("29 expectations: "));
     EXPECT_THAT(outcome.output, Not(HasSubstr("\x1b[")));
 }
@@ -93,7 +110,7 @@ TEST(Report, QuietAndSomethingFailed_NamesThatAlone) {
     check.Script("on create return 5\n");
     const test::CheckOutcome outcome = check.RunPlain(L"--quiet --round no-start");
     EXPECT_EQ(outcome.exitCode, 1U);
-    EXPECT_THAT(outcome.output, testing::StartsWith("  FAIL  create-result"));
+    EXPECT_THAT(outcome.output, testing::StartsWith("  FAIL    create-result"));
     EXPECT_THAT(outcome.output, HasSubstr("create gave 5 [no-start]"));
     EXPECT_THAT(outcome.output, Not(HasSubstr("ok")));
 }

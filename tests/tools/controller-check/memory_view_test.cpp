@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <string>
 
@@ -54,20 +56,25 @@ TEST(TextFault, TextThatFillsItsPage_NeedsItsEndThere) {
     EXPECT_EQ(TextFault(TextAtEnd(L"endless").Get()), L"runs on into unreadable memory");
 }
 
-TEST(TextFault, AddressesThatAreNone_AreToldApart) {
+TEST(TextFault, AddressThatIsNone_IsToldApart) {
     const test::GuardedBytes page(8);
     EXPECT_EQ(TextFault(reinterpret_cast<const wchar_t*>(page.End())), L"isn't in readable memory");
-    const std::wstring text = L"odd";
-    EXPECT_EQ(TextFault(reinterpret_cast<const wchar_t*>(
-                  reinterpret_cast<const char*>(text.c_str()) + 1)),
-              L"begins at an odd address");
 }
 
-TEST(TextFault, LongText_HasALimit) {
-    std::wstring text(1024 * 1024, L'x');
-    EXPECT_EQ(TextFault(text.c_str()), L"has no end within a million characters");
-    text.pop_back();
-    EXPECT_EQ(TextFault(text.c_str()), L"");
+// The host reads it as it is.
+TEST(TextFault, OddAddress_IsInOrderIfTheTextEnds) {
+    constexpr std::size_t Odd = 7;
+    const test::GuardedBytes bytes(Odd);
+    auto* const text = reinterpret_cast<const wchar_t*>(bytes.Begin());
+    ASSERT_EQ(reinterpret_cast<std::uintptr_t>(text) % sizeof(wchar_t), 1U);
+    std::fill(bytes.Begin(), bytes.End(), 'x');
+    EXPECT_EQ(TextFault(text), L"runs on into unreadable memory");
+    std::fill(bytes.Begin() + 4, bytes.Begin() + 6, '\0');
+    EXPECT_EQ(TextFault(text), L"");
+}
+
+TEST(TextFault, LongText_IsInOrderIfItEnds) {
+    EXPECT_EQ(TextFault(std::wstring(3 * 1024 * 1024, L'x').c_str()), L"");
 }
 
 TEST(DescribePlace, Code_IsToldByItsModule) {

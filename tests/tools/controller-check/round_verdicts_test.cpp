@@ -18,6 +18,11 @@ MATCHER_P(Fails, text, "") {
            testing::ExplainMatchResult(HasSubstr(text), Narrow(arg.detail), result_listener);
 }
 
+MATCHER_P(Advises, text, "") {
+    return arg.verdict == Verdict::Advice &&
+           testing::ExplainMatchResult(HasSubstr(text), Narrow(arg.detail), result_listener);
+}
+
 MATCHER_P(IsOpen, text, "") {
     return arg.verdict == Verdict::Open &&
            testing::ExplainMatchResult(HasSubstr(text), Narrow(arg.detail), result_listener);
@@ -135,9 +140,15 @@ TEST(JudgeTooEarly, PermissionBeforeTheReturn_FailsAndAfterItDoesNot) {
                 IsMet());
 }
 
-TEST(JudgeStopPermission, Missing_FailsOnlyForAnActiveLibraryThatHadTime) {
-    EXPECT_THAT(JudgeStopPermission(Whole()), Fails("wasn't called"));
-    EXPECT_THAT(JudgeStopPermission(Whole(Round::Console)), Fails("wasn't called"));
+TEST(JudgeGoesOn, Interrupt_IsAllowedButWorthAWord) {
+    EXPECT_THAT(JudgeGoesOn(Whole()), IsMet());
+    EXPECT_THAT(JudgeGoesOn(StoryBuilder().Started().Called(HostFunction::Interrupt).Get()),
+                Advises("OrrinInterruptCallback"));
+}
+
+TEST(JudgeStopPermission, Missing_IsWorthAWordForAnActiveLibraryThatHadTime) {
+    EXPECT_THAT(JudgeStopPermission(Whole()), Advises("wasn't called"));
+    EXPECT_THAT(JudgeStopPermission(Whole(Round::Console)), Advises("wasn't called"));
     EXPECT_THAT(JudgeStopPermission(Whole(Round::StopAtOnce)), IsOpen("only looked for"));
     EXPECT_THAT(JudgeStopPermission(StoryBuilder().Started().Get()), IsOpen("active"));
     EXPECT_THAT(
@@ -169,11 +180,13 @@ TEST(JudgeAfterFree, CallsBeforeAndAfter_AreToldApart) {
                 IsOpen("broke off"));
 }
 
-TEST(JudgeAfterFree, Unpacking_EndsWithItsOwnCall) {
-    EXPECT_THAT(
-        JudgeAfterFree(
-            StoryBuilder(Round::Unpack).Did(Call::Bootstrap).Called(HostFunction::Log).Get()),
-        Fails("after OrrinBootstrap"));
+TEST(JudgeAfterFree, Unpacking_ReleasesTheRecordAlone) {
+    const auto unpacked = [] { return StoryBuilder(Round::Unpack).Did(Call::Bootstrap); };
+    EXPECT_THAT(JudgeAfterFree(unpacked().Called(HostFunction::Log).Add(EventKind::Watched).Get()),
+                IsMet());
+    EXPECT_THAT(JudgeAfterFree(unpacked().Add(EventKind::TouchedReleased).Get()),
+                Fails("after OrrinBootstrap"));
+    EXPECT_THAT(JudgeAfterFree(unpacked().Get()), IsOpen("broke off"));
 }
 
 TEST(JudgeInTime, Overdue_NamesCallAndLimit) {
@@ -201,6 +214,15 @@ TEST(JudgeNoExit, LostThread_IsSeenByTheCallThatNeverReturned) {
     EXPECT_THAT(JudgeNoExit(Whole()), IsMet());
     EXPECT_THAT(JudgeNoExit(StoryBuilder().Did(Call::Create).Enter(Call::Activate).Freed().Get()),
                 Fails("ended during Activate"));
+    EXPECT_THAT(JudgeNoExit(StoryBuilder(Round::Shutdown)
+                                .Did(Call::Create)
+                                .Did(Call::Deactivate)
+                                .On(2)
+                                .Enter(Call::Deactivate)
+                                .On(1)
+                                .Freed()
+                                .Get()),
+                Fails("ended during Deactivate"));
     EXPECT_THAT(JudgeNoExit(StoryBuilder().Started().Stopped().Freed().Ended(5).Get()),
                 Fails("made 5"));
 }

@@ -21,8 +21,14 @@ class StoryBuilder {
         event.call = call;
         event.code = code;
         event.tick = ++tick_;
+        event.thread = thread_;
         std::copy(text.begin(), text.end(), event.text.begin());
         story_.events.push_back(event);
+        return *this;
+    }
+    /// What follows happens on this thread.
+    StoryBuilder& On(std::uint32_t thread) {
+        thread_ = thread;
         return *this;
     }
     StoryBuilder& Enter(Call call) { return Add(EventKind::Entered, call); }
@@ -65,6 +71,7 @@ class StoryBuilder {
   private:
     Story story_;
     std::uint64_t tick_ = 0;
+    std::uint32_t thread_ = 1;
 };
 
 }  // namespace controller_check

@@ -27,6 +27,28 @@ TEST(Story, OpenCalls_AreThoseWithoutAReturn) {
               L"LoadAddons and NotifyOnStop");
 }
 
+/// A start that failed and a stop beside it, both in `Deactivate`.
+StoryBuilder TwoInDeactivate() {
+    return StoryBuilder(Round::Shutdown)
+        .On(1)
+        .Enter(Call::Deactivate)
+        .On(2)
+        .Enter(Call::Deactivate)
+        .Add(EventKind::Returned, Call::Deactivate);
+}
+
+TEST(Story, SameCallOnTwoThreads_IsOpenUntilBothHaveReturned) {
+    EXPECT_EQ(TwoInDeactivate().Get().OpenCalls(), L"Deactivate");
+    EXPECT_TRUE(TwoInDeactivate().Get().IsOpen(Call::Deactivate));
+    const Story both = TwoInDeactivate().On(1).Add(EventKind::Returned, Call::Deactivate).Get();
+    EXPECT_EQ(both.OpenCalls(), L"");
+    EXPECT_FALSE(both.IsOpen(Call::Deactivate));
+}
+
+TEST(FindOverdue, SameCallOnTwoThreads_CountsForEach) {
+    EXPECT_EQ(FindOverdue(TwoInDeactivate().Get().events, 0, 200, 100, 1000), Call::Deactivate);
+}
+
 TEST(FindOverdue, OpenCall_IsOverdueAfterTheLimitAndNotAtIt) {
     // The entry is at 1.
     const auto events = StoryBuilder().Enter(Call::Create).Get().events;
