@@ -1,10 +1,15 @@
 @echo off
 rem Looks at everything that install.cmd makes and at what the service needs to start. It changes
-rem nothing. The exit code is 0 if nothing is wrong; what this system can't show is counted apart.
+rem nothing, but for a key of its own below HKCU, gone at once, through which it reads paths. The
+rem exit code is 0 if nothing is wrong; what this system can't show is counted apart.
 rem (It isn't called verify.cmd, as verify is a command of the interpreter itself.)
-setlocal
+setlocal EnableExtensions DisableDelayedExpansion
+rem In a path with one of these characters the interpreter would read parts of it as its own.
+for /f "tokens=2 delims=&%%^!" %%c in ("-%~dp0-") do goto bad_folder
 set "shared=%~dp0shared.cmd"
-call "%shared%" names
+set "service="
+call "%shared%" names 2>nul
+if not defined service goto bad_folder
 set "ill=0"
 set "unseen=0"
 
@@ -22,6 +27,11 @@ if not "%unseen%"=="0" echo Not checked here: %unseen%.
 if "%ill%"=="0" echo Nothing is wrong.
 if "%ill%"=="0" exit /b 0
 echo Wrong: %ill%.
+exit /b 1
+
+:bad_folder
+echo The script can't work in this folder: its path has one of the characters ^& %% ^^ ! in it, or
+echo shared.cmd is missing. Unpack the whole package into another folder and run the script there.
 exit /b 1
 
 rem ---- the checks --------------------------------------------------------------------------------
@@ -43,6 +53,8 @@ exit /b 1
 set "finding=service registered"
 call "%shared%" compare "%service_key%" ImagePath image_path
 if not defined stored goto no_service
+call "%shared%" has "%service_key%" DeleteFlag 0x1
+if not errorlevel 1 goto marked_for_deletion
 call :well
 set "finding=program of the service is the one in this folder, its path in quotes"
 call "%shared%" compare "%service_key%" ImagePath image_path
@@ -61,12 +73,17 @@ goto :eof
 call :wrong "run install.cmd"
 goto :eof
 
+:marked_for_deletion
+set "finding=service registered, but marked for deletion"
+call :wrong "close the services console and what else shows services, then run install.cmd"
+goto :eof
+
 :check_recovery
 set "finding=recovery actions"
 if defined wine goto recovery_unseen
 call "%shared%" has "%service_key%" FailureActions %recovery_stored%
 call :judge "run: sc failure %service% reset= %recovery_reset% actions= %recovery_actions%"
-set "finding=recovery after a forced stop too"
+set "finding=recovery after a stop with an error too"
 call "%shared%" has "%service_key%" FailureActionsOnNonCrashFailures 0x1
 call :judge "run: sc failureflag %service% 1"
 goto :eof
@@ -80,7 +97,7 @@ set "finding=setting %1"
 call set "value=%%default_%1%%"
 call "%shared%" has "%service_key%" %1 REG_DWORD
 if errorlevel 1 goto setting_wrong
-for /f "tokens=3" %%v in ('reg query "%service_key%" /v %1') do call :to_number %%v
+for /f "tokens=3" %%v in ('%reg% query "%service_key%" /v %1') do call :to_number %%v
 set "finding=setting %1 = %number%"
 if not "%number%"=="%value%" set "finding=setting %1 = %number%, default %value%"
 call :well
@@ -98,12 +115,19 @@ goto :eof
 
 :check_data_folder
 set "finding=data folder"
+call "%shared%" linked
+if not errorlevel 1 goto linked_data_folder
 if not exist "%data%\" goto no_data_folder
 call :well
 set "finding=rights of the data folder"
 if defined wine goto rights_unseen
 call "%shared%" rights
 call :judge "others than system and administrators have rights there; run install.cmd"
+goto :eof
+
+:linked_data_folder
+set "finding=data folder: %link% is a link"
+call :wrong "look where it leads, remove the link with rmdir, then run install.cmd"
 goto :eof
 
 :no_data_folder
@@ -128,7 +152,7 @@ goto :eof
 
 :tell_state
 set "state="
-for /f "tokens=4" %%s in ('sc query %service%') do call :take_state %%s
+for /f "tokens=4" %%s in ('%sc% query %service%') do call :take_state %%s
 if defined state echo   state      %state%
 goto :eof
 

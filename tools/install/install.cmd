@@ -1,10 +1,15 @@
 @echo off
-rem Registers the service host in this folder as a Windows service. It can be run at any time: what is
-rem as it should be, and what an administrator has changed, stays. It never starts or stops the
-rem service. The exit code is 0 if all is done.
-setlocal
+rem Registers the service host in this folder as a Windows service. It can be run at any time: what
+rem is as it should be, and what an administrator has changed, stays; only the rights of the data
+rem folder are made anew if they are others. It never starts or stops the service. The exit code is
+rem 0 if all is done.
+setlocal EnableExtensions DisableDelayedExpansion
+rem In a path with one of these characters the interpreter would read parts of it as its own.
+for /f "tokens=2 delims=&%%^!" %%c in ("-%~dp0-") do goto bad_folder
 set "shared=%~dp0shared.cmd"
-call "%shared%" names
+set "service="
+call "%shared%" names 2>nul
+if not defined service goto bad_folder
 set "changed="
 set "failed="
 
@@ -36,6 +41,11 @@ echo package. Copy it here before the first start: without it the program ends b
 echo the start fails.
 exit /b 0
 
+:bad_folder
+echo The script can't work in this folder: its path has one of the characters ^& %% ^^ ! in it, or
+echo shared.cmd is missing. Unpack the whole package into another folder and run the script there.
+exit /b 1
+
 :not_elevated
 echo This needs the rights of an administrator: start the prompt with "Run as administrator".
 exit /b 1
@@ -48,6 +58,8 @@ exit /b 1
 rem ---- the steps ---------------------------------------------------------------------------------
 
 :install_service
+call "%shared%" has "%service_key%" DeleteFlag 0x1
+if not errorlevel 1 goto marked_for_deletion
 call "%shared%" compare "%service_key%" ImagePath image_path
 if not errorlevel 1 goto keep_service
 if defined stored goto move_service
@@ -57,8 +69,15 @@ goto create_service
 call :kept "service, registered from this folder"
 goto :eof
 
+:marked_for_deletion
+call :not_done "service: the old one is marked for deletion, but not gone yet"
+echo             close the services console and what else shows services, then run this again
+goto :eof
+
+rem Inside of a quoted argument a quote needs a backslash.
 :create_service
-sc create %service% binPath= "%image_path%" type= own start= auto DisplayName= "%display_name%" >nul
+set "options=type= own start= auto"
+%sc% create %service% binPath= "\"%executable%\"" %options% DisplayName= "%display_name%" >nul
 if errorlevel 1 goto create_failed
 call :made "service, own process, starts with the system"
 goto :eof
@@ -69,21 +88,22 @@ echo             1072: the old one is not gone yet; close the services console a
 goto :eof
 
 :move_service
-sc config %service% binPath= "%image_path%" >nul
+%sc% config %service% binPath= "\"%executable%\"" >nul
 if errorlevel 1 goto move_failed
-call :made "service, now from this folder; was %stored%"
+call :made "service, now from this folder"
+call "%shared%" show "            it was " stored
 echo             a running service goes on as it is; the next start is from here
 goto :eof
 
 :move_failed
 call :not_done "service: registered from another folder, and sc config failed"
-echo             run uninstall.cmd first, then this again; registered is %stored%
+call "%shared%" show "            run uninstall.cmd first, then this again; registered is " stored
 goto :eof
 
 :install_description
-reg query "%service_key%" /v Description >nul 2>&1
+%reg% query "%service_key%" /v Description >nul 2>&1
 if not errorlevel 1 goto keep_description
-sc description %service% "%description%" >nul
+%sc% description %service% "%description%" >nul
 call :report "description"
 goto :eof
 
@@ -95,16 +115,25 @@ goto :eof
 if defined wine goto no_recovery
 call "%shared%" has "%service_key%" FailureActions REG_BINARY
 if not errorlevel 1 goto keep_recovery
-sc failure %service% reset= %recovery_reset% actions= %recovery_actions% >nul
-if errorlevel 1 goto recovery_failed
-rem The forced stop ends the service in order, with an exit code; it is to be restarted too.
-sc failureflag %service% 1 >nul
+%sc% failure %service% reset= %recovery_reset% actions= %recovery_actions% >nul
 if errorlevel 1 goto recovery_failed
 call :made "recovery: restart after 5 s, 30 s, 2 min"
-goto :eof
+goto install_recovery_flag
 
 :keep_recovery
 call :kept "recovery"
+
+rem The forced stop ends the service in order, with an exit code; it is to be restarted too.
+:install_recovery_flag
+call "%shared%" has "%service_key%" FailureActionsOnNonCrashFailures REG_DWORD
+if not errorlevel 1 goto keep_recovery_flag
+%sc% failureflag %service% 1 >nul
+if errorlevel 1 goto recovery_failed
+call :made "recovery after a stop with an error too"
+goto :eof
+
+:keep_recovery_flag
+call :kept "recovery after a stop with an error too"
 goto :eof
 
 :recovery_failed
@@ -119,7 +148,7 @@ goto :eof
 call "%shared%" has "%service_key%" %1 REG_
 if not errorlevel 1 goto keep_setting
 call set "value=%%default_%1%%"
-reg add "%service_key%" /v %1 /t REG_DWORD /d %value% /f >nul
+%reg% add "%service_key%" /v %1 /t REG_DWORD /d %value% /f >nul
 call :report "setting %1 = %value%"
 goto :eof
 
@@ -128,6 +157,8 @@ call :kept "setting %1"
 goto :eof
 
 :install_data_folder
+call "%shared%" linked
+if not errorlevel 1 goto linked_data_folder
 if exist "%data%\" goto data_folder_exists
 mkdir "%data%"
 if not exist "%data%\" goto no_data_folder
@@ -138,28 +169,39 @@ goto restrict_data_folder
 call :kept "data folder"
 goto restrict_data_folder
 
+:linked_data_folder
+call :not_done "data folder: %link% is a link"
+echo             anybody may have made it, and its target would get the rights of the data folder:
+echo             look where it leads, remove the link with rmdir, then run this again
+goto :eof
+
 :no_data_folder
 call :not_done "data folder: %data% can't be made"
 goto :eof
 
 :restrict_data_folder
 if defined wine goto no_rights
+rem Anybody may make folders in the machine-wide data folder, so this one can be somebody else's.
+rem Who owns a folder may change its rights, so the owner comes first, even if the rights are as they
+rem should be; and last comes what was in it before.
+%icacls% "%data%" /setowner %administrators_sid% /l /q >nul
+if errorlevel 1 goto rights_failed
 call "%shared%" rights
 if not errorlevel 1 goto keep_rights
-rem Anybody may make folders in the machine-wide data folder, so this one can be somebody else's. Who
-rem owns a folder may change its rights: the owner comes first, and last what was in it before.
-icacls "%data%" /setowner %administrators_sid% /t /c /l /q >nul
+rem What others were granted by name goes with the reset, what is inherited after it.
+%icacls% "%data%" /reset /l /q >nul
 if errorlevel 1 goto rights_failed
-icacls "%data%" /inheritance:r /q >nul
-if errorlevel 1 goto rights_failed
-icacls "%data%" /grant:r %system_sid%:(OI)(CI)F %administrators_sid%:(OI)(CI)F /q >nul
+set "grants=%system_sid%:(OI)(CI)F %administrators_sid%:(OI)(CI)F"
+%icacls% "%data%" /inheritance:r /grant:r %grants% /l /q >nul
 if errorlevel 1 goto rights_failed
 set "filled="
 pushd "%data%"
 for /f "delims=" %%f in ('dir /a /b') do set "filled=yes"
 popd
 if not defined filled goto rights_made
-icacls "%data%\*" /reset /t /c /l /q >nul
+%icacls% "%data%\*" /setowner %administrators_sid% /t /c /l /q >nul
+if errorlevel 1 goto rights_failed
+%icacls% "%data%\*" /reset /t /c /l /q >nul
 if errorlevel 1 goto rights_failed
 
 :rights_made
@@ -187,9 +229,9 @@ call :kept "event source"
 goto :eof
 
 :add_event_source
-reg add "%source_key%" /v EventMessageFile /t REG_EXPAND_SZ /d "%messages%" /f >nul
+%reg% add "%source_key%" /v EventMessageFile /t REG_EXPAND_SZ /d "%messages%" /f >nul
 if errorlevel 1 goto event_source_failed
-reg add "%source_key%" /v TypesSupported /t REG_DWORD /d 7 /f >nul
+%reg% add "%source_key%" /v TypesSupported /t REG_DWORD /d 7 /f >nul
 if errorlevel 1 goto event_source_failed
 call :made "event source, with the texts of tarnwick-messages.dll"
 goto :eof

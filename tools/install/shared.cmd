@@ -4,9 +4,13 @@ rem of one of the parts below:
 rem
 rem   names                        sets the names that all of them use
 rem   elevated                     0 if this prompt may change the system, 1 if not
-rem   compare KEY VALUE VARIABLE   0 if the registry holds the text of the variable, 1 if not; stored
-rem                                is what it holds, with ' for each quote, and undefined for nothing
+rem   compare KEY VALUE VARIABLE   0 if the registry holds the text of the variable, 1 if not; in it |
+rem                                stands for a quote, which would end those around it. stored is
+rem                                what the registry holds, undefined for nothing
 rem   has KEY VALUE TEXT           0 if the value's line in the registry has the text, 1 if not
+rem   show TEXT VARIABLE           prints the text and what the variable holds, whatever it is
+rem   registered                   sets executable to the program that stored names
+rem   linked                       0 if link, the data folder or the one above it, leads elsewhere
 rem   rights                       0 if only SYSTEM and the administrators may use the data folder
 rem   in_use                       0 while a program runs from the file in executable, 1 if none does
 rem   pause                        waits about a second
@@ -22,13 +26,14 @@ set "display_name=Velmora Tarnwick Service"
 set "description=Keeps the components of the Tarnwick controller library alive."
 set "service_key=HKLM\SYSTEM\CurrentControlSet\Services\%service%"
 set "source_key=HKLM\SYSTEM\CurrentControlSet\Services\EventLog\Application\%service%"
-set "scratch_key=HKCU\Software\%service%"
+set "scratch_key=HKCU\Software\%service%-scripts-%RANDOM%"
+rem By their full paths, as the interpreter would look in the current folder first.
+for %%t in (cacls find icacls ping reg sc) do set "%%t=%SystemRoot%\System32\%%t.exe"
 set "executable=%~dp0tarnwick-service.exe"
 set "controller=%~dp0orrin-ctrl.dll"
 set "messages=%~dp0tarnwick-messages.dll"
 rem The service's path is in quotes: without them a path with a blank could start another program.
-rem Inside of a quoted argument they need a backslash.
-set "image_path=\"%executable%\""
+set "image_path=|%executable%|"
 set "settings=TraceLevelsMask ExpiredPeriodInDays MaxLogFilesSize DisableLogRetention DumpType"
 set "default_TraceLevelsMask=7"
 set "default_ExpiredPeriodInDays=70"
@@ -45,48 +50,71 @@ set "system_sid=*S-1-5-18"
 set "administrators_sid=*S-1-5-32-544"
 rem Under Wine a service has another machine-wide data folder than a console, and some tools have no
 rem effect; what depends on them is told as not done or not checked.
-set "data=%ALLUSERSPROFILE%\Velmora\Quillon"
+set "data_parent=%ALLUSERSPROFILE%\Velmora"
 set "wine="
 if exist "%SystemRoot%\System32\winecfg.exe" set "wine=yes"
-if defined wine set "data=%PUBLIC%\Velmora\Quillon"
+if defined wine set "data_parent=%PUBLIC%\Velmora"
+set "data=%data_parent%\Quillon"
 exit /b 0
 
 :elevated
 if defined wine exit /b 0
 rem Only an elevated prompt may look into the settings of another account.
-reg query HKU\S-1-5-19 >nul 2>&1
+%reg% query HKU\S-1-5-19 >nul 2>&1
 if errorlevel 1 exit /b 1
 exit /b 0
 
 :compare
 set "stored="
-set "wanted="
-reg query "%~2" /v %3 >nul 2>&1
+%reg% query "%~2" /v %3 >nul 2>&1
 if errorlevel 1 exit /b 1
-for /f "tokens=2,*" %%a in ('reg query "%~2" /v %3') do set "stored=%%b"
+for /f "tokens=2,*" %%a in ('%reg% query "%~2" /v %3') do set "stored=%%b"
+if not defined stored exit /b 1
 rem What a program writes into a pipe has lost the letters that the code page lacks. So the wanted text
 rem takes the same road, through a key of the user's own.
 call set "wanted=%%%4%%"
-reg add "%scratch_key%" /v Wanted /d "%wanted%" /f >nul
-for /f "tokens=2,*" %%a in ('reg query "%scratch_key%" /v Wanted') do set "wanted=%%b"
-reg delete "%scratch_key%" /f >nul
-rem Quotes would end the quotes of the comparison.
-if not defined stored exit /b 1
-set "stored=%stored:"='%"
-set "wanted=%wanted:"='%"
-if /i "%stored%"=="%wanted%" exit /b 0
+%reg% add "%scratch_key%" /v Wanted /d "%wanted%" /f >nul
+for /f "tokens=2,*" %%a in ('%reg% query "%scratch_key%" /v Wanted') do set "wanted=%%b"
+%reg% delete "%scratch_key%" /f >nul
+if /i "%stored:"=|%"=="%wanted%" exit /b 0
 exit /b 1
 
 :has
-reg query "%~2" /v %3 >nul 2>&1
+%reg% query "%~2" /v %3 >nul 2>&1
 if errorlevel 1 exit /b 1
-reg query "%~2" /v %3 | find "%~4" >nul
+%reg% query "%~2" /v %3 | %find% "%~4" >nul
 if errorlevel 1 exit /b 1
+exit /b 0
+
+:show
+rem What is put in by delayed expansion is not searched for commands.
+setlocal EnableDelayedExpansion
+echo %~2!%3!
+exit /b 0
+
+:registered
+rem Arguments can stand behind the program; where it has no quotes it ends with .exe.
+set "program=%stored:"=|%"
+if not "%program:~0,1%"=="|" set "program=%program:.exe=.exe|%"
+for /f "delims=|" %%e in ("%program%") do set "executable=%%e"
+rem Variables of the system can be part of it.
+if not exist "%executable%" call set "executable=%executable%"
+exit /b 0
+
+:linked
+set "link="
+rem The attributes of a reparse point have an l.
+for %%d in ("%data%" "%data_parent%") do call :note_link "%%~d" "%%~ad"
+if defined link exit /b 0
+exit /b 1
+
+:note_link
+for /f "tokens=2 delims=l" %%a in ("-%~2-") do set "link=%~1"
 exit /b 0
 
 :rights
 set "acl="
-for /f "delims=" %%a in ('cacls "%data%" /S') do set "acl=%%a"
+for /f "delims=" %%a in ('%cacls% "%data%" /S') do set "acl=%%a"
 if not defined acl exit /b 1
 rem PATH "D:PAI(...)(...)": P says that nothing is inherited; nothing may be left without the two.
 set "acl=%acl:"=%"
@@ -98,7 +126,9 @@ if "%acl%"=="D:P++" exit /b 0
 exit /b 1
 
 :in_use
-rem The system opens no file for writing from which a program runs; then the call is left out.
+rem The system opens no file for writing from which a program runs; then the call is left out. One
+rem that is gone would be made.
+if not exist "%executable%" exit /b 1
 set "in_use=yes"
 call :open_for_writing 2>nul
 if defined in_use exit /b 0
@@ -113,5 +143,5 @@ set "in_use="
 exit /b 0
 
 :pause
-ping -n 2 127.0.0.1 >nul 2>&1
+%ping% -n 2 127.0.0.1 >nul 2>&1
 exit /b 0

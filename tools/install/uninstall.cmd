@@ -8,9 +8,13 @@ rem   /removelogs     removes the data folder too, with all logs and the dump
 rem   /wait SECONDS   how long the service may take to stop, and to go; 120 if not given
 rem
 rem The exit code is 0 if all is gone.
-setlocal
+setlocal EnableExtensions DisableDelayedExpansion
+rem In a path with one of these characters the interpreter would read parts of it as its own.
+for /f "tokens=2 delims=&%%^!" %%c in ("-%~dp0-") do goto bad_folder
 set "shared=%~dp0shared.cmd"
-call "%shared%" names
+set "service="
+call "%shared%" names 2>nul
+if not defined service goto bad_folder
 set "remove_logs="
 set "limit=120"
 set "failed="
@@ -20,6 +24,12 @@ if "%~1"=="" goto begin
 if /i "%~1"=="/removelogs" goto argument_remove_logs
 if /i "%~1"=="/wait" goto argument_wait
 echo Unknown argument: %1
+goto usage
+
+:no_number
+echo Not a number of seconds: %2
+
+:usage
 echo Usage: uninstall.cmd [/removelogs] [/wait SECONDS]
 exit /b 1
 
@@ -29,7 +39,9 @@ shift
 goto next_argument
 
 :argument_wait
-set /a limit=%~2 + 0
+set /a "limit=%~2" 2>nul
+if not "%limit%"=="%~2" goto no_number
+if %limit% lss 0 goto no_number
 shift
 shift
 goto next_argument
@@ -54,7 +66,7 @@ goto remove_rest
 :no_service
 call :told "service was not registered"
 rem Settings without a service, made by hand.
-reg delete "%service_key%" /f >nul 2>&1
+%reg% delete "%service_key%" /f >nul 2>&1
 
 :remove_rest
 call :remove_event_source
@@ -67,6 +79,11 @@ if defined failed exit /b 1
 echo Done. This folder can be deleted now.
 exit /b 0
 
+:bad_folder
+echo The script can't work in this folder: its path has one of the characters ^& %% ^^ ! in it, or
+echo shared.cmd is missing. Unpack the whole package into another folder and run the script there.
+exit /b 1
+
 :not_elevated
 echo This needs the rights of an administrator: start the prompt with "Run as administrator".
 exit /b 1
@@ -74,17 +91,17 @@ exit /b 1
 rem ---- the steps ---------------------------------------------------------------------------------
 
 :use_registered_executable
-set "executable=%stored:'=%"
+call "%shared%" registered
 call :told "service is registered from another folder"
 goto :eof
 
 :stop_service
-sc query %service% | find "STOPPED" >nul
+%sc% query %service% | %find% "STOPPED" >nul
 if not errorlevel 1 goto await_process
-sc stop %service% >nul 2>&1
+%sc% stop %service% >nul 2>&1
 if not errorlevel 1 goto await_process
 rem A stop that takes long is a failure for sc too; one that was refused leaves the service running.
-sc query %service% | find "RUNNING" >nul
+%sc% query %service% | %find% "RUNNING" >nul
 if not errorlevel 1 goto stop_refused
 
 :await_process
@@ -92,7 +109,12 @@ set "waited=0"
 
 :await_process_again
 call "%shared%" in_use
-if errorlevel 1 goto process_gone
+if not errorlevel 1 goto await_process_longer
+rem A program can run although its file was renamed.
+%sc% query %service% | %find% "STOPPED" >nul
+if not errorlevel 1 goto process_gone
+
+:await_process_longer
 if %waited% geq %limit% goto stop_too_slow
 call "%shared%" pause
 set /a waited=waited + 1
@@ -117,7 +139,7 @@ goto :eof
 call "%shared%" has "%service_key%" %1 REG_
 if errorlevel 1 goto :eof
 call set "value=%%default_%1%%"
-for /f "tokens=3" %%v in ('reg query "%service_key%" /v %1') do call :to_number %%v
+for /f "tokens=3" %%v in ('%reg% query "%service_key%" /v %1') do call :to_number %%v
 if not "%number%"=="%value%" call :told "setting %1 was %number%, default %value%"
 goto :eof
 
@@ -128,12 +150,16 @@ set /a number=%1 2>nul
 goto :eof
 
 :delete_service
-sc delete %service% >nul
+%sc% delete %service% >nul
+rem It was marked for deletion before.
+if "%errorlevel%"=="1072" goto await_deletion_from_now
 if errorlevel 1 goto delete_failed
+
+:await_deletion_from_now
 set "waited=0"
 
 :await_deletion
-reg query "%service_key%" >nul 2>&1
+%reg% query "%service_key%" >nul 2>&1
 if errorlevel 1 goto deleted
 if %waited% geq %limit% goto deletion_too_slow
 call "%shared%" pause
@@ -154,9 +180,9 @@ echo             close the services console and what else shows services, then r
 goto :eof
 
 :remove_event_source
-reg query "%source_key%" >nul 2>&1
+%reg% query "%source_key%" >nul 2>&1
 if errorlevel 1 goto no_event_source
-reg delete "%source_key%" /f >nul
+%reg% delete "%source_key%" /f >nul
 if errorlevel 1 goto event_source_stays
 call :told "event source removed"
 goto :eof
@@ -172,15 +198,22 @@ goto :eof
 :remove_data_folder
 if not exist "%data%\" goto :eof
 if not defined remove_logs goto keep_data_folder
+call "%shared%" linked
+if not errorlevel 1 goto linked_data_folder
 rmdir /s /q "%data%"
 if exist "%data%\" goto data_folder_stays
 rem The folder above goes with it if it has become empty.
-rmdir "%data%\.." >nul 2>&1
+rmdir "%data_parent%" >nul 2>&1
 call :told "data folder removed, with all logs"
 goto :eof
 
 :keep_data_folder
 call :told "logs kept in %data%"
+goto :eof
+
+:linked_data_folder
+call :not_done "data folder: %link% is a link; its target may be somebody else's"
+echo             look where it leads, remove the link with rmdir, then run this again
 goto :eof
 
 :data_folder_stays
