@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
+#include <mutex>
 #include <optional>
 #include <thread>
 
+#include "framework/system/locks.h"
 #include "tests/tarnwick-service/signal.h"
 
 namespace test {
@@ -28,17 +28,13 @@ std::string ReplayText(std::uint32_t seed, std::uint32_t round) {
     return "TARNWICK_SEED=" + std::to_string(seed) + " TARNWICK_ROUND=" + std::to_string(round);
 }
 
-/// Ends the process if a round takes too long. One thread for all rounds.
+/// Ends the process if a round takes too long. One thread for all rounds, so it goes past what the
+/// rounds put in the place of platform calls, waits of the C++ library included: it would be inside
+/// of a replacement when that goes.
 class Watchdog {
   public:
-    explicit Watchdog(DWORD limitMs) : limitMs_(limitMs) {}
-    ~Watchdog() {
-        {
-            const std::lock_guard guard(lock_);
-            over_ = true;
-        }
-        changed_.notify_all();
-    }
+    explicit Watchdog(DWORD limitMs) : limitMs_(limitMs) { EXPECT_TRUE(begun_.Wait()); }
+    ~Watchdog() { over_.Set(); }
     Watchdog(const Watchdog&) = delete;
     Watchdog& operator=(const Watchdog&) = delete;
 
@@ -54,9 +50,10 @@ class Watchdog {
 
   private:
     void Watch() {
-        std::unique_lock guard(lock_);
-        while (!over_) {
-            changed_.wait_for(guard, std::chrono::milliseconds(500));
+        constexpr DWORD PollMs = 500;
+        begun_.Set();
+        while (!over_.Wait(PollMs)) {
+            const std::lock_guard guard(lock_);
             if (round_ != nullptr && ::GetTickCount64() > deadline_) {
                 GiveUp(*round_);
             }
@@ -69,12 +66,7 @@ class Watchdog {
         std::fprintf(stderr, "The round hangs after %lu ms; to repeat it: %s\n", limitMs_,
                      ReplayText(round.Seed(), round.Number()).c_str());
         std::fflush(stderr);
-        std::jthread teller([&round] {
-            std::fprintf(stderr, "%s\n", round.TellHang().c_str());
-            std::fflush(stderr);
-            ::TerminateProcess(::GetCurrentProcess(), 1);
-        });
-        teller.detach();
+        CreateThreadHook::Real(nullptr, 0, Tell, &round, 0, nullptr);
         ::SleepEx(TellLimitMs, FALSE);
         std::fputs("Nothing more can be told: its locks are held.\n", stderr);
         std::fflush(stderr);
@@ -82,11 +74,18 @@ class Watchdog {
         std::abort();
     }
 
+    static DWORD WINAPI Tell(void* round) {
+        std::fprintf(stderr, "%s\n", static_cast<RaceRound*>(round)->TellHang().c_str());
+        std::fflush(stderr);
+        ::TerminateProcess(::GetCurrentProcess(), 1);
+        return 0;
+    }
+
     const DWORD limitMs_;
-    std::mutex lock_;
-    std::condition_variable changed_;
+    Signal begun_;
+    Signal over_;
+    framework::CriticalSection lock_;
     // Guarded by lock_.
-    bool over_ = false;
     RaceRound* round_ = nullptr;
     ULONGLONG deadline_ = 0;
     std::jthread thread_{[this] { Watch(); }};
