@@ -37,6 +37,21 @@ Finding JudgeRegistration(const Story& story, EventKind fault, const std::wstrin
                : Open(L"the library didn't ask for the host's interfaces");
 }
 
+using EventPlace = std::vector<Event>::const_iterator;
+
+EventPlace At(const Story& story, std::size_t place) {
+    return story.events.begin() + static_cast<std::ptrdiff_t>(place);
+}
+
+/// The first call that needs the service object.
+const Event* FindServiceCall(EventPlace begin, EventPlace end) {
+    const EventPlace found = std::find_if(begin, end, [](const Event& event) {
+        return event.kind == EventKind::HostCalled && (event.function == HostFunction::EnableStop ||
+                                                       event.function == HostFunction::Interrupt);
+    });
+    return found == end ? nullptr : &*found;
+}
+
 }  // namespace
 
 Finding JudgeRegisterContext(const Story& story) {
@@ -63,16 +78,26 @@ Finding JudgeRegisterResult(const Story& story) {
 }
 
 Finding JudgeTooEarly(const Story& story) {
-    const std::size_t created = story.PlaceOfReturn(Call::Create);
-    for (std::size_t place = 0; place < created; ++place) {
-        const Event& event = story.events[place];
-        if (event.kind == EventKind::HostCalled && (event.function == HostFunction::EnableStop ||
-                                                    event.function == HostFunction::Interrupt)) {
-            return Failed(std::wstring(NameOf(event.function)) +
-                          L" was called before create had returned");
-        }
+    const Event* const call =
+        FindServiceCall(story.events.begin(), At(story, story.PlaceOfReturn(Call::Create)));
+    return call == nullptr ? MetIfRun(story)
+                           : Failed(std::wstring(NameOf(call->function)) +
+                                    L" was called before create had returned");
+}
+
+/// The host lets go of the service object before it makes the free call.
+Finding JudgeTooLate(const Story& story) {
+    if (!story.Entered(Call::Free)) {
+        return Open(L"free wasn't called");
     }
-    return MetIfRun(story);
+    const auto entry =
+        std::find_if(story.events.begin(), story.events.end(), [](const Event& event) {
+            return event.kind == EventKind::Entered && event.call == Call::Free;
+        });
+    const Event* const call = FindServiceCall(entry, At(story, story.PlaceOfReturn(Call::Free)));
+    return call == nullptr
+               ? Finding{}
+               : Failed(std::wstring(NameOf(call->function)) + L" was called during free");
 }
 
 Finding JudgeGoesOn(const Story& story) {

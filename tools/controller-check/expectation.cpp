@@ -82,6 +82,8 @@ const std::vector<Expectation>& Expectations() {
         {L"too-early", L"no stop permission and no interrupt before create has returned",
          L"Wait for LoadAddons or Activate: until then there is no service to tell.",
          JudgeTooEarly},
+        {L"too-late", L"no stop permission and no interrupt during free",
+         L"End the threads that may call them before the stop is over.", JudgeTooLate},
         {L"goes-on", L"the library doesn't give up",
          L"OrrinInterruptCallback ends the service with 713; see why it was called.", JudgeGoesOn},
         {L"stop-permission", L"a stop is allowed once the library is active",

@@ -24,6 +24,7 @@ Finding JudgeRegisterContext(const Story& story);
 Finding JudgeRegistrarRow(const Story& story);
 Finding JudgeRegisterResult(const Story& story);
 Finding JudgeTooEarly(const Story& story);
+Finding JudgeTooLate(const Story& story);
 Finding JudgeGoesOn(const Story& story);
 Finding JudgeStopPermission(const Story& story);
 Finding JudgeLogText(const Story& story);

@@ -71,6 +71,8 @@ INSTANTIATE_TEST_SUITE_P(
              "gave 9 for quillon_exception"},
         Case{"EarlyStopPermission", "too-early", "on create register\non create enable-stop\n",
              "OrrinEnableServiceStop"},
+        Case{"LateStopPermission", "too-late", "on free enable-stop\n",
+             "OrrinEnableServiceStop was called during free"},
         Case{"CallbackLeftBehind", "pre-exception", "on activate set-callback flush\n",
              "when free had returned"},
         Case{"CallbackLeftBehindAfterForcedStop", "pre-exception",

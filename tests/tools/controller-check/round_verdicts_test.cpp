@@ -140,6 +140,24 @@ TEST(JudgeTooEarly, PermissionBeforeTheReturn_FailsAndAfterItDoesNot) {
                 IsMet());
 }
 
+TEST(JudgeTooLate, CallDuringFree_FailsAndBeforeItDoesNot) {
+    EXPECT_THAT(JudgeTooLate(Whole()), IsMet());
+    EXPECT_THAT(
+        JudgeTooLate(
+            StoryBuilder().Started().Stopped().Called(HostFunction::EnableStop).Freed().Get()),
+        IsMet());
+    for (const HostFunction function : {HostFunction::EnableStop, HostFunction::Interrupt}) {
+        EXPECT_THAT(JudgeTooLate(StoryBuilder()
+                                     .Did(Call::Create)
+                                     .Enter(Call::Free)
+                                     .Called(function)
+                                     .Add(EventKind::Returned, Call::Free)
+                                     .Get()),
+                    Fails("during free"));
+    }
+    EXPECT_THAT(JudgeTooLate(StoryBuilder().Did(Call::Create).Get()), IsOpen("wasn't called"));
+}
+
 TEST(JudgeGoesOn, Interrupt_IsAllowedButWorthAWord) {
     EXPECT_THAT(JudgeGoesOn(Whole()), IsMet());
     EXPECT_THAT(JudgeGoesOn(StoryBuilder().Started().Called(HostFunction::Interrupt).Get()),
