@@ -67,7 +67,7 @@ void TakeLogText(const std::string& bytes, RunFacts& facts) {
         facts.foundRecords.push_back(
             static_cast<std::uint32_t>(std::wcstoul(text.c_str() + at + markSize, nullptr, 10)));
     }
-    facts.endRecord = facts.endRecord || text.find(EndRecord) != std::wstring::npos;
+    facts.endRecord = facts.endRecord || text.find(L"[T][quillon] End\n") != std::wstring::npos;
 }
 
 /// A compressed file beside its source is an unfinished copy of it.

@@ -11,8 +11,6 @@ namespace faults {
 /// it is deactivated.
 constexpr const wchar_t* NumberedText = L"numbered record ";
 constexpr std::uint32_t RecordsPerCall = 5;
-/// How the last record of an orderly run ends.
-constexpr const wchar_t* EndRecord = L"[T][quillon] End\n";
 
 /// The activation opens the window and writes to a null pointer.
 void CrashWhenActivated();
