@@ -3,12 +3,6 @@
 
 # The scripts in folders whose names mean something to the interpreter.
 
-# in_folder NAME: the package lies there from now on.
-in_folder() {
-    mv "$folder" "$scratch/$1"
-    folder="$scratch/$1"
-}
-
 # refused COMMAND...: a script that only says that it can't work here.
 refused() {
     script "$@"

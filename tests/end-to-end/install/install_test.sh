@@ -50,12 +50,6 @@ says_not() { ! LC_ALL=C grep -qaE -- "$1" "$scratch/output" || fail "a line with
 code_is() { [ "$code" -eq "$1" ] || fail "exit code $code instead of $1"; }
 has_key() { windows reg query "$1" && [ "$code" -eq 0 ]; }
 
-# windows_path PATH: the path as Windows programs know it.
-windows_path() {
-    local path=C:${1#"$drive_c"}
-    echo "${path//\//\\}"
-}
-
 state_is() {
     windows sc query "$service"
     grep -q "$1" "$scratch/output"
@@ -94,6 +88,12 @@ unpack() {
     mkdir -p "${folder%/*}"
     unzip -q "$root"/out/package/tarnwick-service-*.zip -d "$scratch"
     mv "$scratch"/tarnwick-service-* "$folder"
+}
+
+# in_folder NAME: the package lies there from now on.
+in_folder() {
+    mv "$folder" "$scratch/$1"
+    folder="$scratch/$1"
 }
 
 add_controller() { cp "$build_folder/bin/orrin-ctrl.dll" "$folder/"; }

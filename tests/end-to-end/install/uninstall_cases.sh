@@ -133,47 +133,74 @@ Case_Uninstall_ExecutableRenamed_WaitsForTheStop() {
     has_key "$service_key" || fail "the service was removed"
 }
 
-# A process that goes on for some time after the stop.
-slow_end() {
-    printf '%s\n' 'on load register' 'on activate enable-stop' 'on free delay 4000' \
-        >"$folder/orrin-ctrl.script"
+# A program that runs in a console, whose end no stop of the service brings about.
+run_in_console() {
+    # Its log is left in this case's folder.
+    printf '@set ALLUSERSPROFILE=C:\\install-test-%s\\data\r\n@"%%~dp0tarnwick-service.exe" -run\r\n' \
+        $$ >"$folder/console.cmd"
+    (cd "$folder" && exec "$root/cmake/wine.sh" cmd /c console.cmd) >/dev/null 2>&1 </dev/null &
+    local _
+    for _ in {1..100}; do
+        [ -z "$(processes)" ] || return 0
+        sleep 0.1
+    done
+    fail "it does not run in a console"
+}
+end_consoles() {
+    local process
+    for process in $(processes); do
+        kill -KILL "$process" 2>/dev/null || true
+    done
 }
 
-# registered_as PATH: uninstalls, from another folder, a service that is registered like this.
-registered_as() {
-    slow_end
+# finds_program NAME REST: from another folder, the program of a service that is registered by its
+# path in the folder NAME, as printf puts it into REST, is seen to run; and when it has ended the
+# service is removed.
+finds_program() {
+    # In no foreign letters, as what is read of a path loses those that the code page lacks.
+    in_folder "$1"
     installed
-    start_service 'OnStart finished'
-    windows reg add "$service_key" /v ImagePath /t REG_EXPAND_SZ /d "$1" /f
+    run_in_console
+    # shellcheck disable=SC2059 # that is what the second argument is for
+    windows reg add "$service_key" /v ImagePath /t REG_EXPAND_SZ /f \
+        /d "$(printf "$2" "install-test-$$\\$1\\tarnwick-service.exe")"
     (cd "$folder" && find . | sort) >"$scratch/first"
     local home=$folder
     cp -r "$folder" "$scratch/other"
     folder=$scratch/other
-    script uninstall.cmd
-    code_is 0
+    script uninstall.cmd /wait 1
+    code_is 1
     says '  service is registered from another folder'
-    says '  service stopped, its process is gone'
-    [ -z "$(processes)" ] || fail "its process is still there"
+    says '  FAILED    a program still runs from the executable after 1 s; nothing was removed'
+    end_consoles
+    script uninstall.cmd /wait 10
+    code_is 0
+    says '  service and its settings removed'
     folder=$home
     (cd "$folder" && find . | sort) | diff "$scratch/first" - || fail "other files are there"
 }
 
-Case_Uninstall_ArgumentsBehindThePath_WaitsForTheProgram() {
-    registered_as "\"$(windows_path "$folder")\\tarnwick-service.exe\" x -y=\"1 2\""
+Case_Uninstall_ProgramInAConsole_RemovesNothing() {
+    installed
+    run_in_console
+    script uninstall.cmd /wait 1
+    code_is 1
+    says '  FAILED    a program still runs from the executable after 1 s; nothing was removed'
+    has_key "$service_key" || fail "the service was removed"
 }
 
-Case_Uninstall_PathWithoutQuotes_WaitsForTheProgram() {
-    registered_as "$(windows_path "$folder")\\tarnwick-service.exe -x"
+Case_Uninstall_ArgumentsBehindThePath_FindsTheProgram() {
+    finds_program 'Program Files (x86)' '"C:\\%s" x -y="1 2"'
 }
 
-Case_Uninstall_PathWithVariable_WaitsForTheProgram() {
-    local path
-    path=$(windows_path "$folder")
-    registered_as "\"%SystemDrive%${path#C:}\\tarnwick-service.exe\""
+Case_Uninstall_PathWithoutQuotes_FindsTheProgram() {
+    finds_program 'Program Files (x86)' 'C:\\%s -x'
 }
 
-Case_Uninstall_PathWithApostrophe_WaitsForTheProgram() {
-    mv "$folder" "$scratch/it's"
-    folder="$scratch/it's"
-    registered_as "\"$(windows_path "$folder")\\tarnwick-service.exe\""
+Case_Uninstall_PathWithVariable_FindsTheProgram() {
+    finds_program 'Program Files (x86)' '"%%SystemDrive%%\\%s"'
+}
+
+Case_Uninstall_PathWithApostrophe_FindsTheProgram() {
+    finds_program "it's" '"C:\\%s"'
 }
