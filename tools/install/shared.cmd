@@ -97,7 +97,8 @@ rem Arguments can stand behind the program; where it has no quotes it ends with 
 set "program=%stored:"=|%"
 if not "%program:~0,1%"=="|" set "program=%program:.exe=.exe|%"
 for /f "delims=|" %%e in ("%program%") do set "executable=%%e"
-rem Variables of the system can be part of it.
+rem Variables of the system can be part of it; Wine's interpreter has put them in already. If the
+rem code page lacks a letter of it, nothing is found there, and only the service's state is left.
 if not exist "%executable%" call set "executable=%executable%"
 exit /b 0
 

@@ -197,10 +197,6 @@ Case_Uninstall_PathWithoutQuotes_FindsTheProgram() {
     finds_program 'Program Files (x86)' 'C:\\%s -x'
 }
 
-Case_Uninstall_PathWithVariable_FindsTheProgram() {
-    finds_program 'Program Files (x86)' '"%%SystemDrive%%\\%s"'
-}
-
 Case_Uninstall_PathWithApostrophe_FindsTheProgram() {
     finds_program "it's" '"C:\\%s"'
 }
