@@ -72,7 +72,8 @@ check_json() { sources '*.json' | tr '\n' '\0' | xargs -0r cmake -P scripts/chec
 check_cmake() {
     local folder=$root/build/lint/cmake trace=$root/build/lint/cmake.trace status=0 path
     rm -rf "$folder"
-    if ! cmake --preset mingw -B "$folder" -DTARNWICK_BENCH=ON -Werror=dev --trace --trace-redirect="$trace" \
+    if ! cmake --preset mingw -B "$folder" -DTARNWICK_BENCH=ON -Werror=dev \
+        --trace --trace-redirect="$trace" \
         >"$folder.log" 2>&1; then
         cat "$folder.log"
         return 1
@@ -109,8 +110,8 @@ check_tidy() {
     clang-tidy-14 --quiet --header-filter='.*' "$@" "$file" -- "${flags[@]}" 2>/dev/null
 }
 
-# check_source FILE: the second compiler and, but for tests, clang-tidy, unless both were content with the same text
-# before.
+# check_source FILE: the second compiler and, but for tests, clang-tidy, unless both were content
+# with the same text before.
 check_source() {
     local flags key stamp
     compiler_flags "$1"

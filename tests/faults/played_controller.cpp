@@ -32,8 +32,9 @@ std::int32_t Activate(OrrinController* /*self*/) {
     WriteRecords();
     if (crashes) {
         OpenWindow();
-        volatile int* const nowhere = nullptr;
-        *nowhere = 1;
+        // Not null, which a build that traps undefined behaviour would end in its own way.
+        static volatile std::uintptr_t nowhere = 0x10;
+        *reinterpret_cast<volatile int*>(nowhere) = 1;
     }
     activated = true;
     return 0;
