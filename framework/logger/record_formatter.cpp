@@ -118,13 +118,14 @@ void RecordFormatter::Format(std::wstring& out, const RecordInfo& info, const wc
     } else {
         out.clear();
     }
-    if (PrintAgain(buffer + length, FirstMessageSize, format, args) >= 0) {
-        // Up to the first zero, as a message may print one; with room for the line feed.
-        const std::size_t shown = std::wcslen(buffer);
-        out.reserve(out.size() + shown + 1);
-        out.append(buffer, shown);
-    } else {
-        out.append(buffer, length);
+    const bool fits = PrintAgain(buffer + length, FirstMessageSize, format, args) >= 0;
+    if (fits) {
+        // Up to the first zero: a message may print one.
+        length += std::wcslen(buffer + length);
+    }
+    out.reserve(out.size() + length + 1);  // with room for the line feed
+    out.append(buffer, length);
+    if (!fits) {
         AppendLongMessage(out, format, args);
     }
     EnsureNewline(out);
