@@ -82,8 +82,10 @@ std::string Check(const Input& given) {
         return "status " + std::to_string(status);
     }
     const std::size_t size = !opens ? 0 : answers ? bytes.size() : BufferSize;
+    // An empty buffer has no address, which memcmp wouldn't take.
+    const auto* const got = reinterpret_cast<const char*>(buffer.data());
     if (buffer.size() != size ||
-        std::memcmp(buffer.data(), bytes.data(), std::min(size, bytes.size())) != 0) {
+        !std::equal(got, got + std::min(size, bytes.size()), bytes.data())) {
         return "a buffer of " + std::to_string(buffer.size()) + " bytes";
     }
     return open == 0 ? wrong : "a handle stays open";
