@@ -56,7 +56,7 @@ typedef struct QuillonInterfaceHead {
 typedef struct QuillonInteractionInterface {
     QuillonInterfaceHead head;
     /// Allows the Service Control Manager to stop the service. Any thread, but not before the
-    /// create call has returned, nor once the service has been stopped: the process crashes then.
+    /// create call has returned, nor once the service has been stopped, which can be a crash.
     /// Returns 0, or the Win32 error of the failed status report.
     uint32_t (*OrrinEnableServiceStop)(void);
 } QuillonInteractionInterface;
@@ -102,8 +102,8 @@ typedef struct OrrinControllerParams {
     void (*LogFlush)(void);
     uint64_t zero24;
     /// Reports that the service cannot go on: the service is told to be stopped with error 713. Any
-    /// thread, but not before the create call has returned, nor once the service has been stopped:
-    /// the process crashes then. Nothing of the library is called.
+    /// thread, but not before the create call has returned, nor once the service has been stopped,
+    /// which can be a crash. Nothing of the library is called.
     void (*OrrinInterruptCallback)(void);
     uint64_t zero40;
     /// Asks the host to register its two interfaces with `registrar`; `context` is the field below.
