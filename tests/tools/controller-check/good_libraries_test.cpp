@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <map>
+#include <string>
+
 #include "tests/tools/controller-check/check_run.h"
 
 namespace {
@@ -40,47 +43,48 @@ INSTANTIATE_TEST_SUITE_P(Libraries, GoodLibrary,
                          testing::Values(L"orrin-ctrl.dll", L"minimal-controller.dll",
                                          L"faulty-controller.dll"));
 
+/// Plays the rounds of `arguments`: nothing fails, and these verdicts are among those given.
+void ExpectInOrder(const test::CheckRun& check, const std::wstring& arguments,
+                   const std::map<std::string, std::string>& verdicts) {
+    const test::CheckOutcome outcome = check.Run(arguments);
+    EXPECT_EQ(outcome.exitCode, 0U);
+    EXPECT_THAT(outcome.failed, IsEmpty()) << outcome.output;
+    for (const auto& [id, verdict] : verdicts) {
+        EXPECT_EQ(outcome.verdicts.at(id), verdict) << outcome.LineOf(id);
+    }
+}
+
 TEST(GoodAnswers, SoftFailure_IsInOrderAndStoppedAllTheSame) {
     const test::CheckRun check(L"orrin-ctrl.dll");
     check.Script("on activate return 3\non deactivate return 0\n");
-    const test::CheckOutcome outcome = check.Run(L"--round service");
-    EXPECT_THAT(outcome.failed, IsEmpty()) << outcome.output;
-    EXPECT_EQ(outcome.verdicts.at("activate-result"), "ok");
-    EXPECT_EQ(outcome.verdicts.at("deactivate-result"), "ok");
-    EXPECT_EQ(outcome.verdicts.at("stop-permission"), "-");
+    ExpectInOrder(
+        check, L"--round service",
+        {{"activate-result", "ok"}, {"deactivate-result", "ok"}, {"stop-permission", "-"}});
 }
 
 TEST(GoodAnswers, CallbackThatIsRemovedInTime_IsInOrder) {
     const test::CheckRun check(L"orrin-ctrl.dll");
     check.Script("on activate set-callback flush\non free remove-callback\n");
-    const test::CheckOutcome outcome = check.Run(L"--round service --round forced-stop");
-    EXPECT_THAT(outcome.failed, IsEmpty()) << outcome.output;
-    EXPECT_EQ(outcome.verdicts.at("pre-exception"), "ok");
+    ExpectInOrder(check, L"--round service --round forced-stop", {{"pre-exception", "ok"}});
 }
 
 TEST(GoodAnswers, SlowCallBelowTheLimit_IsInOrder) {
     const test::CheckRun check(L"orrin-ctrl.dll");
     check.Script("on activate delay 1500\n");
-    const test::CheckOutcome outcome = check.Run(L"--round service --timeout 20");
-    EXPECT_THAT(outcome.failed, IsEmpty()) << outcome.output;
-    EXPECT_EQ(outcome.verdicts.at("in-time"), "ok");
+    ExpectInOrder(check, L"--round service --timeout 20", {{"in-time", "ok"}});
 }
 
 // The log sink outlives the record, and a text may lie at any address and be of any length.
 TEST(GoodAnswers, LateLineOfAnUnpacking_IsInOrder) {
     test::CheckRun check(L"faulty-controller.dll");
     check.Fault(L"unpack-late-call");
-    const test::CheckOutcome outcome = check.Run(L"--round unpack --after-free 1500");
-    EXPECT_THAT(outcome.failed, IsEmpty()) << outcome.output;
-    EXPECT_EQ(outcome.verdicts.at("after-free"), "ok");
+    ExpectInOrder(check, L"--round unpack --after-free 1500", {{"after-free", "ok"}});
 }
 
 TEST(GoodAnswers, TextAtAnOddAddress_IsInOrder) {
     test::CheckRun check(L"faulty-controller.dll");
     check.Fault(L"odd-message");
-    const test::CheckOutcome outcome = check.Run(L"--round service");
-    EXPECT_THAT(outcome.failed, IsEmpty()) << outcome.output;
-    EXPECT_EQ(outcome.verdicts.at("log-text"), "ok");
+    ExpectInOrder(check, L"--round service", {{"log-text", "ok"}});
 }
 
 TEST(Report, Text_NamesEachExpectationWithoutColours) {
