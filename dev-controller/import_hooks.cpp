@@ -91,7 +91,8 @@ void TraceLeave(const Slot& slot, uint32_t call, const Result& result) {
     transcript->Write(line);
 }
 
-void WriteStatus(uint32_t call, const SERVICE_STATUS& status, const Result& result) {
+/// Before the call, because after SERVICE_STOPPED the process may be gone.
+void WriteStatus(uint32_t call, const SERVICE_STATUS& status) {
     TranscriptLine line("status", "report");
     line.Number("report-number", call)
         .Hex("dwServiceType", status.dwServiceType)
@@ -100,9 +101,16 @@ void WriteStatus(uint32_t call, const SERVICE_STATUS& status, const Result& resu
         .Number("dwWin32ExitCode", status.dwWin32ExitCode)
         .Number("dwServiceSpecificExitCode", status.dwServiceSpecificExitCode)
         .Number("dwCheckPoint", status.dwCheckPoint)
-        .Number("dwWaitHint", status.dwWaitHint)
-        .Number("result", static_cast<int64_t>(result.value & 0xFFFFFFFF))
-        .Number("error", (result.value & 0xFFFFFFFF) == 0 ? result.error : 0);
+        .Number("dwWaitHint", status.dwWaitHint);
+    transcript->Write(line);
+}
+
+void WriteStatusAnswer(uint32_t call, const Result& result) {
+    const uint64_t success = result.value & 0xFFFFFFFF;
+    TranscriptLine line("status", "answer");
+    line.Number("report-number", call)
+        .Number("result", static_cast<int64_t>(success))
+        .Number("error", success == 0 ? result.error : 0);
     transcript->Write(line);
 }
 
@@ -158,15 +166,15 @@ uint64_t Dispatch(size_t index, const Arguments& arguments) {
     if (trace) {
         TraceEnter(slot, call, arguments);
     }
-    SERVICE_STATUS status = {};
     const bool record = HasRule<RecordStatus>(slot);
-    if (record && arguments[1] != 0) {
-        status = *reinterpret_cast<const SERVICE_STATUS*>(arguments[1]);
+    if (record) {
+        const auto* status = reinterpret_cast<const SERVICE_STATUS*>(arguments[1]);
+        WriteStatus(call, status != nullptr ? *status : SERVICE_STATUS{});
     }
     SetLastError(lastError);
     const Result result = Answer(slot, call, arguments);
     if (record) {
-        WriteStatus(call, status, result);
+        WriteStatusAnswer(call, result);
     }
     if (trace) {
         TraceLeave(slot, call, result);

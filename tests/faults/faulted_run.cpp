@@ -13,6 +13,7 @@
 #include "tests/support/child_process.h"
 #include "tests/support/gzip_reader.h"
 #include "tests/support/scratch_folder.h"
+#include "tests/support/unique_name.h"
 
 namespace faults {
 namespace {
@@ -25,7 +26,7 @@ constexpr DWORD RunLimitMs = 20000;
 class SharedRecord {
   public:
     SharedRecord()
-        : name_(L"tarnwick-fault-run-" + std::to_wstring(::GetCurrentProcessId())),
+        : name_(test::UniqueName(L"tarnwick-fault-run")),
           mapping_(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
                                         sizeof(RunRecord), name_.c_str())),
           record_(static_cast<RunRecord*>(

@@ -2,6 +2,7 @@
 
 #include "framework/logger/logger.h"
 #include "tests/end-to-end/log_files/numbered_records.h"
+#include "tests/support/unique_name.h"
 
 namespace test {
 namespace {
@@ -15,7 +16,7 @@ std::uint32_t Number(const std::wstring& text) {
 WritingChildPlace::WritingChildPlace(const RaceRound& round)
     : seed_(std::to_wstring(round.Seed())),
       number_(std::to_wstring(round.Number())),
-      name_(L"tarnwick-race-" + std::to_wstring(::GetCurrentProcessId()) + L"-" + number_),
+      name_(UniqueName(L"tarnwick-race")),
       progress_(name_) {}
 
 std::vector<std::wstring> WritingChildPlace::Arguments() const {

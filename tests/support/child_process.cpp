@@ -1,10 +1,10 @@
 #include "tests/support/child_process.h"
 
-#include <atomic>
 #include <stdexcept>
 #include <system_error>
 
 #include "tests/support/scratch_folder.h"
+#include "tests/support/unique_name.h"
 
 namespace test {
 namespace {
@@ -17,10 +17,7 @@ std::map<std::wstring, ChildRoutine::Function>& Routines() {
 }
 
 std::filesystem::path NewOutputFile() {
-    static std::atomic<unsigned> counter{0};
-    return std::filesystem::temp_directory_path() /
-           (L"tarnwick-child-" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
-            std::to_wstring(counter++) + L".txt");
+    return std::filesystem::temp_directory_path() / (UniqueName(L"tarnwick-child") + L".txt");
 }
 
 std::wstring MakeEnvironment(const std::map<std::wstring, std::wstring>& added) {

@@ -1,23 +1,18 @@
 #include "tests/support/scratch_folder.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <system_error>
 
-#include "framework/system/platform.h"
+#include "tests/support/unique_name.h"
 
 namespace test {
 
 ScratchFolder::ScratchFolder() {
-    static std::atomic<unsigned> counter{0};
-    const std::wstring name = L"tarnwick-test-" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
-                              std::to_wstring(counter++);
-    path_ = std::filesystem::temp_directory_path() / name;
-    std::filesystem::remove_all(path_);
+    path_ = std::filesystem::temp_directory_path() / UniqueName(L"tarnwick-test");
     std::filesystem::create_directories(path_);
 }
 

@@ -12,6 +12,7 @@
 #include "tests/end-to-end/log_files/progress.h"
 #include "tests/support/child_process.h"
 #include "tests/support/scratch_folder.h"
+#include "tests/support/unique_name.h"
 
 namespace {
 
@@ -70,8 +71,7 @@ TEST(LogFiles, ProcessEndedByForceAnywhere_LosesAtMostTheRecordInFlight) {
     for (std::uint32_t round = 0; round < rounds && !HasFailure(); ++round) {
         SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round));
         const test::ScratchFolder folder;
-        const std::wstring name = L"tarnwick-progress-" + std::to_wstring(::GetCurrentProcessId()) +
-                                  L"-" + std::to_wstring(round);
+        const std::wstring name = test::UniqueName(L"tarnwick-progress");
         const test::Progress progress(name);
         RunAndKill(folder.Path().wstring(), name, progress, records(random), delay(random));
         const auto files = test::ReadLogFolder(folder.Path());

@@ -21,6 +21,12 @@ TEST(FailingReport, OfThePendingStop_LeavesTwoLinesAndTheStopGoesOn) {
     Records stop = WholeStop(L"Stop", 5);
     stop.insert(stop.begin() + 1, Refused(StatusText(L"SERVICE_STOP_PENDING", 0, 20000, 5, 0), 5));
     EXPECT_EQ(run.FrameworkLog(), Join({StartReported(), {StopEnabled}, StartFinished(), stop}));
+    for (const TranscriptEntry& answer : run.ReadTranscript().With("status", "answer")) {
+        const bool refused = answer.Number("report-number") == 4;
+        EXPECT_EQ(answer.Number("result"), refused ? 0U : 1U) << answer.Number("report-number");
+        EXPECT_EQ(answer.Number("error"), refused ? 5U : 0U) << answer.Number("report-number");
+    }
+    EXPECT_GE(run.ReadTranscript().With("status", "answer").size(), 4U);
 }
 
 TEST(FailingReport, OfThePermission_IsHandedBackAndTheBitStays) {

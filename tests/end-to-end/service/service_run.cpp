@@ -100,6 +100,12 @@ std::vector<std::string> WithoutFree(std::vector<std::string> calls) {
     return calls;
 }
 
+void ExpectUpToTheEnd(const Records& log, const Records& certain, const Records& rest) {
+    Records expected = Join({certain, rest});
+    expected.resize(std::clamp(log.size(), certain.size(), expected.size()));
+    EXPECT_EQ(log, expected);
+}
+
 std::wstring Action(const wchar_t* action, const std::wstring& text) {
     return T(std::wstring(L"WindowsServiceBase->") + action + L": " + text);
 }

@@ -58,6 +58,11 @@ class ServiceRun {
 [[nodiscard]] Records WithoutFree(Records records);
 [[nodiscard]] std::vector<std::string> WithoutFree(std::vector<std::string> calls);
 
+/// Checks a log whose end the process's end may cut off: `certain`, then as many records of `rest`
+/// as were written. The line of a report is such a record wherever no dispatcher waits for the
+/// thread that reports: it follows the report, and SERVICE_STOPPED lets the process go.
+void ExpectUpToTheEnd(const Records& log, const Records& certain, const Records& rest);
+
 /// "WindowsServiceBase->Start: " and the text.
 [[nodiscard]] std::wstring Action(const wchar_t* action, const std::wstring& text);
 /// The line of a report.

@@ -2,23 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <stdexcept>
 #include <system_error>
 
 #include "tests/end-to-end/support/log_files.h"
+#include "tests/support/unique_name.h"
 
 namespace test {
 namespace {
 
 [[noreturn]] void Fail(const char* call) {
     throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(), call);
-}
-
-std::wstring NewName() {
-    static std::atomic<unsigned> counter{0};
-    return L"TarnwickTest-" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
-           std::to_wstring(counter++);
 }
 
 }  // namespace
@@ -33,7 +27,7 @@ Service::Service(const HostFolder& host)
     if (!manager_) {
         Fail("OpenSCManagerW");
     }
-    const std::wstring name = NewName();
+    const std::wstring name = UniqueName(L"TarnwickTest");
     const std::wstring commandLine = L'"' + executable_.wstring() + L'"';
     service_.Reset(::CreateServiceW(manager_.Get(), name.c_str(), name.c_str(), SERVICE_ALL_ACCESS,
                                     SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START,

@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -15,6 +14,7 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/platform_hooks.h"
 #include "tests/support/scratch_folder.h"
+#include "tests/support/unique_name.h"
 
 namespace framework {
 namespace {
@@ -29,11 +29,7 @@ constexpr std::uint64_t TicksOfADay = 864000000000;
 /// A key below HKEY_LOCAL_MACHINE that no other test uses, removed at the end.
 class ScratchKey {
   public:
-    ScratchKey() {
-        static std::atomic<unsigned> counter{0};
-        path_ = L"SOFTWARE\\TarnwickTests-" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
-                std::to_wstring(counter++);
-    }
+    ScratchKey() : path_(L"SOFTWARE\\" + test::UniqueName(L"tarnwick-test")) {}
     ~ScratchKey() { ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, path_.c_str()); }
     ScratchKey(const ScratchKey&) = delete;
     ScratchKey& operator=(const ScratchKey&) = delete;

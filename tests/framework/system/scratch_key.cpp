@@ -1,10 +1,10 @@
 #include "tests/framework/system/scratch_key.h"
 
-#include <atomic>
 #include <cstring>
 #include <system_error>
 
 #include "tests/support/platform_hooks.h"
+#include "tests/support/unique_name.h"
 
 namespace test {
 namespace {
@@ -45,13 +45,7 @@ RegistryValue TextValue(const std::wstring& text) {
     return value;
 }
 
-ScratchKey::ScratchKey() {
-    static std::atomic<unsigned> counter{0};
-    path_ = L"SOFTWARE\\tarnwick-test-" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
-            std::to_wstring(counter++);
-    // A run that was ended by force may have left one under the same process number.
-    ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, path_.c_str());
-}
+ScratchKey::ScratchKey() : path_(L"SOFTWARE\\" + UniqueName(L"tarnwick-test")) {}
 
 ScratchKey::~ScratchKey() {
     ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, path_.c_str());
