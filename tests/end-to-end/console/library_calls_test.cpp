@@ -246,21 +246,30 @@ std::size_t CallsOf(const Transcript& transcript, const char* function) {
     return calls;
 }
 
-class ComBalance : public testing::TestWithParam<std::pair<const char*, std::size_t>> {};
+struct BalanceRow {
+    const char* script;
+    std::size_t undone;  ///< calls of `CoUninitialize`
+};
+
+void PrintTo(const BalanceRow& row, std::ostream* out) {
+    *out << testing::PrintToString(row.script);
+}
+
+class ComBalance : public testing::TestWithParam<BalanceRow> {};
 
 TEST_P(ComBalance, IsUndoneIffItWasDone) {
     const HostFolder host;
-    host.Script(std::string(GetParam().first) + "trace-import CoUninitialize\non load return 5\n");
+    host.Script(std::string(GetParam().script) + "trace-import CoUninitialize\non load return 5\n");
     EXPECT_EQ(host.Start(L"-run")->Wait(), 0U);
-    EXPECT_EQ(CallsOf(host.ReadTranscript(), "CoUninitialize"), GetParam().second);
+    EXPECT_EQ(CallsOf(host.ReadTranscript(), "CoUninitialize"), GetParam().undone);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Rows, ComBalance,
-    testing::Values(std::pair("", std::size_t{1}), std::pair("on free return 6\n", std::size_t{1}),
-                    std::pair("on create return 6\n", std::size_t{1}),
-                    std::pair("fail-import CoInitializeEx 1 0 1\n", std::size_t{0}),
-                    std::pair("fail-import CoInitializeEx 1 0 0x80010106\n", std::size_t{0})));
+INSTANTIATE_TEST_SUITE_P(Rows, ComBalance,
+                         testing::Values(BalanceRow{"", 1}, BalanceRow{"on free return 6\n", 1},
+                                         BalanceRow{"on create return 6\n", 1},
+                                         BalanceRow{"fail-import CoInitializeEx 1 0 1\n", 0},
+                                         BalanceRow{"fail-import CoInitializeEx 1 0 0x80010106\n",
+                                                    0}));
 
 TEST(ConsoleThreads, EveryCallOfTheLibraryIsMadeOnTheMainThread) {
     const HostFolder host;

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,10 @@ struct PathRow {
     const wchar_t* path;
     Texts parts;
 };
+
+void PrintTo(const PathRow& row, std::ostream* out) {
+    *out << testing::PrintToString(row.path);
+}
 
 class SplitPathTest : public testing::TestWithParam<PathRow> {};
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 
 namespace {
@@ -65,6 +66,10 @@ struct NameRow {
     std::uint32_t number;
     const wchar_t* name;
 };
+
+void PrintTo(const NameRow& row, std::ostream* out) {
+    *out << testing::PrintToString(row.nameTemplate) << ' ' << row.number;
+}
 
 class FileNameTest : public testing::TestWithParam<NameRow> {};
 

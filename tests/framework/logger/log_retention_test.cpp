@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <new>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -87,6 +88,10 @@ struct BudgetRow {
     std::uint32_t limit;
     Names selected;
 };
+
+void PrintTo(const BudgetRow& row, std::ostream* out) {
+    *out << row.name;
+}
 
 class SelectOverBudgetTest : public testing::TestWithParam<BudgetRow> {};
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -77,6 +78,10 @@ struct SizeCase {
     std::size_t length;
     std::vector<DWORD> sizes;
 };
+
+void PrintTo(const SizeCase& row, std::ostream* out) {
+    *out << row.length;
+}
 
 class ExpansionOfLength : public ::testing::TestWithParam<SizeCase> {};
 
@@ -215,6 +220,10 @@ struct NameCase {
     const wchar_t* path;
     std::size_t offset;
 };
+
+void PrintTo(const NameCase& row, std::ostream* out) {
+    *out << ::testing::PrintToString(row.path);
+}
 
 class FileNamePart : public ::testing::TestWithParam<NameCase> {};
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -124,6 +125,10 @@ struct QueryAnswer {
     LSTATUS status;
     DWORD type;
 };
+
+void PrintTo(const QueryAnswer& answer, std::ostream* out) {
+    *out << "status " << answer.status << ", type " << answer.type;
+}
 
 class ReadCalls : public RegistryValues, public ::testing::WithParamInterface<QueryAnswer> {};
 

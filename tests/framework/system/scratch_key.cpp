@@ -1,6 +1,7 @@
 #include "tests/framework/system/scratch_key.h"
 
 #include <cstring>
+#include <ostream>
 #include <system_error>
 
 #include "tests/support/platform_hooks.h"
@@ -32,6 +33,10 @@ class OpenKey {
 };
 
 }  // namespace
+
+void PrintTo(const RegistryValue& value, std::ostream* out) {
+    *out << "type " << value.type << ", " << value.data.size() << " bytes";
+}
 
 RegistryValue DwordValue(std::uint32_t number) {
     RegistryValue value = {REG_DWORD, std::vector<BYTE>(sizeof(number))};

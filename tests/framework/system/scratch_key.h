@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,8 @@ struct RegistryValue {
     std::vector<BYTE> data;
     bool operator==(const RegistryValue&) const = default;
 };
+
+void PrintTo(const RegistryValue& value, std::ostream* out);
 
 [[nodiscard]] RegistryValue DwordValue(std::uint32_t number);
 [[nodiscard]] RegistryValue TextValue(const std::wstring& text);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdarg>
+#include <ostream>
 #include <random>
 #include <string>
 #include <type_traits>
@@ -177,6 +178,10 @@ struct StrayCase {
     const wchar_t* printed;
 };
 
+void PrintTo(const StrayCase& row, std::ostream* out) {
+    *out << ::testing::PrintToString(row.text);
+}
+
 class StrayConversion : public ::testing::TestWithParam<StrayCase> {};
 
 TEST_P(StrayConversion, IsPrintedAsTold) {
@@ -210,6 +215,10 @@ struct LoneEndCase {
     const wchar_t* text;
     const wchar_t* printed;
 };
+
+void PrintTo(const LoneEndCase& row, std::ostream* out) {
+    *out << ::testing::PrintToString(row.text);
+}
 
 class LonePercentAtTheEnd : public ::testing::TestWithParam<LoneEndCase> {};
 

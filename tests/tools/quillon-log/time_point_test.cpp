@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 namespace quillon_log {
 namespace {
 
@@ -30,6 +32,10 @@ struct TypedTime {
     const wchar_t* text;
     TimePoint time;
 };
+
+void PrintTo(const TypedTime& row, std::ostream* out) {
+    *out << testing::PrintToString(row.text);
+}
 
 class ParseTyped : public testing::TestWithParam<TypedTime> {};
 
