@@ -77,6 +77,22 @@ std::ptrdiff_t CountLines(const std::filesystem::path& file, const std::wstring&
     return count;
 }
 
+FILETIME Now() {
+    FILETIME now = {};
+    ::GetSystemTimeAsFileTime(&now);
+    return now;
+}
+
+const FILETIME ProgramBegan = Now();
+
+/// False for the many logs that other commands may have left in the prefix: they are not worth
+/// reading. False too if the file is gone.
+bool WrittenByThisTest(const std::filesystem::path& file) {
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    return ::GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &data) != FALSE &&
+           ::CompareFileTime(&data.ftLastWriteTime, &ProgramBegan) >= 0;
+}
+
 bool NamesExecutable(const std::filesystem::path& file, const std::wstring& executable) {
     try {
         return ReadLogFileText(file).find(L"'" + executable + L"'") != std::wstring::npos;
@@ -153,7 +169,7 @@ std::vector<std::filesystem::path> ServiceLogsOf(const std::filesystem::path& ex
         const std::filesystem::path folder = std::filesystem::path(EnvironmentVariable(variable)) /
                                              L"Velmora" / L"Quillon" / L"Logs";
         for (const std::filesystem::path& file : LogFilesIn(folder)) {
-            if (NamesExecutable(file, executable.wstring())) {
+            if (WrittenByThisTest(file) && NamesExecutable(file, executable.wstring())) {
                 found.push_back(file);
             }
         }

@@ -31,8 +31,8 @@ namespace test {
 [[nodiscard]] bool WaitForRecord(const std::filesystem::path& folder, const std::wstring& record,
                                  std::ptrdiff_t count = 1);
 
-/// The log files that services have written whose header names this executable, oldest first. A
-/// service may have another machine-wide data folder than the test.
+/// The log files that services have written since this program began and whose header names this
+/// executable, oldest first. A service may have another machine-wide data folder than the test.
 [[nodiscard]] std::vector<std::filesystem::path> ServiceLogsOf(
     const std::filesystem::path& executable);
 
