@@ -6,8 +6,8 @@
 #include "tarnwick-service/archive_unpack.h"
 #include "tarnwick-service/command_line.h"
 #include "tarnwick-service/console_run.h"
+#include "tarnwick-service/filter_frame.h"
 #include "tarnwick-service/keldane_service.h"
-#include "tarnwick-service/main_frame.h"
 #include "tarnwick-service/start_up.h"
 
 namespace tarnwick {
@@ -46,10 +46,6 @@ void RunInMode(const CommandLine& commandLine) {
     }
 }
 
-void RunInModeOf(const void* commandLine) {
-    RunInMode(*static_cast<const CommandLine*>(commandLine));
-}
-
 }  // namespace
 }  // namespace tarnwick
 
@@ -62,7 +58,7 @@ int wmain(int argc, wchar_t* argv[]) {
     tarnwick::InstallExceptionFilter();
     tarnwick::SleepBeforeStart(commandLine.sleepSeconds);
     tarnwick::LogParameters(argc, argv);
-    tarnwick::CallOnMainFrame(tarnwick::RunInModeOf, &commandLine);
+    tarnwick::CallOnFilterFrame([&commandLine] { tarnwick::RunInMode(commandLine); });
     tarnwick::UndoStartUp();
     return 0;
 }

@@ -7,6 +7,7 @@
 
 #include "framework/exception/exception_filter.h"
 #include "framework/logger/log_line.h"
+#include "tarnwick-service/filter_frame.h"
 #include "tarnwick-service/windows_service_base.h"
 
 namespace tarnwick {
@@ -65,7 +66,9 @@ OrrinLoader::OrrinLoader() {
 OrrinLoader::~OrrinLoader() {
     constexpr LogSite Site = {File, L"OrrinLoader::~OrrinLoader"};
     if (initialized == 1) {
-        const std::int32_t code = ::OrrinFreeComponentModelController(controller);
+        std::int32_t code = 0;
+        // The library may throw, a destructor may not.
+        CallOnFilterFrame([&] { code = ::OrrinFreeComponentModelController(controller); });
         if (code != 0) {
             LogError(Site, L"OrrinFreeComponentModelController failed with error %li", code);
         } else {

@@ -4,7 +4,7 @@
 #include <cwchar>
 #include <system_error>
 
-#include "tarnwick-service/main_frame.h"
+#include "tarnwick-service/filter_frame.h"
 #include "tools/controller-check/journal.h"
 #include "tools/controller-check/player.h"
 
@@ -90,16 +90,6 @@ void AwaitEnd(const RoundProcess& round, const Journal& journal, std::uint64_t q
     story.exitCode = exitCode;
 }
 
-struct PlayCall {
-    const PlayOrder& order;
-    Journal& journal;
-};
-
-void PlayOf(const void* argument) {
-    const auto& call = *static_cast<const PlayCall*>(argument);
-    PlayRound(call.order, call.journal);
-}
-
 }  // namespace
 
 Story RunRound(Round round, const std::wstring& library, const Options& options) {
@@ -136,8 +126,7 @@ std::optional<int> ServeAsRound(const std::vector<std::wstring>& arguments) {
     Journal& journal = *new Journal(section);
     // A crash is told by the report, not by a box that somebody has to close.
     ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
-    const PlayCall call = {order, journal};
-    tarnwick::CallOnMainFrame(PlayOf, &call);
+    tarnwick::CallOnFilterFrame([&] { PlayRound(order, journal); });
     return 0;
 }
 

@@ -115,6 +115,13 @@ INSTANTIATE_TEST_SUITE_P(
                   {}},
         CrashCase{
             "CppExceptionOnTheMainThread", L"-run", "on load crash cpp\n", test::CppException, {}},
+        // Called by a destructor, which would end the process itself.
+        CrashCase{"CppExceptionInFree",
+                  L"-run",
+                  "on load return 5\non free crash cpp\n",
+                  test::CppException,
+                  {}},
+        CrashCase{"CppExceptionInCreate", L"-run", "on create crash cpp\n", test::CppException, {}},
         CrashCase{"CppExceptionOfTheUnpackJob",
                   L"-zevrunzip",
                   "on bootstrap crash cpp\n",

@@ -112,7 +112,11 @@ INSTANTIATE_TEST_SUITE_P(
         ServiceCrash{"Free",
                      "on load register\non activate enable-stop\non activate set-event GO\n"
                      "on free crash raise 0xE0001234\n",
-                     true, 0xE0001234}),
+                     true, 0xE0001234},
+        ServiceCrash{"CppExceptionInFree",
+                     "on load register\non activate enable-stop\non activate set-event GO\n"
+                     "on free crash cpp\n",
+                     true, test::CppException}),
     [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace

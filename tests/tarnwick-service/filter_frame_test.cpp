@@ -1,4 +1,4 @@
-#include "tarnwick-service/main_frame.h"
+#include "tarnwick-service/filter_frame.h"
 
 #include <gtest/gtest.h>
 
@@ -28,7 +28,8 @@ int ThrowOnTheMainThread(const std::vector<std::wstring>& arguments) {
         return writes ? TRUE : FALSE;
     });
     const framework::ExceptionFilter filter({nullptr, nullptr, 0, arguments.at(0).c_str(), 0});
-    CallOnMainFrame([](const void*) { throw std::runtime_error("nobody catches this"); }, nullptr);
+    CallOnFilterFrame([](const void*) { throw std::runtime_error("nobody catches this"); },
+                      nullptr);
     return 0;
 }
 const test::ChildRoutine throwOnTheMainThread(L"throw-on-the-main-thread", ThrowOnTheMainThread);
@@ -57,7 +58,7 @@ int FaultOnTheMainThread(const std::vector<std::wstring>& arguments) {
         return FALSE;
     });
     const framework::ExceptionFilter filter({nullptr, nullptr, 0, arguments.at(0).c_str(), 0});
-    CallOnMainFrame(
+    CallOnFilterFrame(
         [](const void*) {
             ::RaiseException(STATUS_ACCESS_VIOLATION, EXCEPTION_NONCONTINUABLE, 0, nullptr);
         },
@@ -66,7 +67,7 @@ int FaultOnTheMainThread(const std::vector<std::wstring>& arguments) {
 }
 const test::ChildRoutine faultOnTheMainThread(L"fault-on-the-main-thread", FaultOnTheMainThread);
 
-TEST(CallOnMainFrame, AnyOtherException_PassesTheFrameAndEndsWithItsOwnCode) {
+TEST(CallOnFilterFrame, AnyOtherException_PassesTheFrameAndEndsWithItsOwnCode) {
     const test::ScratchFolder folder;
     const std::filesystem::path dump = folder.Path() / L"a.dmp";
     test::Child child(test::SelfCommandLine(L"fault-on-the-main-thread", {dump.wstring()}));
@@ -78,7 +79,7 @@ TEST(CallOnMainFrame, AnyOtherException_PassesTheFrameAndEndsWithItsOwnCode) {
 int CatchAboveTheFrame(const std::vector<std::wstring>&) {
     static int seen = 0;
     constexpr int Given = 77;
-    CallOnMainFrame(
+    CallOnFilterFrame(
         [](const void* argument) {
             try {
                 throw std::runtime_error("caught at once");
@@ -91,7 +92,7 @@ int CatchAboveTheFrame(const std::vector<std::wstring>&) {
 }
 const test::ChildRoutine catchAboveTheFrame(L"catch-above-the-frame", CatchAboveTheFrame);
 
-TEST(CallOnMainFrame, CaughtException_StaysWithItsCatcherAndTheCallComesBack) {
+TEST(CallOnFilterFrame, CaughtException_StaysWithItsCatcherAndTheCallComesBack) {
     test::Child child(test::SelfCommandLine(L"catch-above-the-frame"));
     EXPECT_EQ(child.Wait(), 77U);
 }
