@@ -1,4 +1,5 @@
-# The one place that holds the compiler flags. Every target of this project links project_options.
+# The flags of the compiler that builds. Every target of this project links project_options.
+# scripts/lint.sh has a list of its own for the second compiler, which only checks.
 add_library(project_options INTERFACE)
 target_compile_features(project_options INTERFACE cxx_std_20)
 set(CMAKE_CXX_STANDARD 20)

@@ -89,6 +89,7 @@ check_cmake() {
 }
 
 gcc_version=
+# The second compiler's list; that of the compiler that builds is in cmake/warnings.cmake.
 compiler_flags() {
     local headers=/usr/lib/gcc/x86_64-w64-mingw32/$gcc_version/include/c++
     flags=(--target=x86_64-w64-mingw32 -DUNICODE -D_UNICODE -I.

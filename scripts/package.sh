@@ -30,7 +30,7 @@ export SOURCE_DATE_EPOCH TZ=UTC
 # fill FOLDER: everything that is packed, as it lies on the target machine.
 fill() {
     local folder=$1 name
-    mkdir -p "$folder/controller-abi" "$folder/docs"
+    mkdir -p "$folder/controller-abi" "$folder/docs" "$folder/dev-controller/example"
     for name in "${programs[@]}"; do
         x86_64-w64-mingw32-strip -o "$folder/$name" "$build_folder/bin/$name"
     done
@@ -42,6 +42,8 @@ fill() {
     for name in "${documents[@]}"; do
         cp "docs/$name.md" "$folder/docs/"
     done
+    # The page on writing a controller links to it.
+    cp dev-controller/example/minimal_controller.c "$folder/dev-controller/example/"
     cp LICENSE "$folder/LICENSE.txt"
     find "$folder" -type f -exec chmod 644 {} +
     find "$folder" -exec touch -d "@$SOURCE_DATE_EPOCH" {} +
