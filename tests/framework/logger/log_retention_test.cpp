@@ -275,6 +275,17 @@ TEST_F(LogRetentionPass, DirectoryAndPattern_AreJoinedAsTheyStand) {
     EXPECT_THAT(directory_->searches, ElementsAre(L"D:\\x*.log.gz", L"*.log"));
 }
 
+TEST_F(LogRetentionPass, DirectoryWithoutBackslash_IsGluedToEveryFoundNameToo) {
+    directory_->Add(L"a.log", Ago(1 * Day), 1);
+    directory_->Add(L"b.log", Ago(71 * Day), 1);
+    const LogRetentionParams params = {L"D:\\x", L"*.log", 70, NoLimit};
+    EXPECT_THAT(PathsOf(LogRetention(params).GetLogFiles()),
+                ElementsAre(L"D:\\xa.log", L"D:\\xb.log"));
+    directory_->Add(L"c.log", Ago(71 * Day), 1);
+    framework::RunLogRetention(params);
+    EXPECT_THAT(directory_->deleted, ElementsAre(L"D:\\xc.log"));
+}
+
 TEST_F(LogRetentionPass, NothingFound_SaysNothing) {
     directory_->firstError = ERROR_FILE_NOT_FOUND;
     Run(0, 0);

@@ -83,6 +83,20 @@ TEST_F(LoggerFirstFile, DirectoryThatCannotBeMade_SaysNothingUntilARecordIsLost)
     EXPECT_THAT(Names(), IsEmpty());
 }
 
+TEST_F(LoggerFirstFile, FileInPlaceOfTheDirectory_IsToldAndLeftAlone) {
+    const std::wstring inTheWay = run_.Folder().WithBackslash() + L"Logs";
+    test::WriteFileBytes(inTheWay, "in the way");
+    LoggerConfig config = RotatingConfig();
+    config.LogToFile = true;
+    test::DebuggerChannel channel;
+    LogRun::ConfigureIn(inTheWay + L"\\", config);
+    EXPECT_THAT(channel.Take(),
+                ElementsAre(CreationText(inTheWay + L"\\" + LogRun::Name(0), L"3")));
+    LogMessage(L"one");
+    EXPECT_THAT(channel.Take(), ElementsAre(LostRecordText));
+    EXPECT_EQ(test::ReadBytes(inTheWay), "in the way");
+}
+
 TEST_F(LoggerFirstFile, DirectoryWithoutDrive_OpensNoFile) {
     LoggerConfig config = RotatingConfig();
     config.LogToFile = true;

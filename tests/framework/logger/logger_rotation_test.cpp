@@ -94,6 +94,30 @@ TEST_F(LoggerRotation, LimitOf0_NeverRotates) {
     EXPECT_THAT(Names(), ElementsAre(LogRun::Name(0)));
 }
 
+TEST_F(LoggerRotation, LimitOf0_LeavesRetentionToTheEnd) {
+    LoggerConfig config = RetentionConfig();
+    config.MaxFileSize = 0;
+    run_.Configure(config);
+    Texts searches;
+    const test::ScopedHook<test::FindFirstFileWHook> search([&](const wchar_t* path, auto...) {
+        searches.push_back(std::filesystem::path(path).filename().wstring());
+        ::SetLastError(ERROR_FILE_NOT_FOUND);
+        return INVALID_HANDLE_VALUE;
+    });
+    int threads = 0;
+    const test::RetentionThreadHook thread([&](auto...) {
+        ++threads;
+        return HANDLE{};
+    });
+    for (int record = 0; record < 20; ++record) {
+        LogBytes(30000);
+    }
+    EXPECT_THAT(searches, IsEmpty());
+    framework::Logger::Instance().Shutdown();
+    EXPECT_THAT(searches, ElementsAre(L"*.log", L"*.log.gz"));
+    EXPECT_EQ(threads, 0);
+}
+
 TEST_F(LoggerRotation, RecordsBelowTheLimit_AskForNoToken) {
     int calls = 0;
     const test::ScopedHook<test::OpenThreadTokenHook> hook([&](auto...) {

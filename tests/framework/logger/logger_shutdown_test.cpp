@@ -55,6 +55,24 @@ TEST_F(LoggerShutdown, WithoutCompression_ThePlainFileStays) {
     EXPECT_TRUE(alone) << "the logger has let go of the file";
 }
 
+TEST_F(LoggerShutdown, FileThatStayedEmpty_IsCompressedAndDeletedLikeAnyOther) {
+    // A disk that takes no byte of the log and says nothing, not even at the byte order mark.
+    const test::ScopedHook<test::WriteFileHook> hook(
+        [](HANDLE file, const void* data, DWORD size, DWORD* written, OVERLAPPED* position) {
+            if (position == nullptr) {
+                return test::WriteFileHook::Real(file, data, size, written, position);
+            }
+            *written = size;
+            return TRUE;
+        });
+    run_.Configure(test::RotatingConfig());
+    LogMessage(L"one");
+    ASSERT_EQ(std::filesystem::file_size(File(0)), 0U);
+    Logger::Instance().Shutdown();
+    EXPECT_THAT(Names(), ElementsAre(LogRun::Name(0) + L".gz"));
+    EXPECT_EQ(test::Gunzip(test::ReadBytes(File(0) + L".gz")), "");
+}
+
 TEST_F(LoggerShutdown, EndUnderAMaskWithoutTrace_IsNotWritten) {
     LoggerConfig config = test::RotatingConfig();
     config.TraceLevelsMask = 1;
