@@ -1,6 +1,7 @@
 #ifndef DEV_CONTROLLER_ACTION_PARSER_H
 #define DEV_CONTROLLER_ACTION_PARSER_H
 
+#include <optional>
 #include <string_view>
 
 #include "dev-controller/script.h"

@@ -19,23 +19,22 @@ WindowsServiceBase* consoleService;
 /// The sample's copy and process, from its start to its end.
 class SampleRun {
   public:
-    // Failures are printed where they happen and stop nothing: the run is about the service.
+    // No status is looked at: the run is about the service, and a failure stops nothing.
     void Start() {
-        constexpr std::size_t LongestName = 32768;
-        copyName_.reserve(LongestName);
-        CopyToRandomName(SampleName, copyName_);
-        CreateChildProcess(copyName_, &processInformation_);
+        static_cast<void>(CopyToRandomName(SampleName, copyName_));
+        static_cast<void>(CreateChildProcess(copyName_, &processInformation_));
     }
 
     void Stop() {
-        TerminateChild(processInformation_);
+        static_cast<void>(TerminateChild(processInformation_));
         std::wstring path;
-        PathNextToExecutable(path, copyName_);
-        DeleteFileChecked(path);
+        static_cast<void>(PathNextToExecutable(path, copyName_));
+        static_cast<void>(DeleteFileChecked(path));
     }
 
   private:
     std::wstring copyName_;
+    // Raw handles: TerminateChild closes both, or neither when its wait fails.
     PROCESS_INFORMATION processInformation_ = {};
 };
 
@@ -46,7 +45,8 @@ void ServeUntilStopped(bool test) {
         sample.Start();
     }
     ::WaitForSingleObject(stopEvent, INFINITE);
-    consoleService->OnStop();
+    // A failed stop ends the run like any other.
+    static_cast<void>(consoleService->OnStop());
     if (test) {
         sample.Stop();
     }

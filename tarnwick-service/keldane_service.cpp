@@ -8,10 +8,8 @@ using framework::LogTrace;
 KeldaneService::KeldaneService(const ServiceDescriptor& serviceDescriptor)
     : WindowsServiceBase(serviceDescriptor.serviceName, serviceDescriptor.canStop,
                          serviceDescriptor.canShutdown, serviceDescriptor.canPause),
-      loader(nullptr),
-      descriptor(serviceDescriptor) {
-    loader = std::make_unique<OrrinLoader>();
-}
+      loader(std::make_unique<OrrinLoader>()),
+      descriptor(serviceDescriptor) {}
 
 KeldaneService::~KeldaneService() = default;
 

@@ -24,8 +24,8 @@ class KeldaneService : public WindowsServiceBase {
 
     [[nodiscard]] BOOL Run() override;
     /// 0, or 1359 (`ERROR_INTERNAL_ERROR`) for whatever went wrong in the library.
-    DWORD OnStart() override;
-    DWORD OnStop() override;
+    [[nodiscard]] DWORD OnStart() override;
+    [[nodiscard]] DWORD OnStop() override;
 
   private:
     std::uint8_t stopRequested = 0;  ///< set by `OnStop`; nothing reads it

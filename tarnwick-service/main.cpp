@@ -21,8 +21,9 @@ void RunService() {
 }
 
 void CreateDump(const CommandLine& commandLine) {
-    framework::CreateDumpInOtherProcess(commandLine.processIdText, commandLine.threadIdText,
-                                        commandLine.exceptionInformationText);
+    // The print and the exit code are the same for a dump that failed, whose error is in the log.
+    static_cast<void>(framework::CreateDumpInOtherProcess(
+        commandLine.processIdText, commandLine.threadIdText, commandLine.exceptionInformationText));
     framework::ConsolePrint(L"!!! DUMP WAS CREATED !!!\n");
 }
 

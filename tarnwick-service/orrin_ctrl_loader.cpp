@@ -50,6 +50,8 @@ LogLevel FromLibraryLevel(std::uint32_t level) {
 }  // namespace
 
 OrrinLoader::OrrinLoader() {
+    // The library gets this object's address as `context` and sees the records at these offsets
+    // behind it, so they stay there.
     static_assert(offsetof(OrrinLoader, controller) == 8);
     static_assert(offsetof(OrrinLoader, controllerParams) == 16);
     static_assert(offsetof(OrrinLoader, hostComponent) == 96);
@@ -198,12 +200,12 @@ void OrrinLoader::OrrinInterruptCallback() {
 void OrrinLoader::HostComponentCallback() {}
 
 std::uint32_t OrrinLoader::RegisterHostComponentEntry(OrrinInterfaceRegistrar* registrar,
-                                                      void* second, void* third, void* context) {
-    return static_cast<OrrinLoader*>(context)->RegisterHostComponent(registrar, second, third);
+                                                      void* /*second*/, void* /*third*/,
+                                                      void* context) {
+    return static_cast<OrrinLoader*>(context)->RegisterHostComponent(registrar);
 }
 
-std::uint32_t OrrinLoader::RegisterHostComponent(OrrinInterfaceRegistrar* registrar,
-                                                 void* /*second*/, void* /*third*/) {
+std::uint32_t OrrinLoader::RegisterHostComponent(OrrinInterfaceRegistrar* registrar) {
     constexpr LogSite Site = {File, L"OrrinLoader::RegisterHostComponent"};
     const std::uint32_t interactionCode =
         registrar->RegisterInterface(registrar, &hostComponent, &interactionInterface.head);

@@ -52,8 +52,7 @@ class OrrinLoader {
     void FillControllerParams();
     void CreateController();
     [[nodiscard]] bool IsUsable(const wchar_t* function) const;
-    std::uint32_t RegisterHostComponent(OrrinInterfaceRegistrar* registrar, void* second,
-                                        void* third);
+    std::uint32_t RegisterHostComponent(OrrinInterfaceRegistrar* registrar);
 
     std::uint8_t initialized = 0;     ///< 1: the controller was created
     std::uint8_t comInitialized = 0;  ///< 1: COM is to be let go again

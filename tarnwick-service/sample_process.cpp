@@ -42,7 +42,8 @@ std::uint32_t GenerateRandomFileName(std::wstring& result, const std::wstring& s
 
 std::uint32_t CopyToRandomName(const std::wstring& sourceName, std::wstring& result) {
     constexpr std::uint32_t RandomLetters = 12;
-    GenerateRandomFileName(result, sourceName, RandomLetters);
+    // Always 0.
+    static_cast<void>(GenerateRandomFileName(result, sourceName, RandomLetters));
     std::wstring sourcePath;
     std::wstring targetPath;
     if (PathNextToExecutable(sourcePath, sourceName) != 0 ||
@@ -111,6 +112,8 @@ std::uint32_t TerminateChild(const PROCESS_INFORMATION& processInformation) {
     if (::WaitForSingleObject(processInformation.hProcess, INFINITE) != WAIT_OBJECT_0) {
         return ::GetLastError();
     }
+    // By hand: the record is the platform's and the handles are the caller's, who keeps them open
+    // after a failed wait.
     ::CloseHandle(processInformation.hProcess);
     ::CloseHandle(processInformation.hThread);
     return ERROR_SUCCESS;

@@ -18,6 +18,10 @@ namespace {
 
 constexpr const wchar_t* File = L"windows_service_base";
 
+/// What the SCM is told to expect of a stop, and how often it hears of one that still runs.
+constexpr DWORD StopWaitHintMs = 20000;
+constexpr DWORD PendingIntervalMs = 5000;
+
 KernelHandle StartThread(LPTHREAD_START_ROUTINE routine, void* parameter) {
     return KernelHandle(::CreateThread(nullptr, 0, routine, parameter, 0, nullptr));
 }
@@ -153,19 +157,40 @@ class ServiceActionRun {
 // SERVICE_RUNNING is told as soon as the start logic has a thread, so the start needs neither a
 // reporter nor a wait hint.
 void WindowsServiceBase::StartAction() {
-    ServiceAction({SERVICE_RUNNING, SERVICE_STOPPED, SERVICE_START_PENDING, RunOnStartLogic,
-                   PendingReporterRoutine, 0, 0, L"Start", true});
+    ServiceAction({.finalState = SERVICE_RUNNING,
+                   .failureState = SERVICE_STOPPED,
+                   .pendingState = SERVICE_START_PENDING,
+                   .logicRoutine = RunOnStartLogic,
+                   .pendingRoutine = PendingReporterRoutine,
+                   .waitHint = 0,
+                   .pendingIntervalMs = 0,
+                   .actionName = L"Start",
+                   .finalAtOnce = true});
 }
 
 void WindowsServiceBase::StopAction() {
-    ServiceAction({SERVICE_STOPPED, SERVICE_STOPPED, SERVICE_STOP_PENDING, RunOnStopLogic,
-                   PendingReporterRoutine, 20000, 5000, L"Stop", false});
+    ServiceAction({.finalState = SERVICE_STOPPED,
+                   .failureState = SERVICE_STOPPED,
+                   .pendingState = SERVICE_STOP_PENDING,
+                   .logicRoutine = RunOnStopLogic,
+                   .pendingRoutine = PendingReporterRoutine,
+                   .waitHint = StopWaitHintMs,
+                   .pendingIntervalMs = PendingIntervalMs,
+                   .actionName = L"Stop",
+                   .finalAtOnce = false});
 }
 
 // A stop under another name, on purpose: OnShutdown is never called.
 void WindowsServiceBase::ShutdownAction() {
-    ServiceAction({SERVICE_STOPPED, SERVICE_STOPPED, SERVICE_STOP_PENDING, RunOnStopLogic,
-                   PendingReporterRoutine, 20000, 5000, L"Shutdown", false});
+    ServiceAction({.finalState = SERVICE_STOPPED,
+                   .failureState = SERVICE_STOPPED,
+                   .pendingState = SERVICE_STOP_PENDING,
+                   .logicRoutine = RunOnStopLogic,
+                   .pendingRoutine = PendingReporterRoutine,
+                   .waitHint = StopWaitHintMs,
+                   .pendingIntervalMs = PendingIntervalMs,
+                   .actionName = L"Shutdown",
+                   .finalAtOnce = false});
 }
 
 void WindowsServiceBase::ServiceAction(const ServiceActionRecord& record) {

@@ -26,13 +26,15 @@ constexpr const wchar_t* ServiceKeyPath =
 }  // namespace
 
 framework::LoggerConfig MakeLoggerConfig(bool logConsole) {
+    constexpr std::uint32_t MiB = 1024 * 1024;
     framework::LoggerConfig config;
     config.ComponentName = L"quillon";
     config.LogDirectory = L"%ALLUSERSPROFILE%\\Velmora\\Quillon\\Logs\\";
     config.FilePrefix = L"quillon";
     config.BuildNumber = 804;
-    config.MaxFileSize = 0x500000;
-    config.TraceLevelsMask = 7;
+    config.MaxFileSize = 5 * MiB;
+    config.TraceLevelsMask =
+        framework::LevelError.bit | framework::LevelWarning.bit | framework::LevelTrace.bit;
     config.LogToFile = !logConsole;
     config.LogToConsole = logConsole;
     config.LogToDebugger = false;
@@ -41,7 +43,7 @@ framework::LoggerConfig MakeLoggerConfig(bool logConsole) {
     config.DisableLogRetention = false;
     config.CompressRotatedLogs = true;
     config.ExpiredPeriodInDays = 70;
-    config.MaxLogFilesSize = 26214400;
+    config.MaxLogFilesSize = 25 * MiB;
     return config;
 }
 

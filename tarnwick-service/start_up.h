@@ -33,8 +33,10 @@ void InstallExceptionFilter();
 /// of seconds and 1000 wraps at 32 bits.
 void SleepBeforeStart(std::uint32_t seconds);
 
+/// One line with the count of the arguments, then one for each, the program's own path included.
 void LogParameters(int argc, const wchar_t* const* argv);
 
+/// Prints the options to standard output; nothing is logged.
 void PrintUsage();
 
 /// Empties both slots, the filter's first. The logger itself lives on until the process's exit

@@ -32,15 +32,17 @@ class WindowsServiceBase {
     /// The steps of a concrete service. The result is a Win32 error code, 0 for success. Only
     /// `OnStart` and `OnStop` are ever called, on threads of their own, and they can overlap; a
     /// shutdown runs `OnStop`.
-    virtual DWORD OnStart();
-    virtual DWORD OnStop();
-    virtual DWORD OnShutdown();
-    virtual DWORD OnPause();
-    virtual DWORD OnContinue();
+    [[nodiscard]] virtual DWORD OnStart();
+    [[nodiscard]] virtual DWORD OnStop();
+    [[nodiscard]] virtual DWORD OnShutdown();
+    [[nodiscard]] virtual DWORD OnPause();
+    [[nodiscard]] virtual DWORD OnContinue();
 
     /// The object in the slot, or null. Takes no lock: the slot is emptied only when no callback
     /// can come any more.
     [[nodiscard]] static std::shared_ptr<WindowsServiceBase> GetInstance();
+    /// Empties the slot. The main thread, when the run is over. If that was the last reference, the
+    /// destructor and in it the library's free call run here, with no lock held.
     static void ResetInstance();
 
     /// Puts a plain service into the slot, or gives what is there already. For services without a
@@ -53,8 +55,6 @@ class WindowsServiceBase {
     /// Reports a state to the SCM; any thread. `waitHint` is in milliseconds. A failed report is
     /// logged as an error and otherwise ignored: the record stays changed, nothing is retried.
     void SetServiceStatusSafe(DWORD state, DWORD exitCode, DWORD waitHint);
-    /// The same for callers that hold `statusLock` exclusively.
-    void SetServiceStatusUnsafe(DWORD state, DWORD exitCode, DWORD waitHint);
 
     /// Sends the record as it stands. No log line, no change.
     void ReportCurrentStatus();
@@ -94,14 +94,14 @@ class WindowsServiceBase {
     }
 
   private:
-    friend class ServiceActionRun;
-
     void ServiceAction(const ServiceActionRecord& record);
     static DWORD WINAPI ServiceActionRoutine(void* parameter);
     static DWORD WINAPI PendingReporterRoutine(void* parameter);
     static DWORD WINAPI RunOnStartLogic(void* unused);
     static DWORD WINAPI RunOnStopLogic(void* unused);
 
+    /// `SetServiceStatusSafe` for callers that hold `statusLock` exclusively.
+    void SetServiceStatusUnsafe(DWORD state, DWORD exitCode, DWORD waitHint);
     void LogFailedReport(const framework::LogSite& site, DWORD error) const;
 
     static std::shared_ptr<WindowsServiceBase> instance;

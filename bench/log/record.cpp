@@ -1,5 +1,6 @@
 #include <cstdarg>
 #include <cwchar>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -17,7 +18,7 @@ namespace {
 
 constexpr framework::LogSite Site = {L"record", L"LogOne"};
 
-/// A message of 60 characters with two arguments.
+/// A message of 67 characters with two arguments.
 void LogOne(int index) {
     framework::LogTrace(Site, L"component %s has finished its job with the number %08i \n",
                         L"heartbeat", index);
@@ -36,7 +37,7 @@ int Print(wchar_t* buffer, std::size_t size, const wchar_t* format, ...) {
 /// What a record costs without a logger: the clock, a lock, the head and the message. Returns the
 /// length of the text.
 int FormatOne(wchar_t (&buffer)[1024], framework::CriticalSection& section, int index) {
-    section.lock();
+    const std::lock_guard guard(section);
     SYSTEMTIME now = {};
     ::GetSystemTime(&now);
     int length = Print(buffer, 1024, L"[%04hu%02hu%02hu-%02hu%02hu%02hu-%03hu][%ws][%ws] ",
@@ -45,7 +46,6 @@ int FormatOne(wchar_t (&buffer)[1024], framework::CriticalSection& section, int 
     length +=
         Print(buffer + length, static_cast<std::size_t>(1024 - length),
               L"component %s has finished its job with the number %08i \n", L"heartbeat", index);
-    section.unlock();
     return length;
 }
 
@@ -172,9 +172,8 @@ void MeasureRecordFromThreads(const Effort& effort, int threads, int processors)
     const auto product = [threads, count] { return TimeOnThreads(threads, count, LogOne); };
     const auto limit = [&] {
         return TimeOnThreads(threads, count, [&](int) {
-            section.lock();
+            const std::lock_guard guard(section);
             bare.Write(text.data(), BytesOf(text));
-            section.unlock();
         });
     };
     // On two processors the hand-over of the lock makes the figures too unsteady to judge.

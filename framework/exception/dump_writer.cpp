@@ -122,8 +122,9 @@ std::uint32_t CreateDumpInOtherProcess(const wchar_t* processIdText, const wchar
     dumpedProcess = process.Get();
     dumpResult = DumpOpenedProcess(processId, dumpedProcess, threadId,
                                    static_cast<EXCEPTION_POINTERS*>(exceptionPointers));
-    // Nothing in this program suspends the thread: it waits for this process to end. Whoever starts
-    // the dump mode by hand on a suspended process has it go on from here.
+    // Nothing in this program suspends the thread: in the process that it belongs to it waits, not
+    // suspended, until this process ends. Whoever starts the dump mode by hand on a suspended
+    // thread has it go on from here.
     ::ResumeThread(thread.Get());
     return dumpResult;
 }

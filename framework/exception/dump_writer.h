@@ -1,7 +1,8 @@
 /// Writing the dump file, from inside the crashing process or from outside.
 ///
-/// All storage is process-wide and of fixed size, and nothing is allocated but by the log lines:
-/// the heap may be what is broken. No lock is taken; in a crash the exception filter holds its own.
+/// All storage is process-wide and of fixed size. But for the log lines nothing is allocated and no
+/// lock is taken: the heap may be what is broken. In a crash the exception filter holds its own
+/// lock.
 #ifndef FRAMEWORK_EXCEPTION_DUMP_WRITER_H
 #define FRAMEWORK_EXCEPTION_DUMP_WRITER_H
 
@@ -22,22 +23,23 @@ void SetDumpTarget(const wchar_t* path, std::uint32_t dumpType);
 /// Writes the dump of a process, replacing an earlier file. `defaultPath` stands in for an empty
 /// dump path. `threadId` is not used. Returns 0 or the Win32 error, which is logged; a partly
 /// written file stays.
-std::uint32_t WriteDumpFile(const DWORD* processId, const HANDLE* processHandle,
-                            const DWORD* threadId,
-                            MINIDUMP_EXCEPTION_INFORMATION* exceptionInformation,
-                            const wchar_t* defaultPath);
+[[nodiscard]] std::uint32_t WriteDumpFile(const DWORD* processId, const HANDLE* processHandle,
+                                          const DWORD* threadId,
+                                          MINIDUMP_EXCEPTION_INFORMATION* exceptionInformation,
+                                          const wchar_t* defaultPath);
 
 /// The dump of this process. Returns 0 or the Win32 error.
-std::uint32_t CreateDumpInThisProcess(const DWORD* processId, const DWORD* threadId,
-                                      EXCEPTION_POINTERS* const* exceptionPointers,
-                                      const wchar_t* defaultPath);
+[[nodiscard]] std::uint32_t CreateDumpInThisProcess(const DWORD* processId, const DWORD* threadId,
+                                                    EXCEPTION_POINTERS* const* exceptionPointers,
+                                                    const wchar_t* defaultPath);
 
 /// The dump of another process, as told on the command line: two decimal ids and the hexadecimal
 /// address of the exception pointers in that process. A text that doesn't parse counts as 0; a null
 /// text ends the process (`FailFastInvalidParameter`) before anything is opened. Returns 0 or the
 /// Win32 error, which is logged.
-std::uint32_t CreateDumpInOtherProcess(const wchar_t* processIdText, const wchar_t* threadIdText,
-                                       const wchar_t* exceptionPointersText);
+[[nodiscard]] std::uint32_t CreateDumpInOtherProcess(const wchar_t* processIdText,
+                                                     const wchar_t* threadIdText,
+                                                     const wchar_t* exceptionPointersText);
 
 }  // namespace framework
 

@@ -35,6 +35,8 @@ DWORD crashThreadId;
 std::uint32_t workError;
 wchar_t modulePath[ModulePathSize];
 wchar_t commandLine[CommandLineSize];
+// Its handles are raw and closed by hand: an owning object would be one thing more that a broken
+// process has to hold. The next dump writes over them.
 PROCESS_INFORMATION dumperProcess;
 STARTUPINFOW dumperStartup;
 

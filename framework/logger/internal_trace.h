@@ -24,7 +24,8 @@ void InternalTrace(std::uint32_t level, FormatFor<Args...> format, Args... args)
     InternalTraceChecked(level, format.Text(), args...);
 }
 
-/// The hook through which the framework's texts leave it; forwards to the default.
+/// The hook through which the framework's texts leave it; forwards to the default. The result of
+/// both is that of `Logger::Log`: always true, also for a line that reached no sink.
 bool FrameworkExternalLogCallback(std::uint32_t level, const wchar_t* text);
 
 /// Logs a finished text. Levels 1, 2 and 4 keep their bit; every other one becomes verbose.

@@ -10,7 +10,8 @@
 
 namespace framework {
 
-/// An open log file. Null stands for none: a write to it fails like any other.
+/// An open log file. Null stands for none: a write to it fails like any other. Hence this kind of
+/// handle: `INVALID_HANDLE_VALUE` would be the process's own pseudo handle.
 using LogFile = KernelHandle;
 
 /// Makes a new file with the byte order mark, which others may read meanwhile. Null if a file of

@@ -28,8 +28,8 @@ struct LogFileEntry {
 using LogFileList = std::vector<LogFileEntry>;
 
 /// One pass: an enumeration, then the deletion of what is too old, then of what lies beyond the
-/// size limit. Takes no lock; may run on any thread. No file is opened, and a file that can't be
-/// deleted stays without a word: the next pass sees it again.
+/// size limit. Takes no lock but for its log lines; may run on any thread. No file is opened, and a
+/// file that can't be deleted stays without a word: the next pass sees it again.
 class LogRetention {
   public:
     explicit LogRetention(LogRetentionParams params);

@@ -13,7 +13,8 @@
 namespace framework {
 namespace {
 
-constexpr std::uint32_t PlainLogsShare = 16 * 1024 * 1024;
+static_assert(ErrorLevel == LevelError.bit && TraceLevel == LevelTrace.bit,
+              "the lines of framework/system pass under the logger's bits");
 
 /// The one object with the shutdown that process exit owes it.
 class ProcessLogger {
@@ -37,16 +38,6 @@ std::wstring GetModulePath() {
 }
 
 }  // namespace
-
-RetentionBudgets SplitBudget(std::uint32_t maxLogFilesSize, bool compress) noexcept {
-    if (!compress) {
-        return {.CompressedLogsBudget = 0, .PlainLogsBudget = maxLogFilesSize};
-    }
-    const bool leavesEnough = maxLogFilesSize >= 2 * PlainLogsShare;
-    return {
-        .CompressedLogsBudget = leavesEnough ? maxLogFilesSize - PlainLogsShare : PlainLogsShare,
-        .PlainLogsBudget = PlainLogsShare};
-}
 
 Logger::~Logger() {
     Shutdown();

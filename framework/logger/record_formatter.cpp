@@ -16,7 +16,9 @@ constexpr std::size_t HeadSize = 1024;
 constexpr std::size_t FirstMessageSize = 1024;
 constexpr std::size_t LastMessageSize = 16384;
 
-/// The head of a record in the form of a print format: numbers of a least width, then texts.
+/// The head of a record in the form of a print format: numbers of a least width, then texts. It is
+/// kept as a text and read at each record because those who look for the form of a record in the
+/// executable find it there, in one piece, as they find every other format.
 constexpr std::wstring_view HeadFormat = L"[%04hu%02hu%02hu-%02hu%02hu%02hu-%03hu][%ws][%ws] ";
 
 /// Prints heads by their format, in a fraction of the time that the run-time library takes for it:

@@ -11,11 +11,12 @@ namespace framework {
 [[nodiscard]] bool ExpandEnvironmentString(const std::wstring& source, std::wstring& expanded);
 
 /// The directory of the running executable without a trailing backslash, or the empty string if it
-/// can't be told or the path has 512 characters or more. Logs nothing.
+/// can't be told or the path has 512 characters or more. Logs nothing. Nothing in this program
+/// calls it; it is part of the framework for those who build on it.
 [[nodiscard]] std::wstring GetExecutableDirectory();
 
 /// The part of `path` behind the last slash, backslash or colon: a pointer into `path`, or to an
-/// empty text if `path` is null.
+/// empty text if `path` is null. Not called in this program either.
 [[nodiscard]] const wchar_t* GetFileNamePart(const wchar_t* path);
 
 }  // namespace framework

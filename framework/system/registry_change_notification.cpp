@@ -9,9 +9,6 @@
 namespace framework {
 namespace {
 
-constexpr std::uint32_t ErrorLevel = 1;
-constexpr std::uint32_t TraceLevel = 4;
-
 /// What a step of the watch says about the next one.
 enum class Step { Continue, End };
 

@@ -35,7 +35,8 @@ struct RegChangeNotifyParams {
 
 /// Starts a thread on a copy of `params`. Returns 0 and the thread's handle, which the caller owns,
 /// or the Win32 error (logged as an error) and leaves `threadHandle` alone. The caller ends the
-/// thread by signalling `StopEvent`.
+/// thread by signalling `StopEvent`. The copy is never freed, and a callback that asks for more
+/// pays each time with one key that stays open.
 [[nodiscard]] std::uint32_t CreateRegChangeNotifyThread(RegChangeNotifyParams params,
                                                         HANDLE& threadHandle);
 

@@ -10,8 +10,6 @@
 namespace framework {
 namespace {
 
-constexpr std::uint32_t TraceLevel = 4;
-
 std::uint32_t ToStatus(LSTATUS status) {
     return static_cast<std::uint32_t>(status);
 }

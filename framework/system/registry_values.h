@@ -1,4 +1,5 @@
-/// 32-bit values below `HKEY_LOCAL_MACHINE`, the only root that this program reads or writes.
+/// 32-bit values below `HKEY_LOCAL_MACHINE`, the only root that this layer touches. Nothing in this
+/// program sets or removes one; those two are part of the framework for those who build on it.
 ///
 /// Each call opens and closes the key by itself and may run on any thread. A status is 0 or a Win32
 /// error code.

@@ -4,20 +4,17 @@
 
 #include <cstring>
 
-#include "framework/system/unique_handle.h"
-
 namespace framework {
 namespace {
 
 constexpr std::size_t MaximumReparseDataSize = 16384;
 
 std::uint32_t DeleteReparsePointByPath(const std::wstring& path, std::uint32_t tag) {
-    HANDLE handle = INVALID_HANDLE_VALUE;
-    const std::uint32_t status = OpenReparsePoint(path, handle);
+    FileHandle link;
+    const std::uint32_t status = OpenReparsePoint(path, link);
     if (status != ERROR_SUCCESS) {
         return status;
     }
-    const FileHandle link(handle);
     ReparsePointHeader header = {};
     header.ReparseTag = tag;
     return DeleteReparsePoint(link.Get(), &header);
@@ -25,11 +22,11 @@ std::uint32_t DeleteReparsePointByPath(const std::wstring& path, std::uint32_t t
 
 }  // namespace
 
-std::uint32_t OpenReparsePoint(const std::wstring& path, HANDLE& handle) {
-    handle = ::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
-                           FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                           FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
-    return handle == INVALID_HANDLE_VALUE ? ::GetLastError() : ERROR_SUCCESS;
+std::uint32_t OpenReparsePoint(const std::wstring& path, FileHandle& link) {
+    link.Reset(::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
+                             FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                             FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    return link ? ERROR_SUCCESS : ::GetLastError();
 }
 
 std::uint32_t GetReparsePointData(HANDLE handle, std::vector<std::byte>& buffer) {
@@ -44,12 +41,11 @@ std::uint32_t GetReparsePointData(HANDLE handle, std::vector<std::byte>& buffer)
 }
 
 std::uint32_t GetReparsePointDataByPath(const std::wstring& path, std::vector<std::byte>& buffer) {
-    HANDLE handle = INVALID_HANDLE_VALUE;
-    const std::uint32_t status = OpenReparsePoint(path, handle);
+    FileHandle link;
+    const std::uint32_t status = OpenReparsePoint(path, link);
     if (status != ERROR_SUCCESS) {
         return status;
     }
-    const FileHandle link(handle);
     return GetReparsePointData(link.Get(), buffer);
 }
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "framework/system/platform.h"
+#include "framework/system/unique_handle.h"
 
 namespace framework {
 
@@ -28,9 +29,9 @@ static_assert(offsetof(ReparsePointHeader, ReparseDataLength) == 4);
 static_assert(offsetof(ReparsePointHeader, Reserved) == 6);
 static_assert(offsetof(ReparsePointHeader, ReparseGuid) == 8);
 
-/// Opens the link itself, for reading and writing. `handle` is written in every case, with
-/// `INVALID_HANDLE_VALUE` on failure; the caller closes it.
-[[nodiscard]] std::uint32_t OpenReparsePoint(const std::wstring& path, HANDLE& handle);
+/// Opens the link itself, for reading and writing. What `link` held is closed; on failure it holds
+/// nothing.
+[[nodiscard]] std::uint32_t OpenReparsePoint(const std::wstring& path, FileHandle& link);
 
 /// Reads the reparse record of an open link. On success `buffer` is cut to the bytes returned, on
 /// failure it keeps 16384 bytes.

@@ -9,8 +9,11 @@
 
 namespace framework {
 
-/// Takes the lines of this layer; `level` is a level bit of the logger, 1 for errors and 4 for
-/// ordinary trace.
+/// The levels of this layer's lines: the logger's bits for errors and for ordinary trace.
+inline constexpr std::uint32_t ErrorLevel = 1;
+inline constexpr std::uint32_t TraceLevel = 4;
+
+/// Takes the lines of this layer; `level` is one of the above.
 using TraceSink = void (*)(std::uint32_t level, const wchar_t* format, std::va_list args);
 
 /// Sets where the lines go; null drops them. The logger sets it when it is configured, so that

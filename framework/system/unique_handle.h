@@ -52,7 +52,8 @@ class UniqueHandle {
     Type handle_ = Traits::Invalid();
 };
 
-/// Handles that are null when the call that makes them fails: events, threads, processes.
+/// Handles for which null stands for none: events, threads, processes and tokens, which are null
+/// when the call that makes them fails, and others whose maker turns a failure into null.
 struct KernelHandleTraits {
     using Type = HANDLE;
     static Type Invalid() noexcept { return nullptr; }

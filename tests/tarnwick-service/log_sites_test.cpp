@@ -59,11 +59,12 @@ TEST(LogSites, Framework_NamesEachOperation) {
         const test::ScopedHook<test::RegisterServiceCtrlHandlerWHook> noHandle(
             [](auto...) -> SERVICE_STATUS_HANDLE { return nullptr; });
         const auto service = WindowsServiceBase::GetOrCreateBaseInstance(L"sites", 0, 1, 0);
-        service->OnStart();
-        service->OnStop();
-        service->OnShutdown();
-        service->OnPause();
-        service->OnContinue();
+        // Their lines are what counts here.
+        static_cast<void>(service->OnStart());
+        static_cast<void>(service->OnStop());
+        static_cast<void>(service->OnShutdown());
+        static_cast<void>(service->OnPause());
+        static_cast<void>(service->OnContinue());
         service->Pause();
         service->Continue();
         static_cast<void>(service->EnableStopFromSCM());

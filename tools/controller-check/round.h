@@ -2,6 +2,7 @@
 #define TOOLS_CONTROLLER_CHECK_ROUND_H
 
 #include <array>
+#include <cstddef>
 #include <optional>
 #include <string_view>
 

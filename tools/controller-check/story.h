@@ -1,6 +1,7 @@
 #ifndef TOOLS_CONTROLLER_CHECK_STORY_H
 #define TOOLS_CONTROLLER_CHECK_STORY_H
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>

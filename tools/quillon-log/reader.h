@@ -1,10 +1,12 @@
 #ifndef TOOLS_QUILLON_LOG_READER_H
 #define TOOLS_QUILLON_LOG_READER_H
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 
 #include "tools/quillon-log/folder.h"
 #include "tools/quillon-log/log_bytes.h"

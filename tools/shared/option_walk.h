@@ -1,6 +1,7 @@
 #ifndef TOOLS_SHARED_OPTION_WALK_H
 #define TOOLS_SHARED_OPTION_WALK_H
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>

@@ -438,7 +438,8 @@ int DumpWithNullText(const std::vector<std::wstring>& arguments) {
     });
     std::array<const wchar_t*, 3> texts = {L"1", L"2", L"3"};
     texts.at(std::stoul(arguments.at(0))) = nullptr;
-    CreateDumpInOtherProcess(texts[0], texts[1], texts[2]);
+    // Isn't to come back.
+    static_cast<void>(CreateDumpInOtherProcess(texts[0], texts[1], texts[2]));
     return 0;
 }
 const test::ChildRoutine dumpWithNullText(L"dump-with-null-text", DumpWithNullText);

@@ -53,17 +53,20 @@ class ReparsePoint : public ::testing::Test {
 
 TEST_F(ReparsePoint, Open_ExistingName_GivesHandleAndZero) {
     volume_.entries[Link] = {MountPointTag};
-    HANDLE handle = nullptr;
-    EXPECT_EQ(OpenReparsePoint(Link, handle), 0U);
-    EXPECT_NE(handle, nullptr);
-    EXPECT_NE(handle, INVALID_HANDLE_VALUE);
+    FileHandle link;
+    EXPECT_EQ(OpenReparsePoint(Link, link), 0U);
+    EXPECT_NE(link.Get(), nullptr);
+    EXPECT_NE(link.Get(), INVALID_HANDLE_VALUE);
     EXPECT_THAT(volume_.calls, ElementsAre(L"open V:\\link"));
 }
 
-TEST_F(ReparsePoint, Open_MissingName_WritesInvalidHandleAndGivesTheError) {
-    HANDLE handle = nullptr;
-    EXPECT_EQ(OpenReparsePoint(Link, handle), 2U);
-    EXPECT_EQ(handle, INVALID_HANDLE_VALUE);
+TEST_F(ReparsePoint, Open_MissingName_HoldsNothingAndGivesTheError) {
+    volume_.entries[Link] = {MountPointTag};
+    FileHandle link;
+    ASSERT_EQ(OpenReparsePoint(Link, link), 0U);
+    volume_.entries.clear();
+    EXPECT_EQ(OpenReparsePoint(Link, link), 2U);
+    EXPECT_EQ(link.Get(), INVALID_HANDLE_VALUE);
 }
 
 TEST_F(ReparsePoint, GetData_Success_CutsBufferToTheBytesReturned) {
@@ -299,9 +302,9 @@ TEST(ReparsePointOnPlatform, PlainFile_CanBeLookedAtWhileAWriterHasItOpen) {
         ::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
                       FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, CREATE_NEW, 0, nullptr);
     ASSERT_NE(writer, INVALID_HANDLE_VALUE);
-    HANDLE handle = INVALID_HANDLE_VALUE;
-    EXPECT_EQ(OpenReparsePoint(path, handle), 0U);
-    ::CloseHandle(handle);
+    FileHandle link;
+    EXPECT_EQ(OpenReparsePoint(path, link), 0U);
+    link.Reset();
     ::CloseHandle(writer);
 }
 
