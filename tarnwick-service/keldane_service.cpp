@@ -8,8 +8,10 @@ using framework::LogTrace;
 KeldaneService::KeldaneService(const ServiceDescriptor& serviceDescriptor)
     : WindowsServiceBase(serviceDescriptor.serviceName, serviceDescriptor.canStop,
                          serviceDescriptor.canShutdown, serviceDescriptor.canPause),
-      loader(std::make_unique<OrrinLoader>()),
-      descriptor(serviceDescriptor) {}
+      descriptor(serviceDescriptor) {
+    // Behind all other fields: the library's create call runs here.
+    loader = std::make_unique<OrrinLoader>();
+}
 
 KeldaneService::~KeldaneService() = default;
 
