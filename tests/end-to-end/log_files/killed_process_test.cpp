@@ -61,8 +61,7 @@ void RunAndKill(const std::wstring& folder, const std::wstring& name,
 }
 
 TEST(LogFiles, ProcessEndedByForceAnywhere_LosesAtMostTheRecordInFlight) {
-    const std::uint32_t seed =
-        test::NumberFromEnvironment("TARNWICK_SEED", std::random_device{}());
+    const std::uint32_t seed = test::NumberFromEnvironment("TARNWICK_SEED", std::random_device{}());
     std::printf("TARNWICK_SEED=%u\n", static_cast<unsigned>(seed));
     std::mt19937 random(seed);
     std::uniform_int_distribution<std::uint32_t> records(0, MostRecordsBeforeTheEnd);
