@@ -169,19 +169,15 @@ void WindowsServiceBase::StartAction() {
 }
 
 void WindowsServiceBase::StopAction() {
-    ServiceAction({.finalState = SERVICE_STOPPED,
-                   .failureState = SERVICE_STOPPED,
-                   .pendingState = SERVICE_STOP_PENDING,
-                   .logicRoutine = RunOnStopLogic,
-                   .pendingRoutine = PendingReporterRoutine,
-                   .waitHint = StopWaitHintMs,
-                   .pendingIntervalMs = PendingIntervalMs,
-                   .actionName = L"Stop",
-                   .finalAtOnce = false});
+    StopUnderName(L"Stop");
 }
 
 // A stop under another name, on purpose: OnShutdown is never called.
 void WindowsServiceBase::ShutdownAction() {
+    StopUnderName(L"Shutdown");
+}
+
+void WindowsServiceBase::StopUnderName(const wchar_t* actionName) {
     ServiceAction({.finalState = SERVICE_STOPPED,
                    .failureState = SERVICE_STOPPED,
                    .pendingState = SERVICE_STOP_PENDING,
@@ -189,7 +185,7 @@ void WindowsServiceBase::ShutdownAction() {
                    .pendingRoutine = PendingReporterRoutine,
                    .waitHint = StopWaitHintMs,
                    .pendingIntervalMs = PendingIntervalMs,
-                   .actionName = L"Shutdown",
+                   .actionName = actionName,
                    .finalAtOnce = false});
 }
 

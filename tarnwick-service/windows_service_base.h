@@ -94,6 +94,8 @@ class WindowsServiceBase {
     }
 
   private:
+    /// The actions of a stop and of a shutdown differ in the name that log lines have.
+    void StopUnderName(const wchar_t* actionName);
     void ServiceAction(const ServiceActionRecord& record);
     static DWORD WINAPI ServiceActionRoutine(void* parameter);
     static DWORD WINAPI PendingReporterRoutine(void* parameter);
