@@ -46,6 +46,12 @@ TEST(ForcedStop, DuringAStop_LeavesTheCheckpointAndTheFinalReportFollows) {
                             StatusReport{SERVICE_STOPPED, 5, 0, 0, 0}));
     EXPECT_EQ(run.OtherLog(), run.ExpectedOther({ComReady, StartBegun, EnableAsked, StartOver,
                                                  StopBegun, Interrupted, StopOver, Freed}));
+    // Here the dispatcher waits, so no line is cut off. Where that of the forced report stands
+    // depends on how soon the logic thread runs.
+    Records framework = run.FrameworkLog();
+    EXPECT_EQ(std::erase(framework, Report(L"SERVICE_STOPPED", FatalAppExit, 0, 5, 0)), 1U);
+    EXPECT_EQ(framework,
+              Join({StartReported(), {StopEnabled}, StartFinished(), WholeStop(L"Stop", 5)}));
 }
 
 }  // namespace
