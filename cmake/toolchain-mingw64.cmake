@@ -1,22 +1,18 @@
-# Cross-compiles for 64-bit Windows with Debian's MinGW-w64 (POSIX threads) and runs the result on
-# Wine.
-set(CMAKE_SYSTEM_NAME Windows)
-set(CMAKE_SYSTEM_PROCESSOR x86_64)
+# Cross-compiles for 64-bit Windows with clang and LLVM's linker, on the headers and run-time
+# libraries of Debian's MinGW-w64 (POSIX threads), and runs the result on Wine.
+include(${CMAKE_CURRENT_LIST_DIR}/mingw64-target.cmake)
 
-set(triple x86_64-w64-mingw32)
-set(CMAKE_C_COMPILER ${triple}-gcc-posix)
-set(CMAKE_CXX_COMPILER ${triple}-g++-posix)
-set(CMAKE_RC_COMPILER ${triple}-windres)
-set(CMAKE_DLLTOOL ${triple}-dlltool)
+set(CMAKE_C_COMPILER clang-${llvm_version})
+set(CMAKE_C_COMPILER_TARGET ${triple})
+set(CMAKE_CXX_COMPILER clang++-${llvm_version})
+set(CMAKE_CXX_COMPILER_TARGET ${triple})
+set(CMAKE_AR llvm-ar-${llvm_version})
+set(CMAKE_RANLIB llvm-ranlib-${llvm_version})
 
-set(CMAKE_FIND_ROOT_PATH /usr/${triple})
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-
-# No MinGW library is left to ship beside the executable.
-set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
-set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
-
-set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/wine.sh)
+# Each program gets a PDB next to it, with the program's name.
+add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-gcodeview>)
+# As in libstdc++, whose std::call_once and std::promise don't link with the platform's own kind.
+add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-femulated-tls>)
+foreach(kind EXE SHARED MODULE)
+  set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -fuse-ld=lld-${llvm_version} -Wl,--pdb= -lpthread")
+endforeach()

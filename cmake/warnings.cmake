@@ -25,9 +25,9 @@ else()
               -Wsign-conversion
               -Wcast-align
               -Wundef
-              -Werror
               -ffunction-sections
               -fdata-sections
+              $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-fsized-deallocation>
               $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
               $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>
               $<$<COMPILE_LANGUAGE:CXX>:-Wextra-semi>)
@@ -37,7 +37,7 @@ else()
     # bits without a name included.
     target_compile_options(
       project_options INTERFACE -fsanitize=undefined -fno-sanitize=enum
-                                -fsanitize-undefined-trap-on-error)
+                                $<IF:$<CXX_COMPILER_ID:GNU>,-fsanitize-undefined-trap-on-error,-fsanitize-trap=undefined>)
   endif()
   if(TARNWICK_COVERAGE)
     # The product alone, by the ends of its paths; tests that include its headers count those too.

@@ -64,7 +64,8 @@ quietly() {
 
 # ---- packages ----------------------------------------------------------------------------------
 
-build_packages=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest cmake ninja-build)
+build_packages=(clang-19 lld-19 llvm-19 g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest
+    cmake ninja-build)
 wine_packages=(wine wine64)
 package_packages=(zip unzip wixl msitools faketime procps)
 lint_packages=(clang-14 clang-format-14 clang-tidy-14 shellcheck git libspdlog-dev libfmt-dev)
