@@ -82,7 +82,7 @@ def verdict(row):
 
 def table(rows):
     lines = [
-        "| Row | Product | Limit | Ratio | Noise | Reach | |",
+        "| Row | Product | Limit | Ratio | Noise | Limit ratio | |",
         "|---|---|---|---|---|---|---|",
     ]
     for row in rows:
