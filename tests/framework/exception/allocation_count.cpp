@@ -1,16 +1,29 @@
 #include "tests/framework/exception/allocation_count.h"
 
+#include <atomic>
+
+#include "framework/system/platform.h"
 #include "tests/support/guarded_heap.h"
 
 namespace {
 
-thread_local std::size_t allocations = 0;
+// Not thread_local: clang emulates that as libstdc++ does, and its PDB records then name a variable
+// that doesn't exist.
+std::atomic<DWORD> countedThread{0};
+std::atomic<std::size_t> allocations{0};
 
-constexpr test::HeapObserver Counter = {[] { ++allocations; }, [](const void*) {}};
+void CountAllocation() {
+    if (::GetCurrentThreadId() == countedThread) {
+        ++allocations;
+    }
+}
+
+constexpr test::HeapObserver Counter = {CountAllocation, [](const void*) {}};
 
 }  // namespace
 
 std::size_t test::AllocationCount() {
+    countedThread = ::GetCurrentThreadId();
     ObserveHeap(&Counter);
     return allocations;
 }

@@ -5,7 +5,8 @@
 
 namespace test {
 
-/// How often this thread has allocated through `operator new` since the first call.
+/// The number of blocks that the calling thread has taken from `operator new` since its first call.
+/// One thread at a time may count.
 [[nodiscard]] std::size_t AllocationCount();
 
 }  // namespace test
