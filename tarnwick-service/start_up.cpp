@@ -7,6 +7,7 @@
 #include "framework/system/path_helpers.h"
 #include "framework/system/platform.h"
 #include "framework/system/registry_values.h"
+#include "version/version.h"
 
 namespace tarnwick {
 
@@ -31,7 +32,7 @@ framework::LoggerConfig MakeLoggerConfig(bool logConsole) {
     config.ComponentName = L"quillon";
     config.LogDirectory = L"%ALLUSERSPROFILE%\\Velmora\\Quillon\\Logs\\";
     config.FilePrefix = L"quillon";
-    config.BuildNumber = 804;
+    config.BuildNumber = version::BuildNumber;
     config.MaxFileSize = 5 * MiB;
     config.TraceLevelsMask =
         framework::LevelError.bit | framework::LevelWarning.bit | framework::LevelTrace.bit;

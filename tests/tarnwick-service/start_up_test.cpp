@@ -12,6 +12,7 @@
 #include "tests/support/scratch_folder.h"
 #include "tests/tarnwick-service/console_capture.h"
 #include "tests/tarnwick-service/expected_lines.h"
+#include "version/version.h"
 
 namespace tarnwick {
 namespace {
@@ -29,7 +30,7 @@ TEST(LoggerConfigOfTheService, FieldByField) {
         EXPECT_EQ(config.ComponentName, L"quillon");
         EXPECT_EQ(config.LogDirectory, L"%ALLUSERSPROFILE%\\Velmora\\Quillon\\Logs\\");
         EXPECT_EQ(config.FilePrefix, L"quillon");
-        EXPECT_EQ(config.BuildNumber, 804U);
+        EXPECT_EQ(config.BuildNumber, version::BuildNumber);
         EXPECT_EQ(config.MaxFileSize, 5242880U);
         EXPECT_EQ(config.TraceLevelsMask, 7U);
         EXPECT_EQ(config.LogToFile, !logConsole);
@@ -204,9 +205,9 @@ TEST_F(StartUp, WholeStartUpAndExit_LeaveTheirLinesInOrder) {
     UndoStartUp();
     Lines lines = LogLines();
     ASSERT_EQ(lines.size(), 8U);
-    EXPECT_EQ(lines[0],
-              TraceLine(L"build: 804, process: " + std::to_wstring(::GetCurrentProcessId()) +
-                        L", '" + test::OwnPath().wstring() + L"'"));
+    EXPECT_EQ(lines[0], TraceLine(L"build: " + std::to_wstring(version::BuildNumber) +
+                                  L", process: " + std::to_wstring(::GetCurrentProcessId()) +
+                                  L", '" + test::OwnPath().wstring() + L"'"));
     EXPECT_EQ(lines[1].substr(lines[1].size() - 4), L" UTC");
     EXPECT_EQ(lines[2].substr(lines[2].size() - 6), L" LOCAL");
     EXPECT_EQ(Lines(lines.begin() + 3, lines.end()),
@@ -259,7 +260,9 @@ TEST_F(StartUp, LogConsole_MovesTheLogAndMakesNoDirectory) {
     InstallExceptionFilter();
     UndoStartUp();
     const std::string text = console.Text();
-    EXPECT_NE(text.find("][T][quillon] build: 804, process: "), std::string::npos);
+    EXPECT_NE(
+        text.find("][T][quillon] build: " + std::to_string(version::BuildNumber) + ", process: "),
+        std::string::npos);
     EXPECT_NE(text.find("][T][quillon] ExceptionFilter was created\n"), std::string::npos);
     EXPECT_NE(text.find("][T][quillon] ExceptionFilter was removed\n"), std::string::npos);
     EXPECT_TRUE(profile.Names().empty());

@@ -2,7 +2,6 @@
 
 #include <exception>
 #include <string>
-#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -10,11 +9,12 @@
 #include "tools/controller-check/report.h"
 #include "tools/controller-check/round_process.h"
 #include "tools/shared/terminal_output.h"
+#include "tools/shared/version_line.h"
 
 namespace controller_check {
 namespace {
 
-constexpr std::wstring_view ProgramName = L"controller-check";
+constexpr const wchar_t* ProgramName = L"controller-check";
 
 enum ExitCode { AllMet = 0, SomethingFailed = 1, WrongCommandLine = 2, NotChecked = 3 };
 
@@ -72,6 +72,10 @@ int Run(const std::vector<std::wstring>& arguments) {
     const auto& options = std::get<Options>(parsed);
     if (options.help) {
         static_cast<void>(tools::WriteOutput(HelpText()));
+        return AllMet;
+    }
+    if (options.version) {
+        static_cast<void>(tools::WriteOutput(tools::VersionLine(ProgramName)));
         return AllMet;
     }
     try {

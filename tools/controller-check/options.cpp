@@ -29,6 +29,8 @@ class Walk final : public tools::OptionWalk {
     bool TakeSwitch() override {
         if (Is(L"-h", L"--help")) {
             options_.help = true;
+        } else if (Is(L"--version")) {
+            options_.version = true;
         } else if (Is(L"-q", L"--quiet")) {
             options_.quiet = true;
         } else if (Is(L"--json")) {
@@ -59,7 +61,7 @@ class Walk final : public tools::OptionWalk {
     }
 
     void Finish() override {
-        if (options_.library.empty() && !options_.help) {
+        if (options_.library.empty() && !options_.help && !options_.version) {
             Fail(L"no library is named");
         }
         ChooseRounds();
@@ -113,6 +115,7 @@ std::wstring HelpText() {
         L"  -q, --quiet             only what fails\n"
         L"      --color WHEN        auto, always or never\n"
         L"  -h, --help              this text\n"
+        L"      --version           name and version\n"
         L"\n"
         L"Rounds:\n";
     for (const RoundInfo& info : Rounds) {

@@ -25,6 +25,7 @@ struct Options {
     bool quiet = false;
     ColorChoice color = ColorChoice::WhenTerminal;
     bool help = false;
+    bool version = false;
 };
 
 /// Reads the arguments behind the program's name.

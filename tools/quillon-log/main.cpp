@@ -7,6 +7,7 @@
 #include "tools/quillon-log/follower.h"
 #include "tools/quillon-log/output.h"
 #include "tools/shared/terminal_output.h"
+#include "tools/shared/version_line.h"
 
 int wmain(int argc, wchar_t* argv[]) {
     const auto parsed =
@@ -19,6 +20,10 @@ int wmain(int argc, wchar_t* argv[]) {
     const auto& options = std::get<quillon_log::Options>(parsed);
     if (options.help) {
         static_cast<void>(tools::WriteOutput(quillon_log::HelpText));
+        return quillon_log::AllRead;
+    }
+    if (options.version) {
+        static_cast<void>(tools::WriteOutput(tools::VersionLine(L"quillon-log")));
         return quillon_log::AllRead;
     }
     return quillon_log::ShowLogs(options);

@@ -22,6 +22,7 @@ const wchar_t* const HelpText =
     L"      --json              one JSON object a line\n"
     L"      --color WHEN        auto, always or never\n"
     L"  -h, --help              this text\n"
+    L"      --version           name and version\n"
     L"\n"
     L"TIME is in UTC: 2026-11-20, \"2026-11-20 18:30\", 2026-11-20T18:30:05, an age such as 90s, "
     L"15m, 2h or 7d,\n"
@@ -52,6 +53,8 @@ class Walk final : public tools::OptionWalk {
             options_.follow = true;
         } else if (Is(L"-h", L"--help")) {
             options_.help = true;
+        } else if (Is(L"--version")) {
+            options_.version = true;
         } else if (Is(L"--json")) {
             options_.json = true;
         } else {

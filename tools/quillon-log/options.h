@@ -23,6 +23,7 @@ struct Options {
     bool json = false;
     ColorChoice color = ColorChoice::WhenTerminal;
     bool help = false;
+    bool version = false;
 };
 
 /// Reads the arguments behind the program's name. `now` is the present time in UTC.

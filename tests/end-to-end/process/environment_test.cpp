@@ -6,6 +6,7 @@
 #include "tests/end-to-end/support/host_folder.h"
 #include "tests/end-to-end/support/log_files.h"
 #include "tests/end-to-end/support/usage.h"
+#include "version/version.h"
 
 namespace {
 
@@ -47,7 +48,8 @@ TEST(ExecutablePath, StrayConversions_DoNotReadPastTheArguments) {
     EXPECT_EQ(process->Wait(), 0U);
     const Records log = host.OnlyLog();
     ASSERT_GE(log.size(), 4U);
-    EXPECT_THAT(log[0], testing::StartsWith(test::T(L"build: 804, process: ")));
+    EXPECT_THAT(log[0], testing::StartsWith(test::T(
+                            L"build: " + std::to_wstring(version::BuildNumber) + L", process: ")));
     EXPECT_THAT(log, testing::Contains(test::T(L"Parameter 0 = " + host.Executable().wstring())));
 }
 

@@ -1,5 +1,7 @@
 #include "tests/end-to-end/support/expected_log.h"
 
+#include "version/version.h"
+
 namespace test {
 
 std::wstring T(const std::wstring& text) {
@@ -15,8 +17,8 @@ std::wstring E(const std::wstring& text) {
 }
 
 Records Header(DWORD processId, const std::filesystem::path& executable) {
-    return {T(L"build: 804, process: " + std::to_wstring(processId) + L", '" +
-              executable.wstring() + L"'"),
+    return {T(L"build: " + std::to_wstring(version::BuildNumber) + L", process: " +
+              std::to_wstring(processId) + L", '" + executable.wstring() + L"'"),
             T(L"0000.00.00 00:00:00 UTC"), T(L"0000.00.00 00:00:00 LOCAL"),
             T(L"ExceptionFilter was created")};
 }

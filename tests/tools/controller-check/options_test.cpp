@@ -69,6 +69,11 @@ TEST(ParseOptions, Help_NeedsNoLibrary) {
     EXPECT_TRUE(Parse({L"--help"}).help);
 }
 
+TEST(ParseOptions, Version_NeedsNoLibrary) {
+    EXPECT_TRUE(Parse({L"--version"}).version);
+    EXPECT_FALSE(Parse({L"a.dll"}).version);
+}
+
 TEST(ParseOptions, WrongLines_AreRefused) {
     for (const auto& arguments : {std::vector<std::wstring>{},
                                   {L""},
