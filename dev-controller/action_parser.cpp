@@ -5,8 +5,8 @@
 namespace dev_controller {
 namespace {
 
-constexpr const wchar_t* kOwnComponent = L"dev-controller";
-constexpr uint32_t kMaximumThreads = 256;
+constexpr const wchar_t* OwnComponent = L"dev-controller";
+constexpr std::uint32_t MaximumThreads = 256;
 
 Actions ParseBody(ScriptWords& words) {
     return {ParseAction(words, ActionPlace::Elsewhere)};
@@ -16,15 +16,15 @@ Actions ParseBody(ScriptWords& words) {
 std::optional<std::wstring> ParseComponent(ScriptWords& words) {
     if (words.Peek() == L"default") {
         words.Word(L"the component");
-        return kOwnComponent;
+        return OwnComponent;
     }
     return words.NullableText(L"the component");
 }
 
-uint32_t ParseLevel(ScriptWords& words) {
-    constexpr std::pair<std::wstring_view, uint32_t> kLevels[] = {
+std::uint32_t ParseLevel(ScriptWords& words) {
+    constexpr std::pair<std::wstring_view, std::uint32_t> Levels[] = {
         {L"trace", 0}, {L"warning", 1}, {L"error", 2}, {L"verbose", 3}};
-    for (const auto& [name, level] : kLevels) {
+    for (const auto& [name, level] : Levels) {
         if (words.Peek() == name) {
             words.Word(L"the level");
             return level;
@@ -49,7 +49,7 @@ std::wstring EventName(ScriptWords& words) {
 Action ParseWait(ScriptWords& words) {
     WaitForNamedEvent wait;
     wait.name = EventName(words);
-    wait.limit = words.AtEnd() ? kNoLimit : words.Unsigned(L"the limit");
+    wait.limit = words.AtEnd() ? NoLimit : words.Unsigned(L"the limit");
     return {wait};
 }
 
@@ -62,7 +62,7 @@ Action ParseSetCallback(ScriptWords& words) {
 }
 
 Action ParseCrash(ScriptWords& words) {
-    constexpr std::pair<std::wstring_view, CrashKind> kKinds[] = {
+    constexpr std::pair<std::wstring_view, CrashKind> Kinds[] = {
         {L"read", CrashKind::Read},
         {L"write", CrashKind::Write},
         {L"execute", CrashKind::Execute},
@@ -77,7 +77,7 @@ Action ParseCrash(ScriptWords& words) {
         {L"handled", CrashKind::Handled},
     };
     const std::wstring_view word = words.Word(L"the kind of crash");
-    for (const auto& [name, kind] : kKinds) {
+    for (const auto& [name, kind] : Kinds) {
         if (name != word) {
             continue;
         }
@@ -96,8 +96,8 @@ Action ParseCrash(ScriptWords& words) {
 }
 
 Action ParseThreads(ScriptWords& words) {
-    const uint32_t count = words.Unsigned(L"the number of threads");
-    if (count == 0 || count > kMaximumThreads) {
+    const std::uint32_t count = words.Unsigned(L"the number of threads");
+    if (count == 0 || count > MaximumThreads) {
         words.Fail(L"the number of threads is 1 to 256");
     }
     return {StartThreads{count, true, ParseBody(words)}};
@@ -115,12 +115,12 @@ Action ParseAfter(ScriptWords& words) {
 }
 
 Action ParseWhenEvent(ScriptWords& words) {
-    const WaitForNamedEvent wait{EventName(words), kNoLimit};
+    const WaitForNamedEvent wait{EventName(words), NoLimit};
     return ThreadThatStartsWith({wait}, words);
 }
 
 Action ParseRepeat(ScriptWords& words) {
-    const uint32_t count = words.Unsigned(L"the number of times");
+    const std::uint32_t count = words.Unsigned(L"the number of times");
     return {Repeat{count, ParseBody(words)}};
 }
 
@@ -134,7 +134,7 @@ Action ParseComInit(ScriptWords& words) {
 
 using Parser = Action (*)(ScriptWords& words);
 
-constexpr std::pair<std::wstring_view, Parser> kParsers[] = {
+constexpr std::pair<std::wstring_view, Parser> Parsers[] = {
     {L"delay", [](ScriptWords& words) -> Action { return {Delay{words.Unsigned(L"the delay")}}; }},
     {L"wait-event", ParseWait},
     {L"set-event", [](ScriptWords& words) -> Action { return {SetNamedEvent{EventName(words)}}; }},
@@ -147,13 +147,9 @@ constexpr std::pair<std::wstring_view, Parser> kParsers[] = {
     {L"remove-callback", [](ScriptWords&) -> Action { return {RemoveCallback{}}; }},
     {L"crash", ParseCrash},
     {L"thread",
-     [](ScriptWords& words) -> Action {
-         return {StartThreads{1, true, ParseBody(words)}};
-     }},
+     [](ScriptWords& words) -> Action { return {StartThreads{1, true, ParseBody(words)}}; }},
     {L"detached-thread",
-     [](ScriptWords& words) -> Action {
-         return {StartThreads{1, false, ParseBody(words)}};
-     }},
+     [](ScriptWords& words) -> Action { return {StartThreads{1, false, ParseBody(words)}}; }},
     {L"threads", ParseThreads},
     {L"after", ParseAfter},
     {L"when-event", ParseWhenEvent},
@@ -171,7 +167,7 @@ Action ParseReturn(ScriptWords& words, ActionPlace place) {
     if (place == ActionPlace::Elsewhere) {
         words.Fail(L"return stands directly after its point only");
     }
-    return {ReturnCode{static_cast<int32_t>(words.Bits32(L"the code"))}};
+    return {ReturnCode{static_cast<std::int32_t>(words.Bits32(L"the code"))}};
 }
 
 Action ParseNullController(ScriptWords& words, ActionPlace place) {
@@ -189,7 +185,7 @@ Action ParseUnchecked(ScriptWords& words, ActionPlace place) {
     if (name == L"null-controller") {
         return ParseNullController(words, place);
     }
-    for (const auto& [known, parser] : kParsers) {
+    for (const auto& [known, parser] : Parsers) {
         if (known == name) {
             return parser(words);
         }
@@ -212,18 +208,18 @@ std::optional<CallRange> ParseCallRange(std::wstring_view text) {
         return CallRange{};
     }
     const bool open = text.ends_with(L'+');
-    const size_t dash = text.find(L'-');
+    const std::size_t dash = text.find(L'-');
     const auto first = ParseNumber(open ? text.substr(0, text.size() - 1) : text.substr(0, dash));
     auto last = first;
     if (open) {
-        last = kNoLimit;
+        last = NoLimit;
     } else if (dash != std::wstring_view::npos) {
         last = ParseNumber(text.substr(dash + 1));
     }
-    if (!first || !last || *first == 0 || *first > *last || *last > kNoLimit) {
+    if (!first || !last || *first == 0 || *first > *last || *last > NoLimit) {
         return std::nullopt;
     }
-    return CallRange{static_cast<uint32_t>(*first), static_cast<uint32_t>(*last)};
+    return CallRange{static_cast<std::uint32_t>(*first), static_cast<std::uint32_t>(*last)};
 }
 
 }  // namespace dev_controller

@@ -6,19 +6,19 @@
 namespace dev_controller {
 namespace {
 
-constexpr DWORD kStopLimit = 10000;
-constexpr DWORD kHeartbeatPause = 1000;
-constexpr DWORD kWorkerPause = 1500;
-constexpr DWORD kChatterPause = 10;
-constexpr uint32_t kJobsPerFlush = 4;
-constexpr uint32_t kPrimesPerJob = 20000;
+constexpr DWORD StopLimit = 10000;
+constexpr DWORD HeartbeatPause = 1000;
+constexpr DWORD WorkerPause = 1500;
+constexpr DWORD ChatterPause = 10;
+constexpr std::uint32_t JobsPerFlush = 4;
+constexpr std::uint32_t PrimesPerJob = 20000;
 
-/// A bit of honest work: counts the primes from `first` to `first + kPrimesPerJob - 1`.
-uint32_t CountPrimes(uint32_t first) {
-    uint32_t primes = 0;
-    for (uint32_t number = std::max(first, 2U); number < first + kPrimesPerJob; ++number) {
+/// A bit of honest work: counts the primes from `first` to `first + PrimesPerJob - 1`.
+std::uint32_t CountPrimes(std::uint32_t first) {
+    std::uint32_t primes = 0;
+    for (std::uint32_t number = std::max(first, 2U); number < first + PrimesPerJob; ++number) {
         bool prime = true;
-        for (uint32_t divisor = 2; divisor * divisor <= number && prime; ++divisor) {
+        for (std::uint32_t divisor = 2; divisor * divisor <= number && prime; ++divisor) {
             prime = number % divisor != 0;
         }
         primes += prime ? 1 : 0;
@@ -27,7 +27,7 @@ uint32_t CountPrimes(uint32_t first) {
 }
 
 /// A line of the length asked for that can be told from every other one.
-std::wstring ChatterLine(uint32_t thread, uint32_t line, uint32_t length) {
+std::wstring ChatterLine(std::uint32_t thread, std::uint32_t line, std::uint32_t length) {
     std::wstring text = L"thread " + std::to_wstring(thread) + L" line " + std::to_wstring(line);
     text.resize(length, L'.');
     return text;
@@ -42,7 +42,7 @@ DWORD Components::Start() {
     const DWORD heartbeatError = threads_.Start([this] { Heartbeat(); });
     const DWORD workerError = threads_.Start([this] { Worker(); });
     DWORD error = heartbeatError != 0 ? heartbeatError : workerError;
-    for (uint32_t number = 1; chatter_ && number <= chatter_->threads; ++number) {
+    for (std::uint32_t number = 1; chatter_ && number <= chatter_->threads; ++number) {
         const DWORD chatterError = threads_.Start([this, number] { Chat(number); });
         error = error != 0 ? error : chatterError;
     }
@@ -51,7 +51,7 @@ DWORD Components::Start() {
 
 bool Components::Stop() {
     SetEvent(stop_.Get());
-    return threads_.Join(kStopLimit);
+    return threads_.Join(StopLimit);
 }
 
 bool Components::StoppedWithin(DWORD milliseconds) const {
@@ -59,56 +59,56 @@ bool Components::StoppedWithin(DWORD milliseconds) const {
 }
 
 void Components::Heartbeat() {
-    constexpr const wchar_t* kName = L"heartbeat";
-    host_.Log(Level::Trace, kName, L"started");
-    uint32_t beats = 0;
-    while (!StoppedWithin(kHeartbeatPause)) {
+    constexpr const wchar_t* Name = L"heartbeat";
+    host_.Log(Level::Trace, Name, L"started");
+    std::uint32_t beats = 0;
+    while (!StoppedWithin(HeartbeatPause)) {
         ++beats;
-        host_.Log(Level::Trace, kName, L"beat " + std::to_wstring(beats));
+        host_.Log(Level::Trace, Name, L"beat " + std::to_wstring(beats));
     }
-    host_.Log(Level::Trace, kName, L"stopped after " + std::to_wstring(beats) + L" beats");
+    host_.Log(Level::Trace, Name, L"stopped after " + std::to_wstring(beats) + L" beats");
 }
 
 void Components::Worker() {
-    constexpr const wchar_t* kName = L"worker";
-    host_.Log(Level::Trace, kName, L"started");
-    uint32_t jobs = 0;
-    while (!StoppedWithin(kWorkerPause)) {
+    constexpr const wchar_t* Name = L"worker";
+    host_.Log(Level::Trace, Name, L"started");
+    std::uint32_t jobs = 0;
+    while (!StoppedWithin(WorkerPause)) {
         // The range comes round again, so that a run of days does not overflow the numbers.
-        const uint32_t first = jobs % 1000 * kPrimesPerJob;
-        const uint32_t primes = CountPrimes(first);
+        const std::uint32_t first = jobs % 1000 * PrimesPerJob;
+        const std::uint32_t primes = CountPrimes(first);
         ++jobs;
-        host_.Log(Level::Trace, kName,
+        host_.Log(Level::Trace, Name,
                   L"job " + std::to_wstring(jobs) + L": " + std::to_wstring(primes) +
                       L" primes from " + std::to_wstring(first) + L" to " +
-                      std::to_wstring(first + kPrimesPerJob - 1));
-        if (jobs % kJobsPerFlush == 0) {
+                      std::to_wstring(first + PrimesPerJob - 1));
+        if (jobs % JobsPerFlush == 0) {
             host_.FlushLog();
-            host_.Log(Level::Trace, kName, L"log flushed");
+            host_.Log(Level::Trace, Name, L"log flushed");
         }
     }
-    host_.Log(Level::Trace, kName, L"stopped after " + std::to_wstring(jobs) + L" jobs");
+    host_.Log(Level::Trace, Name, L"stopped after " + std::to_wstring(jobs) + L" jobs");
 }
 
-void Components::Chat(uint32_t number) {
-    constexpr const wchar_t* kName = L"chatter";
+void Components::Chat(std::uint32_t number) {
+    constexpr const wchar_t* Name = L"chatter";
     const Chatter& chatter = *chatter_;
-    const uint64_t limit = chatter.lines == 0 ? ~uint64_t{0} : chatter.lines;
+    const std::uint64_t limit = chatter.lines == 0 ? ~std::uint64_t{0} : chatter.lines;
     const ULONGLONG start = GetTickCount64();
-    uint64_t lines = 0;
+    std::uint64_t lines = 0;
     bool stopped = false;
     while (!stopped && lines < limit) {
-        const uint64_t elapsed = GetTickCount64() - start;
-        const uint64_t due =
+        const std::uint64_t elapsed = GetTickCount64() - start;
+        const std::uint64_t due =
             chatter.rate == 0 ? lines + 1 : std::min(limit, elapsed * chatter.rate / 1000);
         for (; lines < due; ++lines) {
-            const auto line = static_cast<uint32_t>(lines + 1);
-            host_.Log(Level::Trace, kName, ChatterLine(number, line, chatter.length));
+            const auto line = static_cast<std::uint32_t>(lines + 1);
+            host_.Log(Level::Trace, Name, ChatterLine(number, line, chatter.length));
         }
-        stopped = StoppedWithin(chatter.rate == 0 ? 0 : kChatterPause);
+        stopped = StoppedWithin(chatter.rate == 0 ? 0 : ChatterPause);
     }
     const ULONGLONG elapsed = GetTickCount64() - start;
-    host_.Log(Level::Trace, kName,
+    host_.Log(Level::Trace, Name,
               L"thread " + std::to_wstring(number) + L" wrote " + std::to_wstring(lines) +
                   L" lines in " + std::to_wstring(elapsed) + L" ms");
 }

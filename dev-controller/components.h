@@ -29,7 +29,7 @@ class Components {
     [[nodiscard]] bool StoppedWithin(DWORD milliseconds) const;
     void Heartbeat();
     void Worker();
-    void Chat(uint32_t number);
+    void Chat(std::uint32_t number);
 
     HostLink& host_;
     const std::optional<Chatter> chatter_;

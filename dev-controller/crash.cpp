@@ -10,12 +10,12 @@
 namespace dev_controller {
 namespace {
 
-constexpr DWORD kHeapCorruption = 0xC0000374;
+constexpr DWORD StatusHeapCorruption = 0xC0000374;
 /// Not null, so that neither the compiler nor an undefined-behaviour check sees a null pointer.
-constexpr uintptr_t kUnmappedAddress = 0x10000 - 0x1000;
+constexpr std::uintptr_t UnmappedAddress = 0x10000 - 0x1000;
 
 /// Read at run time, so that the compiler cannot reason about the crash and remove it.
-volatile uintptr_t unmappedAddress = kUnmappedAddress;
+volatile std::uintptr_t unmappedAddress = UnmappedAddress;
 volatile int zero = 0;
 
 int* UnmappedInt() {
@@ -40,7 +40,7 @@ void CallBytes(std::initializer_list<unsigned char> code, DWORD protection) {
     std::memcpy(page, code.begin(), code.size());
     DWORD oldProtection = 0;
     VirtualProtect(page, code.size(), protection, &oldProtection);
-    reinterpret_cast<void (*)()>(reinterpret_cast<uintptr_t>(page))();
+    reinterpret_cast<void (*)()>(reinterpret_cast<std::uintptr_t>(page))();
 }
 
 void ExecuteData() {
@@ -69,8 +69,8 @@ int OverflowStack(int depth) {
     return zero == 0 ? OverflowStack(depth + 1) + frame[0] : depth;
 }
 
-void ThrowAndCatch(uint32_t count) {
-    for (uint32_t i = 0; i < count; ++i) {
+void ThrowAndCatch(std::uint32_t count) {
+    for (std::uint32_t i = 0; i < count; ++i) {
         try {
             throw std::runtime_error("handled");
         } catch (const std::runtime_error&) {
@@ -95,10 +95,10 @@ LONG CALLBACK ContinueExpected(EXCEPTION_POINTERS* pointers) {
 
 /// Handles by a vectored handler at the end of the chain: not every compiler for this target has
 /// frame handlers for codes that are not C++ exceptions.
-void RaiseAndContinue(DWORD code, uint32_t count) {
+void RaiseAndContinue(DWORD code, std::uint32_t count) {
     expected = {GetCurrentThreadId(), code};
     void* handler = AddVectoredExceptionHandler(0, ContinueExpected);
-    for (uint32_t i = 0; i < count; ++i) {
+    for (std::uint32_t i = 0; i < count; ++i) {
         RaiseException(code, 0, 0, nullptr);
     }
     RemoveVectoredExceptionHandler(handler);
@@ -134,7 +134,7 @@ void Crash(const CrashRequest& request) {
         case CrashKind::Raise:
             return RaiseException(request.code, EXCEPTION_NONCONTINUABLE, 0, nullptr);
         case CrashKind::HeapCorruption:
-            return RaiseException(kHeapCorruption, EXCEPTION_NONCONTINUABLE, 0, nullptr);
+            return RaiseException(StatusHeapCorruption, EXCEPTION_NONCONTINUABLE, 0, nullptr);
         case CrashKind::StackOverflow:
             static_cast<void>(OverflowStack(0));
             return;

@@ -22,8 +22,9 @@ enum class CrashKind {
 
 struct CrashRequest {
     CrashKind kind = CrashKind::Read;
-    uint32_t code = 0;   ///< `Raise`: the code. `Handled`: 0 throws C++ exceptions, else the code.
-    uint32_t count = 0;  ///< `Handled` only
+    std::uint32_t code =
+        0;  ///< `Raise`: the code. `Handled`: 0 throws C++ exceptions, else the code.
+    std::uint32_t count = 0;  ///< `Handled` only
 };
 
 /// Does what is asked on the calling thread. Must not be called from a function that is noexcept,

@@ -18,15 +18,15 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved) 
     }
 }
 
-int32_t OrrinCreateComponentModelController(OrrinControllerParams* params,
-                                            OrrinController** controllerOut) {
+std::int32_t OrrinCreateComponentModelController(OrrinControllerParams* params,
+                                                 OrrinController** controllerOut) {
     return Library::Instance().Create(params, controllerOut);
 }
 
-int32_t OrrinFreeComponentModelController(OrrinController* controller) {
+std::int32_t OrrinFreeComponentModelController(OrrinController* controller) {
     return Library::Instance().Free(controller);
 }
 
-int32_t OrrinBootstrap(OrrinControllerParams* params) {
+std::int32_t OrrinBootstrap(OrrinControllerParams* params) {
     return Library::Instance().Bootstrap(params);
 }

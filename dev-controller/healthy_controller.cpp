@@ -5,13 +5,13 @@
 namespace dev_controller {
 
 HealthyController::HealthyController(HostLink& host, std::optional<Chatter> chatter,
-                                     uint32_t firstResult, uint32_t secondResult)
+                                     std::uint32_t firstResult, std::uint32_t secondResult)
     : host_(host),
       firstResult_(firstResult),
       secondResult_(secondResult),
       components_(host, chatter) {}
 
-int32_t HealthyController::Enter(ControllerCall call, const wchar_t* name) {
+std::int32_t HealthyController::Enter(ControllerCall call, const wchar_t* name) {
     const wchar_t* objection = nullptr;
     {
         const ExclusiveLock lock(orderLock_);
@@ -24,10 +24,10 @@ int32_t HealthyController::Enter(ControllerCall call, const wchar_t* name) {
         return 0;
     }
     host_.Log(Level::Error, std::wstring(name) + L" refused: " + objection);
-    return kRefusedOrder;
+    return RefusedOrder;
 }
 
-int32_t HealthyController::Create() {
+std::int32_t HealthyController::Create() {
     host_.Log(Level::Trace, L"development controller created");
     return 0;
 }
@@ -39,29 +39,29 @@ void HealthyController::ShowLevels() {
     host_.Log(Level::Verbose, L"this is what a verbose line looks like");
 }
 
-int32_t HealthyController::Load() {
-    if (const int32_t refusal = Enter(ControllerCall::Load, L"LoadAddons")) {
+std::int32_t HealthyController::Load() {
+    if (const std::int32_t refusal = Enter(ControllerCall::Load, L"LoadAddons")) {
         return refusal;
     }
     const auto result = host_.RegisterInterfaces(firstResult_, secondResult_);
     if (!result || *result != 0) {
         host_.Log(Level::Error, L"the host's interfaces could not be registered");
-        return static_cast<int32_t>(result.value_or(ERROR_NOT_SUPPORTED));
+        return static_cast<std::int32_t>(result.value_or(ERROR_NOT_SUPPORTED));
     }
     host_.Log(Level::Trace, L"loaded: heartbeat, worker");
     ShowLevels();
     return 0;
 }
 
-int32_t HealthyController::Activate() {
-    if (const int32_t refusal = Enter(ControllerCall::Activate, L"Activate")) {
+std::int32_t HealthyController::Activate() {
+    if (const std::int32_t refusal = Enter(ControllerCall::Activate, L"Activate")) {
         return refusal;
     }
     if (const DWORD error = components_.Start()) {
         host_.Log(Level::Error,
                   L"a component could not be started, error " + std::to_wstring(error));
         components_.Stop();
-        return static_cast<int32_t>(error);
+        return static_cast<std::int32_t>(error);
     }
     host_.Log(Level::Trace, L"active");
     AskForStopPermission();
@@ -78,7 +78,7 @@ void HealthyController::AskForStopPermission() {
     }
 }
 
-int32_t HealthyController::StopComponents() {
+std::int32_t HealthyController::StopComponents() {
     if (!components_.Stop()) {
         host_.Log(Level::Error, L"a component did not stop in time");
         return ERROR_TIMEOUT;
@@ -86,23 +86,23 @@ int32_t HealthyController::StopComponents() {
     return 0;
 }
 
-int32_t HealthyController::Notify() {
-    if (const int32_t refusal = Enter(ControllerCall::Notify, L"NotifyOnStop")) {
+std::int32_t HealthyController::Notify() {
+    if (const std::int32_t refusal = Enter(ControllerCall::Notify, L"NotifyOnStop")) {
         return refusal;
     }
     host_.Log(Level::Trace, L"stopping the components");
     return StopComponents();
 }
 
-int32_t HealthyController::Deactivate() {
-    if (const int32_t refusal = Enter(ControllerCall::Deactivate, L"Deactivate")) {
+std::int32_t HealthyController::Deactivate() {
+    if (const std::int32_t refusal = Enter(ControllerCall::Deactivate, L"Deactivate")) {
         return refusal;
     }
     host_.Log(Level::Trace, L"deactivated");
     return 0;
 }
 
-int32_t HealthyController::Free() {
+std::int32_t HealthyController::Free() {
     const wchar_t* remark = nullptr;
     {
         const ExclusiveLock lock(orderLock_);
@@ -111,13 +111,13 @@ int32_t HealthyController::Free() {
     if (remark != nullptr) {
         host_.Log(Level::Warning, remark);
     }
-    const int32_t code = StopComponents();
+    const std::int32_t code = StopComponents();
     host_.FlushLog();
     host_.Log(Level::Trace, L"development controller freed");
     return code;
 }
 
-int32_t HealthyController::Bootstrap() {
+std::int32_t HealthyController::Bootstrap() {
     host_.Log(Level::Trace, L"unpack: this development library brings no archive, nothing to do");
     return 0;
 }

@@ -13,41 +13,41 @@
 namespace dev_controller {
 
 /// The codes of a library that was called in a way that it refuses.
-enum RefusalCode : int32_t {
-    kRefusedOrder = 0x51,
-    kRefusedObject = 0x52,
-    kRefusedSecondCreate = 0x53,
-    kRefusedParams = 0x54,
-    kBrokenScript = 0x5C,
+enum RefusalCode : std::int32_t {
+    RefusedOrder = 0x51,
+    RefusedObject = 0x52,
+    RefusedSecondCreate = 0x53,
+    RefusedParams = 0x54,
+    BrokenScript = 0x5C,
 };
 
 /// What the library does by itself: it loads, keeps two components alive and ends them in order.
 class HealthyController {
   public:
-    HealthyController(HostLink& host, std::optional<Chatter> chatter, uint32_t firstResult,
-                      uint32_t secondResult);
+    HealthyController(HostLink& host, std::optional<Chatter> chatter, std::uint32_t firstResult,
+                      std::uint32_t secondResult);
     HealthyController(const HealthyController&) = delete;
     HealthyController& operator=(const HealthyController&) = delete;
 
-    [[nodiscard]] int32_t Create();
-    [[nodiscard]] int32_t Load();
-    [[nodiscard]] int32_t Activate();
-    [[nodiscard]] int32_t Notify();
-    [[nodiscard]] int32_t Deactivate();
-    [[nodiscard]] int32_t Free();
-    [[nodiscard]] int32_t Bootstrap();
+    [[nodiscard]] std::int32_t Create();
+    [[nodiscard]] std::int32_t Load();
+    [[nodiscard]] std::int32_t Activate();
+    [[nodiscard]] std::int32_t Notify();
+    [[nodiscard]] std::int32_t Deactivate();
+    [[nodiscard]] std::int32_t Free();
+    [[nodiscard]] std::int32_t Bootstrap();
 
   private:
     /// Claims the call in the order: two threads cannot both be let in. Returns the refusal's code,
     /// or 0 after the call was noted as done.
-    int32_t Enter(ControllerCall call, const wchar_t* name);
+    std::int32_t Enter(ControllerCall call, const wchar_t* name);
     void ShowLevels();
     void AskForStopPermission();
-    int32_t StopComponents();
+    std::int32_t StopComponents();
 
     HostLink& host_;
-    const uint32_t firstResult_;
-    const uint32_t secondResult_;
+    const std::uint32_t firstResult_;
+    const std::uint32_t secondResult_;
     SRWLOCK orderLock_ = SRWLOCK_INIT;
     CallOrder order_;  ///< guarded by `orderLock_`
     Components components_;

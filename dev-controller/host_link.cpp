@@ -10,7 +10,7 @@
 namespace dev_controller {
 namespace {
 
-constexpr const wchar_t* kOwnComponent = L"dev-controller";
+constexpr const wchar_t* OwnComponent = L"dev-controller";
 
 TranscriptLine Before(const char* call) {
     TranscriptLine line("host", call);
@@ -25,13 +25,13 @@ TranscriptLine After(const char* call) {
 }
 
 void AddText(TranscriptLine& line, std::string_view name, const wchar_t* text) {
-    constexpr size_t kShownCharacters = 120;
+    constexpr std::size_t ShownCharacters = 120;
     if (text == nullptr) {
         line.Word(name, "null");
         return;
     }
     const std::wstring_view whole(text);
-    line.Quoted(name, whole.substr(0, kShownCharacters));
+    line.Quoted(name, whole.substr(0, ShownCharacters));
 }
 
 }  // namespace
@@ -52,16 +52,16 @@ void HostLink::Unavailable(const char* call) {
     Log(Level::Error, L"the host offers no " + std::wstring(call, call + std::strlen(call)));
 }
 
-void HostLink::Log(uint32_t level, const wchar_t* component, const wchar_t* text) {
+void HostLink::Log(std::uint32_t level, const wchar_t* component, const wchar_t* text) {
     const OrrinControllerParams* params = params_;
     if (params == nullptr || params->OrrinLoggingCallback == nullptr) {
         return;
     }
     if (transcript_.IsOpen()) {
         TranscriptLine line("host", "log");
-        line.Number("level", static_cast<int32_t>(level));
+        line.Number("level", static_cast<std::int32_t>(level));
         AddText(line, "component", component);
-        line.Number("length", text == nullptr ? -1 : static_cast<int64_t>(std::wcslen(text)));
+        line.Number("length", text == nullptr ? -1 : static_cast<std::int64_t>(std::wcslen(text)));
         AddText(line, "text", text);
         transcript_.Write(line);
     }
@@ -69,11 +69,11 @@ void HostLink::Log(uint32_t level, const wchar_t* component, const wchar_t* text
 }
 
 void HostLink::Log(Level level, const wchar_t* component, const std::wstring& text) {
-    Log(static_cast<uint32_t>(level), component, text.c_str());
+    Log(static_cast<std::uint32_t>(level), component, text.c_str());
 }
 
 void HostLink::Log(Level level, const std::wstring& text) {
-    Log(level, kOwnComponent, text);
+    Log(level, OwnComponent, text);
 }
 
 void HostLink::FlushLog() {
@@ -96,7 +96,8 @@ void HostLink::Interrupt() {
     transcript_.Write(After("interrupt"));
 }
 
-std::optional<uint32_t> HostLink::RegisterInterfaces(uint32_t firstResult, uint32_t secondResult) {
+std::optional<std::uint32_t> HostLink::RegisterInterfaces(std::uint32_t firstResult,
+                                                          std::uint32_t secondResult) {
     const OrrinControllerParams* params = params_;
     if (params == nullptr || params->RegisterHostComponentEntry == nullptr) {
         Unavailable("register");
@@ -106,23 +107,24 @@ std::optional<uint32_t> HostLink::RegisterInterfaces(uint32_t firstResult, uint3
     Registrar registrar = {{&RegisterInterface}, this, {firstResult, secondResult}, 0};
     TranscriptLine before = Before("register");
     transcript_.Write(before.Pointer("registrar", &registrar).Pointer("context", params->context));
-    const uint32_t result =
+    const std::uint32_t result =
         params->RegisterHostComponentEntry(&registrar.row, nullptr, nullptr, params->context);
     TranscriptLine after = After("register");
     transcript_.Write(after.Number("result", result).Number("interfaces", registrar.calls));
     return result;
 }
 
-uint32_t HostLink::RegisterInterface(OrrinInterfaceRegistrar* self, OrrinHostComponent* component,
-                                     QuillonInterfaceHead* head) {
+std::uint32_t HostLink::RegisterInterface(OrrinInterfaceRegistrar* self,
+                                          OrrinHostComponent* component,
+                                          QuillonInterfaceHead* head) {
     void* registrar = self;
     return static_cast<Registrar*>(registrar)->link->Take(*static_cast<Registrar*>(registrar),
                                                           component, head);
 }
 
-uint32_t HostLink::Take(Registrar& registrar, OrrinHostComponent* component,
-                        QuillonInterfaceHead* head) {
-    const uint32_t call = ++registrar.calls;
+std::uint32_t HostLink::Take(Registrar& registrar, OrrinHostComponent* component,
+                             QuillonInterfaceHead* head) {
+    const std::uint32_t call = ++registrar.calls;
     TranscriptLine enter("call", "register-interface");
     transcript_.Write(enter.Word("phase", "enter")
                           .Number("call-number", call)
@@ -134,7 +136,7 @@ uint32_t HostLink::Take(Registrar& registrar, OrrinHostComponent* component,
     if (component != nullptr) {
         WriteComponent(transcript_, *component, context);
     }
-    const uint32_t result = registrar.results[std::min(call, 2U) - 1];
+    const std::uint32_t result = registrar.results[std::min(call, 2U) - 1];
     if (head != nullptr) {
         WriteInterface(transcript_, *head, context);
         if (result == 0) {
@@ -158,20 +160,21 @@ void HostLink::Keep(QuillonInterfaceHead* head) {
     }
 }
 
-std::optional<uint32_t> HostLink::EnableStop() {
+std::optional<std::uint32_t> HostLink::EnableStop() {
     const QuillonInteractionInterface* interaction = interaction_;
     if (interaction == nullptr || interaction->OrrinEnableServiceStop == nullptr) {
         Unavailable("enable-stop");
         return std::nullopt;
     }
     transcript_.Write(Before("enable-stop"));
-    const uint32_t result = interaction->OrrinEnableServiceStop();
+    const std::uint32_t result = interaction->OrrinEnableServiceStop();
     TranscriptLine after = After("enable-stop");
     transcript_.Write(after.Number("result", result));
     return result;
 }
 
-std::optional<uint32_t> HostLink::SetCallback(OrrinPreExceptionCallback callback, void* context) {
+std::optional<std::uint32_t> HostLink::SetCallback(OrrinPreExceptionCallback callback,
+                                                   void* context) {
     const QuillonExceptionInterface* exception = exception_;
     if (exception == nullptr || exception->OrrinSetPreExceptionCallback == nullptr) {
         Unavailable("set-callback");
@@ -179,20 +182,21 @@ std::optional<uint32_t> HostLink::SetCallback(OrrinPreExceptionCallback callback
     }
     TranscriptLine before = Before("set-callback");
     transcript_.Write(before.Pointer("callback", callback).Pointer("context", context));
-    const uint32_t result = exception->OrrinSetPreExceptionCallback(nullptr, callback, context);
+    const std::uint32_t result =
+        exception->OrrinSetPreExceptionCallback(nullptr, callback, context);
     TranscriptLine after = After("set-callback");
     transcript_.Write(after.Number("result", result));
     return result;
 }
 
-std::optional<uint32_t> HostLink::RemoveCallback() {
+std::optional<std::uint32_t> HostLink::RemoveCallback() {
     const QuillonExceptionInterface* exception = exception_;
     if (exception == nullptr || exception->OrrinRemovePreExceptionCallback == nullptr) {
         Unavailable("remove-callback");
         return std::nullopt;
     }
     transcript_.Write(Before("remove-callback"));
-    const uint32_t result = exception->OrrinRemovePreExceptionCallback();
+    const std::uint32_t result = exception->OrrinRemovePreExceptionCallback();
     TranscriptLine after = After("remove-callback");
     transcript_.Write(after.Number("result", result));
     return result;

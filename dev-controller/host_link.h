@@ -12,7 +12,7 @@
 namespace dev_controller {
 
 /// The levels of the host's log sink. The fourth is one of the "every other" values.
-enum class Level : uint32_t {
+enum class Level : std::uint32_t {
     Trace = ORRIN_LOG_TRACE,
     Warning = ORRIN_LOG_WARNING,
     Error = ORRIN_LOG_ERROR,
@@ -31,15 +31,16 @@ class HostLink {
     void Disconnect();
 
     /// Null texts are handed over as they are.
-    void Log(uint32_t level, const wchar_t* component, const wchar_t* text);
+    void Log(std::uint32_t level, const wchar_t* component, const wchar_t* text);
     void Log(Level level, const std::wstring& text);
     void Log(Level level, const wchar_t* component, const std::wstring& text);
     void FlushLog();
     void Interrupt();
-    std::optional<uint32_t> RegisterInterfaces(uint32_t firstResult, uint32_t secondResult);
-    std::optional<uint32_t> EnableStop();
-    std::optional<uint32_t> SetCallback(OrrinPreExceptionCallback callback, void* context);
-    std::optional<uint32_t> RemoveCallback();
+    std::optional<std::uint32_t> RegisterInterfaces(std::uint32_t firstResult,
+                                                    std::uint32_t secondResult);
+    std::optional<std::uint32_t> EnableStop();
+    std::optional<std::uint32_t> SetCallback(OrrinPreExceptionCallback callback, void* context);
+    std::optional<std::uint32_t> RemoveCallback();
 
     [[nodiscard]] const OrrinControllerParams* Params() const { return params_.load(); }
 
@@ -49,13 +50,15 @@ class HostLink {
     struct Registrar {
         OrrinInterfaceRegistrar row;
         HostLink* link;
-        uint32_t results[2];
-        uint32_t calls;
+        std::uint32_t results[2];
+        std::uint32_t calls;
     };
 
-    static uint32_t RegisterInterface(OrrinInterfaceRegistrar* self, OrrinHostComponent* component,
-                                      QuillonInterfaceHead* head);
-    uint32_t Take(Registrar& registrar, OrrinHostComponent* component, QuillonInterfaceHead* head);
+    static std::uint32_t RegisterInterface(OrrinInterfaceRegistrar* self,
+                                           OrrinHostComponent* component,
+                                           QuillonInterfaceHead* head);
+    std::uint32_t Take(Registrar& registrar, OrrinHostComponent* component,
+                       QuillonInterfaceHead* head);
     void Keep(QuillonInterfaceHead* head);
     void Unavailable(const char* call);
 

@@ -11,39 +11,41 @@
 namespace dev_controller {
 namespace {
 
-constexpr size_t kSlotCount = 32;
-constexpr size_t kArgumentCount = 12;
-using Arguments = std::array<uint64_t, kArgumentCount>;
+constexpr std::size_t SlotCount = 32;
+constexpr std::size_t ArgumentCount = 12;
+using Arguments = std::array<std::uint64_t, ArgumentCount>;
 /// On this processor a function's integer arguments lie in the same places whatever their number,
 /// and the caller cleans up: too many handed on are not noticed.
-using AnyFunction = uint64_t(WINAPI*)(uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t,
-                                      uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t);
+using AnyFunction = std::uint64_t(WINAPI*)(std::uint64_t, std::uint64_t, std::uint64_t,
+                                           std::uint64_t, std::uint64_t, std::uint64_t,
+                                           std::uint64_t, std::uint64_t, std::uint64_t,
+                                           std::uint64_t, std::uint64_t, std::uint64_t);
 
 struct Slot {
     std::string function;
     AnyFunction original = nullptr;
     std::vector<ImportRule> rules;
-    std::atomic<uint32_t> calls = 0;
+    std::atomic<std::uint32_t> calls = 0;
 };
 
 /// Written before the imports are replaced, read afterwards; never destroyed, as calls come until
 /// the process has ended.
-std::array<Slot, kSlotCount>& slots = *new std::array<Slot, kSlotCount>;
+std::array<Slot, SlotCount>& slots = *new std::array<Slot, SlotCount>;
 Transcript* transcript = nullptr;
 RunActions& runActions = *new RunActions;
 /// Not null on a thread that runs the actions of a rule.
 DWORD insideActions = TLS_OUT_OF_INDEXES;
 
-uint64_t CallOriginal(const Slot& slot, const Arguments& a) {
+std::uint64_t CallOriginal(const Slot& slot, const Arguments& a) {
     return slot.original(a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8], a[9], a[10], a[11]);
 }
 
 /// Reads through the platform, because the argument need not be a pointer at all.
-std::wstring TextAt(uint64_t address) {
-    constexpr size_t kMaximumLength = 1024;
+std::wstring TextAt(std::uint64_t address) {
+    constexpr std::size_t MaximumLength = 1024;
     std::wstring text;
     wchar_t unit = L'\0';
-    while (text.size() < kMaximumLength) {
+    while (text.size() < MaximumLength) {
         const auto* next = reinterpret_cast<const wchar_t*>(address) + text.size();
         SIZE_T read = 0;
         if (!ReadProcessMemory(GetCurrentProcess(), next, &unit, sizeof(unit), &read) ||
@@ -62,13 +64,13 @@ void RunBeforeCall(const BeforeImport& before) {
     TlsSetValue(insideActions, nullptr);
 }
 
-TranscriptLine CallLine(const Slot& slot, uint32_t call, const char* phase) {
+TranscriptLine CallLine(const Slot& slot, std::uint32_t call, const char* phase) {
     TranscriptLine line("import", slot.function);
     line.Number("call-number", call).Word("phase", phase);
     return line;
 }
 
-void TraceEnter(const Slot& slot, uint32_t call, const Arguments& arguments) {
+void TraceEnter(const Slot& slot, std::uint32_t call, const Arguments& arguments) {
     TranscriptLine line = CallLine(slot, call, "enter");
     line.Hex("arg1", arguments[0])
         .Hex("arg2", arguments[1])
@@ -78,12 +80,12 @@ void TraceEnter(const Slot& slot, uint32_t call, const Arguments& arguments) {
 }
 
 struct Result {
-    uint64_t value = 0;
+    std::uint64_t value = 0;
     DWORD error = 0;
     bool failedOnPurpose = false;
 };
 
-void TraceLeave(const Slot& slot, uint32_t call, const Result& result) {
+void TraceLeave(const Slot& slot, std::uint32_t call, const Result& result) {
     TranscriptLine line = CallLine(slot, call, "leave");
     line.Hex("result", result.value)
         .Number("error", result.error)
@@ -92,7 +94,7 @@ void TraceLeave(const Slot& slot, uint32_t call, const Result& result) {
 }
 
 /// Before the call, because after SERVICE_STOPPED the process may be gone.
-void WriteStatus(uint32_t call, const SERVICE_STATUS& status) {
+void WriteStatus(std::uint32_t call, const SERVICE_STATUS& status) {
     TranscriptLine line("status", "report");
     line.Number("report-number", call)
         .Hex("dwServiceType", status.dwServiceType)
@@ -105,16 +107,16 @@ void WriteStatus(uint32_t call, const SERVICE_STATUS& status) {
     transcript->Write(line);
 }
 
-void WriteStatusAnswer(uint32_t call, const Result& result) {
-    const uint64_t success = result.value & 0xFFFFFFFF;
+void WriteStatusAnswer(std::uint32_t call, const Result& result) {
+    const std::uint64_t success = result.value & 0xFFFFFFFF;
     TranscriptLine line("status", "answer");
     line.Number("report-number", call)
-        .Number("result", static_cast<int64_t>(success))
+        .Number("result", static_cast<std::int64_t>(success))
         .Number("error", success == 0 ? result.error : 0);
     transcript->Write(line);
 }
 
-const FailImport* FailureFor(const Slot& slot, uint32_t call, const Arguments& arguments) {
+const FailImport* FailureFor(const Slot& slot, std::uint32_t call, const Arguments& arguments) {
     for (const ImportRule& rule : slot.rules) {
         const auto* fail = std::get_if<FailImport>(&rule.what);
         if (fail == nullptr || !rule.calls.Holds(call)) {
@@ -134,7 +136,7 @@ bool HasRule(const Slot& slot) {
     });
 }
 
-Result Answer(const Slot& slot, uint32_t call, const Arguments& arguments) {
+Result Answer(const Slot& slot, std::uint32_t call, const Arguments& arguments) {
     Result result;
     if (const FailImport* fail = FailureFor(slot, call, arguments)) {
         result.value = fail->result.value_or(FailureResult(slot.function, fail->error));
@@ -147,7 +149,7 @@ Result Answer(const Slot& slot, uint32_t call, const Arguments& arguments) {
     return result;
 }
 
-uint64_t Dispatch(size_t index, const Arguments& arguments) {
+std::uint64_t Dispatch(std::size_t index, const Arguments& arguments) {
     Slot& slot = slots[index];
     const DWORD lastError = GetLastError();
     const bool inside = TlsGetValue(insideActions) != nullptr;
@@ -155,7 +157,7 @@ uint64_t Dispatch(size_t index, const Arguments& arguments) {
         SetLastError(lastError);
         return CallOriginal(slot, arguments);
     }
-    const uint32_t call = ++slot.calls;
+    const std::uint32_t call = ++slot.calls;
     for (const ImportRule& rule : slot.rules) {
         const auto* before = std::get_if<BeforeImport>(&rule.what);
         if (before != nullptr && rule.calls.Holds(call)) {
@@ -183,20 +185,21 @@ uint64_t Dispatch(size_t index, const Arguments& arguments) {
     return result.value;
 }
 
-template <size_t Index>
-uint64_t WINAPI Entry(uint64_t a0, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4, uint64_t a5,
-                      uint64_t a6, uint64_t a7, uint64_t a8, uint64_t a9, uint64_t a10,
-                      uint64_t a11) {
+template <std::size_t Index>
+std::uint64_t WINAPI Entry(std::uint64_t a0, std::uint64_t a1, std::uint64_t a2, std::uint64_t a3,
+                           std::uint64_t a4, std::uint64_t a5, std::uint64_t a6, std::uint64_t a7,
+                           std::uint64_t a8, std::uint64_t a9, std::uint64_t a10,
+                           std::uint64_t a11) {
     return Dispatch(Index, {a0, a1, a2, a3, a4, a5, a6, a7, a8, a9, a10, a11});
 }
 
-template <size_t... Indices>
+template <std::size_t... Indices>
 constexpr std::array<AnyFunction, sizeof...(Indices)> MakeEntries(std::index_sequence<Indices...>) {
     return {Entry<Indices>...};
 }
 
-constexpr std::array<AnyFunction, kSlotCount> kEntries =
-    MakeEntries(std::make_index_sequence<kSlotCount>());
+constexpr std::array<AnyFunction, SlotCount> Entries =
+    MakeEntries(std::make_index_sequence<SlotCount>());
 
 std::wstring Widen(const std::string& ascii) {
     return std::wstring(ascii.begin(), ascii.end());
@@ -218,7 +221,7 @@ std::optional<std::wstring> Replace(Slot& slot, AnyFunction entry) {
     if (word == nullptr) {
         return L"the executable does not import " + Widen(slot.function);
     }
-    slot.original = reinterpret_cast<AnyFunction>(reinterpret_cast<uintptr_t>(*word));
+    slot.original = reinterpret_cast<AnyFunction>(reinterpret_cast<std::uintptr_t>(*word));
     if (ReplaceImport(word, reinterpret_cast<void*>(entry)) == nullptr) {
         return L"the import table is not writable";
     }
@@ -227,21 +230,21 @@ std::optional<std::wstring> Replace(Slot& slot, AnyFunction entry) {
 
 }  // namespace
 
-uint64_t FailureResult(const std::string& function, uint32_t error) {
-    constexpr uint64_t kInvalidHandle = ~uint64_t{0};
-    constexpr uint64_t kFailed32 = 0xFFFFFFFF;
-    constexpr const char* kInvalidHandleFunctions[] = {"CreateFileW", "CreateFileA",
-                                                       "FindFirstFileW", "FindFirstFileExW",
-                                                       "CreateToolhelp32Snapshot"};
-    constexpr const char* kAllBitsFunctions[] = {"GetFileAttributesW", "SetFilePointer",
-                                                 "ResumeThread", "SuspendThread", "GetFileSize"};
+std::uint64_t FailureResult(const std::string& function, std::uint32_t error) {
+    constexpr std::uint64_t InvalidHandle = ~std::uint64_t{0};
+    constexpr std::uint64_t Failed32 = 0xFFFFFFFF;
+    constexpr const char* InvalidHandleFunctions[] = {"CreateFileW", "CreateFileA",
+                                                      "FindFirstFileW", "FindFirstFileExW",
+                                                      "CreateToolhelp32Snapshot"};
+    constexpr const char* AllBitsFunctions[] = {"GetFileAttributesW", "SetFilePointer",
+                                                "ResumeThread", "SuspendThread", "GetFileSize"};
     const auto is = [&](const char* name) { return function == name; };
-    if (std::any_of(std::begin(kInvalidHandleFunctions), std::end(kInvalidHandleFunctions), is)) {
-        return kInvalidHandle;
+    if (std::any_of(std::begin(InvalidHandleFunctions), std::end(InvalidHandleFunctions), is)) {
+        return InvalidHandle;
     }
     if (function.starts_with("WaitFor") ||
-        std::any_of(std::begin(kAllBitsFunctions), std::end(kAllBitsFunctions), is)) {
-        return kFailed32;
+        std::any_of(std::begin(AllBitsFunctions), std::end(AllBitsFunctions), is)) {
+        return Failed32;
     }
     // The registry's functions give back the error itself.
     return function.starts_with("Reg") && !function.starts_with("Register") ? error : 0;
@@ -260,8 +263,8 @@ std::optional<std::wstring> InstallImportHooks(const std::vector<ImportRule>& ru
         }
         slot->rules.push_back(rule);
     }
-    for (size_t i = 0; i < kSlotCount && !slots[i].function.empty(); ++i) {
-        if (auto mistake = Replace(slots[i], kEntries[i])) {
+    for (std::size_t i = 0; i < SlotCount && !slots[i].function.empty(); ++i) {
+        if (auto mistake = Replace(slots[i], Entries[i])) {
             return mistake;
         }
     }

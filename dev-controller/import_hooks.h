@@ -26,7 +26,7 @@ using RunActions = std::function<void(const Actions&)>;
                                                              RunActions runActions);
 
 /// What `function` gives back when it fails with `error`, unless a rule says otherwise.
-[[nodiscard]] uint64_t FailureResult(const std::string& function, uint32_t error);
+[[nodiscard]] std::uint64_t FailureResult(const std::string& function, std::uint32_t error);
 
 }  // namespace dev_controller
 

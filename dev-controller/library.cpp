@@ -12,10 +12,10 @@
 namespace dev_controller {
 namespace {
 
-constexpr DWORD kCloseLimit = 10000;
-constexpr DWORD kReportLimit = 5000;
+constexpr DWORD CloseLimit = 10000;
+constexpr DWORD ReportLimit = 5000;
 /// An unpacking is over when its threads are; a script that never ends is broken off.
-constexpr DWORD kBootstrapLimit = 60000;
+constexpr DWORD BootstrapLimit = 60000;
 
 void WriteSentReport(Transcript& transcript, const SERVICE_STATUS& status, bool success,
                      DWORD error) {
@@ -83,7 +83,7 @@ bool Library::Attach(HMODULE module) {
 /// code runs for the first time.
 std::optional<std::wstring> Library::Prepare() {
     if (!script_.transcript.empty()) {
-        if (const uint32_t error = transcript_.Open(script_.transcript)) {
+        if (const std::uint32_t error = transcript_.Open(script_.transcript)) {
             return L"cannot write the transcript " + script_.transcript + L", error " +
                    std::to_wstring(error);
         }
@@ -119,13 +119,13 @@ void Library::WriteEnter(const char* call, const void* argument) {
         line.Word("phase", "enter").Pointer("argument", argument).Word("com", ComStateOfThread()));
 }
 
-int32_t Library::WriteLeave(const char* call, int32_t code) {
+std::int32_t Library::WriteLeave(const char* call, std::int32_t code) {
     TranscriptLine line("call", call);
     transcript_.Write(line.Word("phase", "leave").Number("result", code));
     return code;
 }
 
-int32_t Library::Answer(Point point, HealthyStep step, Outcome& outcome) {
+std::int32_t Library::Answer(Point point, HealthyStep step, Outcome& outcome) {
     outcome = player_->PlayPoint(point);
     if (outcome.code) {
         return *outcome.code;
@@ -133,37 +133,39 @@ int32_t Library::Answer(Point point, HealthyStep step, Outcome& outcome) {
     return healthy_ ? ((*healthy_).*step)() : 0;
 }
 
-int32_t Library::Create(OrrinControllerParams* params, OrrinController** controllerOut) {
+std::int32_t Library::Create(OrrinControllerParams* params, OrrinController** controllerOut) {
     WriteEnter("create", params);
     if (params == nullptr || controllerOut == nullptr) {
-        return WriteLeave("create", kRefusedParams);
+        return WriteLeave("create", RefusedParams);
     }
     TranscriptLine out("create-out", "controller");
     transcript_.Write(
         out.Pointer("address", controllerOut)
-            .Number("offset-from-context",
-                    static_cast<int64_t>(reinterpret_cast<uintptr_t>(controllerOut)) -
-                        static_cast<int64_t>(reinterpret_cast<uintptr_t>(params->context)))
+            .Number(
+                "offset-from-context",
+                static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(controllerOut)) -
+                    static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(params->context)))
             .Number("null-at-call", *controllerOut == nullptr ? 1 : 0));
     WriteParams(transcript_, *params);
     return WriteLeave("create", CreateChecked(params, controllerOut));
 }
 
-int32_t Library::CreateChecked(OrrinControllerParams* params, OrrinController** controllerOut) {
+std::int32_t Library::CreateChecked(OrrinControllerParams* params,
+                                    OrrinController** controllerOut) {
     if (created_.exchange(true)) {
         host_.Log(Level::Error, L"create refused: there is a controller already");
-        return kRefusedSecondCreate;
+        return RefusedSecondCreate;
     }
     host_.Connect(params);
-    int32_t code = 0;
+    std::int32_t code = 0;
     Outcome outcome;
     if (!brokenScript_.empty()) {
         host_.Log(Level::Error, brokenScript_);
-        code = kBrokenScript;
+        code = BrokenScript;
     } else if (healthy_ && params->version != ORRIN_PARAMS_VERSION_CONTROLLER) {
         host_.Log(Level::Error,
                   L"create refused: parameters of version " + std::to_wstring(params->version));
-        code = kRefusedParams;
+        code = RefusedParams;
     } else {
         code = Answer(Point::Create, &HealthyController::Create, outcome);
     }
@@ -177,65 +179,66 @@ int32_t Library::CreateChecked(OrrinControllerParams* params, OrrinController** 
     return code;
 }
 
-int32_t Library::Serve(const char* name, Point point, HealthyStep step, OrrinController* self) {
+std::int32_t Library::Serve(const char* name, Point point, HealthyStep step,
+                            OrrinController* self) {
     WriteEnter(name, self);
     if (self != &row_) {
         host_.Log(Level::Error, L"a call was refused: it names an unknown controller");
-        return WriteLeave(name, kRefusedObject);
+        return WriteLeave(name, RefusedObject);
     }
     Outcome outcome;
     return WriteLeave(name, Answer(point, step, outcome));
 }
 
-int32_t Library::LoadAddons(OrrinController* self) {
+std::int32_t Library::LoadAddons(OrrinController* self) {
     return Instance().Serve("load", Point::Load, &HealthyController::Load, self);
 }
 
-int32_t Library::Activate(OrrinController* self) {
+std::int32_t Library::Activate(OrrinController* self) {
     return Instance().Serve("activate", Point::Activate, &HealthyController::Activate, self);
 }
 
-int32_t Library::NotifyOnStop(OrrinController* self) {
+std::int32_t Library::NotifyOnStop(OrrinController* self) {
     return Instance().Serve("notify", Point::Notify, &HealthyController::Notify, self);
 }
 
-int32_t Library::Deactivate(OrrinController* self) {
+std::int32_t Library::Deactivate(OrrinController* self) {
     return Instance().Serve("deactivate", Point::Deactivate, &HealthyController::Deactivate, self);
 }
 
-int32_t Library::Free(OrrinController* controller) {
+std::int32_t Library::Free(OrrinController* controller) {
     WriteEnter("free", controller);
     if (!created_) {
         host_.Log(Level::Error, L"free refused: there is no controller");
-        return WriteLeave("free", kRefusedObject);
+        return WriteLeave("free", RefusedObject);
     }
     if (const OrrinControllerParams* params = host_.Params()) {
         WriteParams(transcript_, *params);
     }
     Outcome outcome;
-    int32_t code = Answer(Point::Free, &HealthyController::Free, outcome);
-    if (!player_->Close(kCloseLimit)) {
+    std::int32_t code = Answer(Point::Free, &HealthyController::Free, outcome);
+    if (!player_->Close(CloseLimit)) {
         host_.Log(Level::Error, L"a thread of the script is still running");
     }
     host_.Disconnect();
-    WaitForHandedOverReports(kReportLimit);
+    WaitForHandedOverReports(ReportLimit);
     created_ = false;
     return WriteLeave("free", code);
 }
 
-int32_t Library::Bootstrap(OrrinControllerParams* params) {
+std::int32_t Library::Bootstrap(OrrinControllerParams* params) {
     WriteEnter("bootstrap", params);
     if (params == nullptr) {
-        return WriteLeave("bootstrap", kRefusedParams);
+        return WriteLeave("bootstrap", RefusedParams);
     }
     WriteParams(transcript_, *params);
     host_.Connect(params);
     Outcome outcome;
-    int32_t code = kBrokenScript;
+    std::int32_t code = BrokenScript;
     if (brokenScript_.empty()) {
         code = Answer(Point::Bootstrap, &HealthyController::Bootstrap, outcome);
-        player_->JoinThreads(kBootstrapLimit);
-        player_->Close(kCloseLimit);
+        player_->JoinThreads(BootstrapLimit);
+        player_->Close(CloseLimit);
     } else {
         host_.Log(Level::Error, brokenScript_);
     }

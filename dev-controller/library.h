@@ -29,30 +29,31 @@ class Library {
     [[nodiscard]] bool Attach(HMODULE module);
     void Detach(bool processEnds);
 
-    [[nodiscard]] int32_t Create(OrrinControllerParams* params, OrrinController** controllerOut);
-    [[nodiscard]] int32_t Free(OrrinController* controller);
-    [[nodiscard]] int32_t Bootstrap(OrrinControllerParams* params);
+    [[nodiscard]] std::int32_t Create(OrrinControllerParams* params,
+                                      OrrinController** controllerOut);
+    [[nodiscard]] std::int32_t Free(OrrinController* controller);
+    [[nodiscard]] std::int32_t Bootstrap(OrrinControllerParams* params);
 
   private:
-    using HealthyStep = int32_t (HealthyController::*)();
+    using HealthyStep = std::int32_t (HealthyController::*)();
 
     Library();
 
-    static int32_t LoadAddons(OrrinController* self);
-    static int32_t Activate(OrrinController* self);
-    static int32_t NotifyOnStop(OrrinController* self);
-    static int32_t Deactivate(OrrinController* self);
+    static std::int32_t LoadAddons(OrrinController* self);
+    static std::int32_t Activate(OrrinController* self);
+    static std::int32_t NotifyOnStop(OrrinController* self);
+    static std::int32_t Deactivate(OrrinController* self);
 
     /// One of the four calls of the controller's row.
-    int32_t Serve(const char* name, Point point, HealthyStep step, OrrinController* self);
+    std::int32_t Serve(const char* name, Point point, HealthyStep step, OrrinController* self);
     /// The script's answer, else the healthy controller's, else 0.
-    int32_t Answer(Point point, HealthyStep step, Outcome& outcome);
-    int32_t CreateChecked(OrrinControllerParams* params, OrrinController** controllerOut);
+    std::int32_t Answer(Point point, HealthyStep step, Outcome& outcome);
+    std::int32_t CreateChecked(OrrinControllerParams* params, OrrinController** controllerOut);
     std::optional<std::wstring> Prepare();
     /// Tells of a script that cannot be played, on every channel that there is.
     void TellBrokenScript();
     void WriteEnter(const char* call, const void* argument);
-    int32_t WriteLeave(const char* call, int32_t code);
+    std::int32_t WriteLeave(const char* call, std::int32_t code);
 
     Transcript transcript_;
     HostLink host_;

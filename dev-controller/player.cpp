@@ -7,7 +7,7 @@
 namespace dev_controller {
 namespace {
 
-constexpr DWORD kClosingSignalled = WAIT_OBJECT_0 + 1;
+constexpr DWORD ClosingSignalled = WAIT_OBJECT_0 + 1;
 
 TranscriptLine ActionLine(const char* action) {
     return TranscriptLine("action", action);
@@ -34,7 +34,7 @@ const char* WaitName(DWORD result) {
     switch (result) {
         case WAIT_OBJECT_0:
             return "signalled";
-        case kClosingSignalled:
+        case ClosingSignalled:
             return "closing";
         case WAIT_TIMEOUT:
             return "timeout";
@@ -46,15 +46,15 @@ const char* WaitName(DWORD result) {
 /// Loaded on demand: the library itself has no use for COM.
 HRESULT InitializeComOnThread(bool multithreaded) {
     using Initialize = HRESULT(WINAPI*)(void* reserved, DWORD apartment);
-    constexpr DWORD kMultithreaded = 0;
-    constexpr DWORD kApartmentThreaded = 2;
+    constexpr DWORD Multithreaded = 0;
+    constexpr DWORD ApartmentThreaded = 2;
     const HMODULE ole32 = LoadLibraryW(L"ole32.dll");
     const FARPROC address = ole32 == nullptr ? nullptr : GetProcAddress(ole32, "CoInitializeEx");
     if (address == nullptr) {
         return E_NOTIMPL;
     }
-    const auto initialize = reinterpret_cast<Initialize>(reinterpret_cast<uintptr_t>(address));
-    return initialize(nullptr, multithreaded ? kMultithreaded : kApartmentThreaded);
+    const auto initialize = reinterpret_cast<Initialize>(reinterpret_cast<std::uintptr_t>(address));
+    return initialize(nullptr, multithreaded ? Multithreaded : ApartmentThreaded);
 }
 
 }  // namespace
@@ -79,7 +79,7 @@ struct ActionVisitor {
         TranscriptLine end = ActionLine("wait-event");
         player.transcript_.Write(
             end.Word("phase", "end").Quoted("name", action.name).Word("result", WaitName(result)));
-        outcome.closed = result == kClosingSignalled;
+        outcome.closed = result == ClosingSignalled;
     }
 
     void operator()(const SetNamedEvent& action) const {
@@ -127,7 +127,7 @@ struct ActionVisitor {
     void operator()(const StartThreads& action) const { player.StartThreadsFor(action); }
 
     void operator()(const Repeat& action) const {
-        for (uint32_t i = 0; i < action.count && !outcome.Ended(); ++i) {
+        for (std::uint32_t i = 0; i < action.count && !outcome.Ended(); ++i) {
             outcome.closed = player.Play(action.body).closed;
         }
     }
@@ -147,7 +147,7 @@ struct ActionVisitor {
     void operator()(const InitializeCom& action) const {
         const HRESULT result = InitializeComOnThread(action.multithreaded);
         TranscriptLine line = ActionLine("com-init");
-        player.transcript_.Write(line.Hex("result", static_cast<uint32_t>(result)));
+        player.transcript_.Write(line.Hex("result", static_cast<std::uint32_t>(result)));
     }
 };
 
@@ -158,7 +158,7 @@ Player::Player(const Script& script, HostLink& host, Transcript& transcript)
       closing_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
 
 Outcome Player::PlayPoint(Point point) {
-    const uint32_t call = ++calls_[static_cast<size_t>(point)];
+    const std::uint32_t call = ++calls_[static_cast<std::size_t>(point)];
     Outcome outcome;
     for (const PointLine& line : script_.lines) {
         if (line.point == point && line.calls.Holds(call) && !outcome.Ended()) {
@@ -185,7 +185,7 @@ void Player::PlayInto(const Action& action, Outcome& outcome) {
 DWORD Player::WaitOrClosing(HANDLE event, DWORD limit) {
     if (event == nullptr) {
         const DWORD result = WaitForSingleObject(closing_.Get(), limit);
-        return result == WAIT_OBJECT_0 ? kClosingSignalled : result;
+        return result == WAIT_OBJECT_0 ? ClosingSignalled : result;
     }
     const HANDLE both[] = {event, closing_.Get()};
     return WaitForMultipleObjects(2, both, FALSE, limit);
@@ -193,7 +193,7 @@ DWORD Player::WaitOrClosing(HANDLE event, DWORD limit) {
 
 void Player::StartThreadsFor(const StartThreads& threads) {
     const auto release = std::make_shared<Handle>(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    for (uint32_t i = 0; i < threads.count; ++i) {
+    for (std::uint32_t i = 0; i < threads.count; ++i) {
         const DWORD error = threads_.Start(
             [this, release, &threads] {
                 WaitForSingleObject(release->Get(), INFINITE);

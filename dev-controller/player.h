@@ -16,7 +16,7 @@ namespace dev_controller {
 
 /// How a row of actions ended.
 struct Outcome {
-    std::optional<int32_t> code;  ///< of a `return`
+    std::optional<std::int32_t> code;  ///< of a `return`
     bool nullController = false;
     bool closed = false;  ///< a wait was broken off because the library is being freed
 
@@ -59,7 +59,7 @@ class Player {
     NamedEvents events_;
     ThreadGroup threads_;
     Handle closing_;
-    std::array<std::atomic<uint32_t>, kPointCount> calls_ = {};
+    std::array<std::atomic<std::uint32_t>, PointCount> calls_ = {};
 };
 
 }  // namespace dev_controller

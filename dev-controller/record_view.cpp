@@ -5,19 +5,19 @@
 namespace dev_controller {
 namespace {
 
-int64_t Distance(const void* from, const void* to) {
-    return static_cast<int64_t>(reinterpret_cast<uintptr_t>(to)) -
-           static_cast<int64_t>(reinterpret_cast<uintptr_t>(from));
+std::int64_t Distance(const void* from, const void* to) {
+    return static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(to)) -
+           static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(from));
 }
 
-TranscriptLine RecordLine(std::string_view name, const void* record, size_t size,
+TranscriptLine RecordLine(std::string_view name, const void* record, std::size_t size,
                           const void* context) {
     TranscriptLine line("record", name);
     line.Pointer("address", record);
     if (context != nullptr) {
         line.Number("offset-from-context", Distance(context, record));
     }
-    line.Number("size", static_cast<int64_t>(size)).Bytes("bytes", record, size);
+    line.Number("size", static_cast<std::int64_t>(size)).Bytes("bytes", record, size);
     return line;
 }
 
@@ -40,12 +40,12 @@ bool Identified(const QuillonInterfaceHead& head, const char* identifier) {
 
 /// Numbers of the platform's APTTYPE and APTTYPEQUALIFIER.
 const char* ApartmentName(int type, int qualifier) {
-    constexpr int kImplicitMta = 1;
+    constexpr int ImplicitMta = 1;
     switch (type) {
         case 0:
             return "sta";
         case 1:
-            return qualifier == kImplicitMta ? "implicit-mta" : "mta";
+            return qualifier == ImplicitMta ? "implicit-mta" : "mta";
         case 2:
             return "na";
         case 3:
@@ -115,7 +115,8 @@ const char* ComStateOfThread() {
     if (address == nullptr) {
         return "unloaded";
     }
-    const auto getApartment = reinterpret_cast<GetApartment>(reinterpret_cast<uintptr_t>(address));
+    const auto getApartment =
+        reinterpret_cast<GetApartment>(reinterpret_cast<std::uintptr_t>(address));
     int type = 0;
     int qualifier = 0;
     return getApartment(&type, &qualifier) == S_OK ? ApartmentName(type, qualifier) : "none";

@@ -14,27 +14,27 @@ namespace dev_controller {
 
 /// What a script says, free of any platform call. README.md in this folder tells the grammar.
 
-inline constexpr uint32_t kNoLimit = 0xFFFFFFFF;
+inline constexpr std::uint32_t NoLimit = 0xFFFFFFFF;
 
 struct Action;
 using Actions = std::vector<Action>;
 
 struct ReturnCode {
-    int32_t code = 0;
+    std::int32_t code = 0;
 };
 struct Delay {
-    uint32_t milliseconds = 0;
+    std::uint32_t milliseconds = 0;
 };
 struct WaitForNamedEvent {
     std::wstring name;
-    uint32_t limit = kNoLimit;  ///< milliseconds
+    std::uint32_t limit = NoLimit;  ///< milliseconds
 };
 struct SetNamedEvent {
     std::wstring name;
 };
 /// A text that is absent is handed over as a null pointer.
 struct LogLine {
-    uint32_t level = 0;
+    std::uint32_t level = 0;
     std::optional<std::wstring> component;
     std::optional<std::wstring> text;
 };
@@ -53,19 +53,19 @@ struct CrashNow {
 };
 /// Runs `body` on `count` threads that are released together; nobody waits for them but free.
 struct StartThreads {
-    uint32_t count = 1;
+    std::uint32_t count = 1;
     bool joined = true;  ///< false: free does not wait for them
     Actions body;
 };
 struct Repeat {
-    uint32_t count = 1;
+    std::uint32_t count = 1;
     Actions body;
 };
 struct CallRoutine {
     std::wstring name;
 };
 struct ExitWithCode {
-    uint32_t code = 0;
+    std::uint32_t code = 0;
 };
 /// The create call stores a null controller although it succeeds.
 struct NullController {};
@@ -82,14 +82,14 @@ struct Action {
 
 /// The calls that a script can act on.
 enum class Point { Attach, Create, Load, Activate, Notify, Deactivate, Free, Bootstrap };
-inline constexpr int kPointCount = 8;
+inline constexpr int PointCount = 8;
 
 /// Which calls a rule is meant for, counted from 1, both ends included.
 struct CallRange {
-    uint32_t first = 1;
-    uint32_t last = kNoLimit;
+    std::uint32_t first = 1;
+    std::uint32_t last = NoLimit;
 
-    [[nodiscard]] bool Holds(uint32_t call) const { return call >= first && call <= last; }
+    [[nodiscard]] bool Holds(std::uint32_t call) const { return call >= first && call <= last; }
 };
 
 struct PointLine {
@@ -99,9 +99,9 @@ struct PointLine {
 };
 
 struct FailImport {
-    uint32_t error = 0;
-    std::optional<uint64_t> result;  ///< absent: what the function gives back on failure
-    std::wstring text;               ///< not empty: only calls whose first argument holds this text
+    std::uint32_t error = 0;
+    std::optional<std::uint64_t> result;  ///< absent: what the function gives back on failure
+    std::wstring text;  ///< not empty: only calls whose first argument holds this text
 };
 struct TraceImport {};
 struct RecordStatus {};
@@ -118,25 +118,25 @@ struct ImportRule {
 
 /// The load that a chatty run puts on the log while the controller is active.
 struct Chatter {
-    uint32_t threads = 1;
-    uint32_t rate = 10;    ///< lines per second and thread; 0: without a pause
-    uint32_t length = 80;  ///< characters per line
-    uint32_t lines = 0;    ///< per thread; 0: until the stop
+    std::uint32_t threads = 1;
+    std::uint32_t rate = 10;    ///< lines per second and thread; 0: without a pause
+    std::uint32_t length = 80;  ///< characters per line
+    std::uint32_t lines = 0;    ///< per thread; 0: until the stop
 };
 
 struct Script {
     std::wstring transcript;  ///< empty: none
     bool healthy = false;     ///< true: the library's own behaviour runs beside the script
     std::optional<Chatter> chatter;
-    uint32_t firstRegistrarResult = 0;
-    uint32_t secondRegistrarResult = 0;
+    std::uint32_t firstRegistrarResult = 0;
+    std::uint32_t secondRegistrarResult = 0;
     std::vector<PointLine> lines;
     std::vector<ImportRule> importRules;
     std::map<std::wstring, Actions> routines;
 };
 
 struct ScriptError {
-    uint32_t line = 0;  ///< from 1; 0: the script as a whole
+    std::uint32_t line = 0;  ///< from 1; 0: the script as a whole
     std::wstring message;
 };
 

@@ -10,9 +10,9 @@
 namespace dev_controller {
 namespace {
 
-constexpr uint32_t kMaximumChatterThreads = 64;
-constexpr uint32_t kMaximumChatterLength = 1000000;
-constexpr std::string_view kStatusFunction = "SetServiceStatus";
+constexpr std::uint32_t MaximumChatterThreads = 64;
+constexpr std::uint32_t MaximumChatterLength = 1000000;
+constexpr std::string_view StatusFunction = "SetServiceStatus";
 
 CallRange ReadRange(ScriptWords& words) {
     const std::wstring_view word = words.Word(L"the calls");
@@ -37,25 +37,25 @@ std::string ReadFunction(ScriptWords& words) {
 /// Reads NAME=NUMBER words, each into the field of its name.
 std::optional<Chatter> ReadChatter(ScriptWords& words) {
     Chatter chatter;
-    const std::pair<std::wstring_view, uint32_t*> fields[] = {{L"threads", &chatter.threads},
-                                                              {L"rate", &chatter.rate},
-                                                              {L"length", &chatter.length},
-                                                              {L"lines", &chatter.lines}};
+    const std::pair<std::wstring_view, std::uint32_t*> fields[] = {{L"threads", &chatter.threads},
+                                                                   {L"rate", &chatter.rate},
+                                                                   {L"length", &chatter.length},
+                                                                   {L"lines", &chatter.lines}};
     while (!words.AtEnd()) {
         const std::wstring_view word = words.Word(L"the setting");
-        const size_t equals = std::min(word.find(L'='), word.size());
+        const std::size_t equals = std::min(word.find(L'='), word.size());
         const auto field = std::find_if(std::begin(fields), std::end(fields), [&](const auto& it) {
             return it.first == word.substr(0, equals);
         });
         const auto number = ParseNumber(word.substr(std::min(equals + 1, word.size())));
-        if (field == std::end(fields) || !number || *number > kNoLimit) {
+        if (field == std::end(fields) || !number || *number > NoLimit) {
             words.Fail(L"a chatty setting is threads=N, rate=N, length=N or lines=N");
             return std::nullopt;
         }
-        *field->second = static_cast<uint32_t>(*number);
+        *field->second = static_cast<std::uint32_t>(*number);
     }
-    if (chatter.threads == 0 || chatter.threads > kMaximumChatterThreads || chatter.length == 0 ||
-        chatter.length > kMaximumChatterLength) {
+    if (chatter.threads == 0 || chatter.threads > MaximumChatterThreads || chatter.length == 0 ||
+        chatter.length > MaximumChatterLength) {
         words.Fail(L"chatty takes 1 to 64 threads and lines of 1 to 1000000 characters");
         return std::nullopt;
     }
@@ -63,12 +63,12 @@ std::optional<Chatter> ReadChatter(ScriptWords& words) {
 }
 
 std::optional<Point> PointNamed(std::wstring_view name) {
-    constexpr std::pair<std::wstring_view, Point> kPoints[] = {
+    constexpr std::pair<std::wstring_view, Point> Points[] = {
         {L"attach", Point::Attach}, {L"create", Point::Create},
         {L"load", Point::Load},     {L"activate", Point::Activate},
         {L"notify", Point::Notify}, {L"deactivate", Point::Deactivate},
         {L"free", Point::Free},     {L"bootstrap", Point::Bootstrap}};
-    for (const auto& [known, point] : kPoints) {
+    for (const auto& [known, point] : Points) {
         if (known == name) {
             return point;
         }
@@ -79,7 +79,7 @@ std::optional<Point> PointNamed(std::wstring_view name) {
 /// `on POINT[:CALLS] ACTION`
 void ReadPointLine(ScriptWords& words, Script& script) {
     const std::wstring_view word = words.Word(L"the point");
-    const size_t colon = std::min(word.find(L':'), word.size());
+    const std::size_t colon = std::min(word.find(L':'), word.size());
     const auto point = PointNamed(word.substr(0, colon));
     const auto calls = colon == word.size() ? CallRange{} : ParseCallRange(word.substr(colon + 1));
     if (!point || !calls) {
@@ -92,26 +92,26 @@ void ReadPointLine(ScriptWords& words, Script& script) {
 
 /// `fail-import FUNCTION CALLS ERROR [RETURN] [text=TEXT]`
 void ReadFailImport(ScriptWords& words, Script& script) {
-    constexpr std::wstring_view kText = L"text=";
+    constexpr std::wstring_view TextWord = L"text=";
     ImportRule rule{ReadFunction(words), ReadRange(words), FailImport{}};
     FailImport fail;
     fail.error = words.Unsigned(L"the error");
-    if (!words.AtEnd() && !words.Peek().starts_with(kText)) {
+    if (!words.AtEnd() && !words.Peek().starts_with(TextWord)) {
         // A negative result keeps its sign through all 64 bits: -1 is the invalid handle.
         const bool negative = words.Peek().starts_with(L'-');
-        fail.result = negative ? static_cast<uint64_t>(static_cast<int64_t>(
-                                     static_cast<int32_t>(words.Bits32(L"the result"))))
+        fail.result = negative ? static_cast<std::uint64_t>(static_cast<std::int64_t>(
+                                     static_cast<std::int32_t>(words.Bits32(L"the result"))))
                                : words.Unsigned64(L"the result");
     }
-    if (words.Peek().starts_with(kText)) {
-        fail.text = words.Word(L"the text").substr(kText.size());
+    if (words.Peek().starts_with(TextWord)) {
+        fail.text = words.Word(L"the text").substr(TextWord.size());
     }
     rule.what = fail;
     script.importRules.push_back(std::move(rule));
 }
 
 void ReadFailStatus(ScriptWords& words, Script& script) {
-    ImportRule rule{std::string(kStatusFunction), ReadRange(words), FailImport{}};
+    ImportRule rule{std::string(StatusFunction), ReadRange(words), FailImport{}};
     FailImport fail;
     fail.error = words.Unsigned(L"the error");
     rule.what = fail;
@@ -131,7 +131,7 @@ void ReadRoutine(ScriptWords& words, Script& script) {
 
 using StatementReader = void (*)(ScriptWords& words, Script& script);
 
-constexpr std::pair<std::wstring_view, StatementReader> kStatements[] = {
+constexpr std::pair<std::wstring_view, StatementReader> Statements[] = {
     {L"on", ReadPointLine},
     {L"routine", ReadRoutine},
     {L"transcript",
@@ -156,13 +156,13 @@ constexpr std::pair<std::wstring_view, StatementReader> kStatements[] = {
      }},
     {L"record-status",
      [](ScriptWords&, Script& script) {
-         script.importRules.push_back({std::string(kStatusFunction), CallRange{}, RecordStatus{}});
+         script.importRules.push_back({std::string(StatusFunction), CallRange{}, RecordStatus{}});
      }},
 };
 
 void ReadStatement(ScriptWords& words, Script& script) {
     const std::wstring_view name = words.Word(L"the statement");
-    for (const auto& [known, reader] : kStatements) {
+    for (const auto& [known, reader] : Statements) {
         if (known == name) {
             reader(words, script);
             words.ExpectEnd();
@@ -245,8 +245,8 @@ std::optional<Chatter> ParseChatter(std::wstring_view text) {
 
 std::variant<Script, ScriptError> ParseScript(std::wstring_view text) {
     Script script;
-    for (uint32_t number = 1; !text.empty(); ++number) {
-        const size_t end = std::min(text.find(L'\n'), text.size());
+    for (std::uint32_t number = 1; !text.empty(); ++number) {
+        const std::size_t end = std::min(text.find(L'\n'), text.size());
         std::wstring_view line = text.substr(0, end);
         text.remove_prefix(std::min(end + 1, text.size()));
         if (line.ends_with(L'\r')) {

@@ -7,13 +7,13 @@
 namespace dev_controller {
 namespace {
 
-constexpr DWORD kLongestPath = 32768;
+constexpr DWORD LongestPath = 32768;
 
 /// Empty if the variable is missing or empty.
 std::wstring Environment(const wchar_t* name) {
-    std::wstring value(kLongestPath, L'\0');
-    const DWORD length = GetEnvironmentVariableW(name, value.data(), kLongestPath);
-    value.resize(length < kLongestPath ? length : 0);
+    std::wstring value(LongestPath, L'\0');
+    const DWORD length = GetEnvironmentVariableW(name, value.data(), LongestPath);
+    value.resize(length < LongestPath ? length : 0);
     return value;
 }
 
@@ -23,8 +23,8 @@ std::wstring FolderOf(const std::wstring& path) {
 }
 
 std::wstring PathOf(HMODULE module) {
-    std::wstring path(kLongestPath, L'\0');
-    path.resize(GetModuleFileNameW(module, path.data(), kLongestPath));
+    std::wstring path(LongestPath, L'\0');
+    path.resize(GetModuleFileNameW(module, path.data(), LongestPath));
     return path;
 }
 

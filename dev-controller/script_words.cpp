@@ -7,10 +7,10 @@
 namespace dev_controller {
 namespace {
 
-constexpr std::wstring_view kBlanks = L" \t";
-constexpr std::wstring_view kRepeat = L"repeat:";
-constexpr uint64_t kMaximumRepeat = 1000000;
-constexpr int kMaximumDepth = 64;
+constexpr std::wstring_view Blanks = L" \t";
+constexpr std::wstring_view RepeatPrefix = L"repeat:";
+constexpr std::uint64_t MaximumRepeat = 1000000;
+constexpr int MaximumDepth = 64;
 
 int DigitValue(wchar_t digit) {
     if (digit >= L'0' && digit <= L'9') {
@@ -26,8 +26,8 @@ int DigitValue(wchar_t digit) {
 }
 
 /// The position of the quote that ends a quoted text; `text` begins with the first one.
-size_t ClosingQuote(std::wstring_view text) {
-    for (size_t i = 1; i < text.size(); ++i) {
+std::size_t ClosingQuote(std::wstring_view text) {
+    for (std::size_t i = 1; i < text.size(); ++i) {
         if (text[i] == L'\\') {
             ++i;
         } else if (text[i] == L'"') {
@@ -39,23 +39,23 @@ size_t ClosingQuote(std::wstring_view text) {
 
 }  // namespace
 
-std::optional<uint64_t> ParseNumber(std::wstring_view text) {
+std::optional<std::uint64_t> ParseNumber(std::wstring_view text) {
     const bool hexadecimal = text.starts_with(L"0x") || text.starts_with(L"0X");
-    const uint64_t base = hexadecimal ? 16 : 10;
+    const std::uint64_t base = hexadecimal ? 16 : 10;
     if (hexadecimal) {
         text.remove_prefix(2);
     }
     if (text.empty()) {
         return std::nullopt;
     }
-    uint64_t value = 0;
+    std::uint64_t value = 0;
     for (const wchar_t character : text) {
         const int digit = DigitValue(character);
-        if (digit < 0 || static_cast<uint64_t>(digit) >= base) {
+        if (digit < 0 || static_cast<std::uint64_t>(digit) >= base) {
             return std::nullopt;
         }
-        const auto added = static_cast<uint64_t>(digit);
-        if (value > (std::numeric_limits<uint64_t>::max() - added) / base) {
+        const auto added = static_cast<std::uint64_t>(digit);
+        if (value > (std::numeric_limits<std::uint64_t>::max() - added) / base) {
             return std::nullopt;
         }
         value = value * base + added;
@@ -64,13 +64,13 @@ std::optional<uint64_t> ParseNumber(std::wstring_view text) {
 }
 
 ScriptWords::Nesting::Nesting(ScriptWords& words) : words_(words) {
-    if (++words_.depth_ > kMaximumDepth) {
+    if (++words_.depth_ > MaximumDepth) {
         words_.Fail(L"actions stand within each other at most 64 deep");
     }
 }
 
 void ScriptWords::SkipBlanks() {
-    rest_.remove_prefix(std::min(rest_.find_first_not_of(kBlanks), rest_.size()));
+    rest_.remove_prefix(std::min(rest_.find_first_not_of(Blanks), rest_.size()));
 }
 
 bool ScriptWords::AtEnd() {
@@ -79,7 +79,7 @@ bool ScriptWords::AtEnd() {
 }
 
 std::wstring_view ScriptWords::Peek() {
-    return AtEnd() ? std::wstring_view() : rest_.substr(0, rest_.find_first_of(kBlanks));
+    return AtEnd() ? std::wstring_view() : rest_.substr(0, rest_.find_first_of(Blanks));
 }
 
 std::wstring_view ScriptWords::Word(const wchar_t* what) {
@@ -97,7 +97,7 @@ std::wstring ScriptWords::Rest(const wchar_t* what) {
         Fail(std::wstring(what) + L" is missing");
         return {};
     }
-    const std::wstring_view text = rest_.substr(0, rest_.find_last_not_of(kBlanks) + 1);
+    const std::wstring_view text = rest_.substr(0, rest_.find_last_not_of(Blanks) + 1);
     rest_ = {};
     return std::wstring(text);
 }
@@ -127,36 +127,38 @@ std::optional<std::wstring> ScriptWords::RestAsText(const wchar_t* what) {
     if (text == L"null") {
         return std::nullopt;
     }
-    return std::wstring_view(text).starts_with(kRepeat) ? RepeatedCharacter(text) : Unescaped(text);
+    return std::wstring_view(text).starts_with(RepeatPrefix) ? RepeatedCharacter(text)
+                                                             : Unescaped(text);
 }
 
 std::wstring ScriptWords::QuotedText() {
-    const size_t end = ClosingQuote(rest_);
+    const std::size_t end = ClosingQuote(rest_);
     if (end == std::wstring_view::npos) {
         Fail(L"the closing quote is missing");
         return {};
     }
     const std::wstring_view inside = rest_.substr(1, end - 1);
     rest_.remove_prefix(end + 1);
-    if (!rest_.empty() && kBlanks.find(rest_.front()) == std::wstring_view::npos) {
+    if (!rest_.empty() && Blanks.find(rest_.front()) == std::wstring_view::npos) {
         Fail(L"a blank is missing after the closing quote");
     }
     return Unescaped(inside);
 }
 
 std::wstring ScriptWords::Unescaped(std::wstring_view text) {
-    constexpr std::wstring_view kLetters = L"nrt\\\"";
-    constexpr std::wstring_view kMeanings = L"\n\r\t\\\"";
+    constexpr std::wstring_view Letters = L"nrt\\\"";
+    constexpr std::wstring_view Meanings = L"\n\r\t\\\"";
     std::wstring result;
-    for (size_t i = 0; i < text.size(); ++i) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] != L'\\') {
             result += text[i];
             continue;
         }
         ++i;
-        const size_t letter = i < text.size() ? kLetters.find(text[i]) : std::wstring_view::npos;
+        const std::size_t letter =
+            i < text.size() ? Letters.find(text[i]) : std::wstring_view::npos;
         if (letter != std::wstring_view::npos) {
-            result += kMeanings[letter];
+            result += Meanings[letter];
             continue;
         }
         const bool hexadecimal = i + 4 < text.size() && text[i] == L'x';
@@ -173,20 +175,20 @@ std::wstring ScriptWords::Unescaped(std::wstring_view text) {
 }
 
 std::wstring ScriptWords::RepeatedCharacter(std::wstring_view text) {
-    text.remove_prefix(kRepeat.size());
-    const size_t colon = text.find_last_of(L':');
+    text.remove_prefix(RepeatPrefix.size());
+    const std::size_t colon = text.find_last_of(L':');
     const std::wstring character =
         colon == std::wstring_view::npos ? std::wstring() : Unescaped(text.substr(0, colon));
     const auto count =
         colon == std::wstring_view::npos ? std::nullopt : ParseNumber(text.substr(colon + 1));
-    if (character.size() != 1 || !count || *count > kMaximumRepeat) {
+    if (character.size() != 1 || !count || *count > MaximumRepeat) {
         Fail(L"a repeated text is repeat:CHARACTER:COUNT with at most 1000000 characters");
         return {};
     }
-    return std::wstring(static_cast<size_t>(*count), character.front());
+    return std::wstring(static_cast<std::size_t>(*count), character.front());
 }
 
-uint64_t ScriptWords::Unsigned64(const wchar_t* what) {
+std::uint64_t ScriptWords::Unsigned64(const wchar_t* what) {
     const std::wstring_view word = Word(what);
     const auto number = ParseNumber(word);
     if (!number) {
@@ -196,23 +198,23 @@ uint64_t ScriptWords::Unsigned64(const wchar_t* what) {
     return *number;
 }
 
-uint32_t ScriptWords::Unsigned(const wchar_t* what) {
-    const uint64_t number = Unsigned64(what);
-    if (number > std::numeric_limits<uint32_t>::max()) {
+std::uint32_t ScriptWords::Unsigned(const wchar_t* what) {
+    const std::uint64_t number = Unsigned64(what);
+    if (number > std::numeric_limits<std::uint32_t>::max()) {
         Fail(std::wstring(what) + L" does not fit into 32 bits");
         return 0;
     }
-    return static_cast<uint32_t>(number);
+    return static_cast<std::uint32_t>(number);
 }
 
-uint32_t ScriptWords::Bits32(const wchar_t* what) {
-    constexpr uint32_t kMostNegative = 0x80000000;
+std::uint32_t ScriptWords::Bits32(const wchar_t* what) {
+    constexpr std::uint32_t MostNegative = 0x80000000;
     if (!Peek().starts_with(L'-')) {
         return Unsigned(what);
     }
     rest_.remove_prefix(1);
-    const uint32_t magnitude = Unsigned(what);
-    if (magnitude > kMostNegative) {
+    const std::uint32_t magnitude = Unsigned(what);
+    if (magnitude > MostNegative) {
         Fail(std::wstring(what) + L" does not fit into 32 bits");
         return 0;
     }

@@ -32,10 +32,10 @@ class ScriptWords {
     std::optional<std::wstring> RestAsText(const wchar_t* what);
 
     /// Decimal, or hexadecimal after 0x. A number out of range is a mistake.
-    uint32_t Unsigned(const wchar_t* what);
-    uint64_t Unsigned64(const wchar_t* what);
+    std::uint32_t Unsigned(const wchar_t* what);
+    std::uint64_t Unsigned64(const wchar_t* what);
     /// -2147483648 to 4294967295, kept as 32 bits.
-    uint32_t Bits32(const wchar_t* what);
+    std::uint32_t Bits32(const wchar_t* what);
 
     void Fail(std::wstring message);
     /// Fails if anything is left on the line.
@@ -67,7 +67,7 @@ class ScriptWords {
 };
 
 /// Reads digits only: no sign, no blank. Null if the text is no such number or exceeds 64 bits.
-[[nodiscard]] std::optional<uint64_t> ParseNumber(std::wstring_view text);
+[[nodiscard]] std::optional<std::uint64_t> ParseNumber(std::wstring_view text);
 
 }  // namespace dev_controller
 

@@ -7,7 +7,7 @@
 namespace dev_controller {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view ByteOrderMark = "\xEF\xBB\xBF";
 
 bool IsHighSurrogate(wchar_t unit) {
     return unit >= 0xD800 && unit <= 0xDBFF;
@@ -18,18 +18,18 @@ bool IsLowSurrogate(wchar_t unit) {
 }
 
 void AppendEscape(std::string& result, wchar_t unit) {
-    constexpr char kDigits[] = "0123456789ABCDEF";
+    constexpr char Digits[] = "0123456789ABCDEF";
     result += "\\x";
     for (int shift = 12; shift >= 0; shift -= 4) {
-        result += kDigits[(static_cast<unsigned>(unit) >> shift) & 0xF];
+        result += Digits[(static_cast<unsigned>(unit) >> shift) & 0xF];
     }
 }
 
-void AppendByte(std::string& result, uint32_t value) {
+void AppendByte(std::string& result, std::uint32_t value) {
     result += static_cast<char>(value);
 }
 
-void AppendUtf8(std::string& result, uint32_t code) {
+void AppendUtf8(std::string& result, std::uint32_t code) {
     if (code < 0x80) {
         AppendByte(result, code);
     } else if (code < 0x800) {
@@ -66,10 +66,10 @@ void AppendUnit(std::string& result, wchar_t unit) {
 
 std::string QuotedUtf8(std::wstring_view text) {
     std::string result = "\"";
-    for (size_t i = 0; i < text.size(); ++i) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
         if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
-            const uint32_t high = text[i] - 0xD800U;
-            const uint32_t low = text[i + 1] - 0xDC00U;
+            const std::uint32_t high = text[i] - 0xD800U;
+            const std::uint32_t low = text[i + 1] - 0xDC00U;
             AppendUtf8(result, 0x10000 + (high << 10) + low);
             ++i;
         } else {
@@ -80,8 +80,8 @@ std::string QuotedUtf8(std::wstring_view text) {
 }
 
 std::optional<std::wstring> WideFromUtf8(std::string_view bytes) {
-    if (bytes.starts_with(kByteOrderMark)) {
-        bytes.remove_prefix(kByteOrderMark.size());
+    if (bytes.starts_with(ByteOrderMark)) {
+        bytes.remove_prefix(ByteOrderMark.size());
     }
     if (bytes.empty()) {
         return std::wstring();
@@ -92,7 +92,7 @@ std::optional<std::wstring> WideFromUtf8(std::string_view bytes) {
     if (length <= 0) {
         return std::nullopt;
     }
-    std::wstring text(static_cast<size_t>(length), L'\0');
+    std::wstring text(static_cast<std::size_t>(length), L'\0');
     MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), size, text.data(), length);
     return text;
 }

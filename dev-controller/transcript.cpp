@@ -7,13 +7,13 @@
 namespace dev_controller {
 namespace {
 
-constexpr char kDigits[] = "0123456789abcdef";
-constexpr DWORD kWriteLimit = 2000;
+constexpr char Digits[] = "0123456789abcdef";
+constexpr DWORD WriteLimit = 2000;
 
-std::string HexText(uint64_t value) {
+std::string HexText(std::uint64_t value) {
     std::string digits;
     do {
-        digits.insert(digits.begin(), kDigits[value & 0xF]);
+        digits.insert(digits.begin(), Digits[value & 0xF]);
         value >>= 4;
     } while (value != 0);
     return "0x" + digits;
@@ -29,16 +29,16 @@ TranscriptLine& TranscriptLine::Word(std::string_view name, std::string_view wor
     return *this;
 }
 
-TranscriptLine& TranscriptLine::Number(std::string_view name, int64_t value) {
+TranscriptLine& TranscriptLine::Number(std::string_view name, std::int64_t value) {
     return Word(name, std::to_string(value));
 }
 
-TranscriptLine& TranscriptLine::Hex(std::string_view name, uint64_t value) {
+TranscriptLine& TranscriptLine::Hex(std::string_view name, std::uint64_t value) {
     return Word(name, HexText(value));
 }
 
 TranscriptLine& TranscriptLine::Pointer(std::string_view name, const void* value) {
-    return Hex(name, reinterpret_cast<uintptr_t>(value));
+    return Hex(name, reinterpret_cast<std::uintptr_t>(value));
 }
 
 TranscriptLine& TranscriptLine::Quoted(std::string_view name, std::wstring_view text) {
@@ -53,19 +53,19 @@ TranscriptLine& TranscriptLine::Quoted(std::string_view name, std::string_view t
     return Word(name, QuotedUtf8(wide));
 }
 
-TranscriptLine& TranscriptLine::Bytes(std::string_view name, const void* bytes, size_t size) {
+TranscriptLine& TranscriptLine::Bytes(std::string_view name, const void* bytes, std::size_t size) {
     const auto* first = static_cast<const unsigned char*>(bytes);
     std::string digits;
-    for (size_t i = 0; i < size; ++i) {
-        digits += kDigits[first[i] >> 4];
-        digits += kDigits[first[i] & 0xF];
+    for (std::size_t i = 0; i < size; ++i) {
+        digits += Digits[first[i] >> 4];
+        digits += Digits[first[i] & 0xF];
     }
     return Word(name, digits);
 }
 
-uint32_t Transcript::Open(const std::wstring& path) {
-    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    file_ = Handle(CreateFileW(path.c_str(), FILE_APPEND_DATA, kShareAll, nullptr, OPEN_ALWAYS,
+std::uint32_t Transcript::Open(const std::wstring& path) {
+    constexpr DWORD ShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    file_ = Handle(CreateFileW(path.c_str(), FILE_APPEND_DATA, ShareAll, nullptr, OPEN_ALWAYS,
                                FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file_) {
         return GetLastError();
@@ -83,7 +83,7 @@ void Transcript::Write(const TranscriptLine& line) {
         "seq=" + std::to_string(++sequence_) + " pid=" + std::to_string(GetCurrentProcessId()) +
         " tid=" + std::to_string(GetCurrentThreadId()) + ' ' + line.Text() + '\n';
     // After the limit the line is written all the same: out of order is better than lost.
-    const DWORD wait = WaitForSingleObject(writeMutex_.Get(), kWriteLimit);
+    const DWORD wait = WaitForSingleObject(writeMutex_.Get(), WriteLimit);
     DWORD written = 0;
     WriteFile(file_.Get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
     if (wait == WAIT_OBJECT_0 || wait == WAIT_ABANDONED) {

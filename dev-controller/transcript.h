@@ -17,18 +17,18 @@ class TranscriptLine {
 
     /// A value that needs no quotes.
     TranscriptLine& Word(std::string_view name, std::string_view word);
-    TranscriptLine& Number(std::string_view name, int64_t value);
+    TranscriptLine& Number(std::string_view name, std::int64_t value);
     /// 0x and as many digits as the value needs.
-    TranscriptLine& Hex(std::string_view name, uint64_t value);
+    TranscriptLine& Hex(std::string_view name, std::uint64_t value);
     TranscriptLine& Pointer(std::string_view name, const void* value);
     template <typename Result, typename... Arguments>
     TranscriptLine& Pointer(std::string_view name, Result (*value)(Arguments...)) {
-        return Hex(name, reinterpret_cast<uintptr_t>(value));
+        return Hex(name, reinterpret_cast<std::uintptr_t>(value));
     }
     TranscriptLine& Quoted(std::string_view name, std::wstring_view text);
     TranscriptLine& Quoted(std::string_view name, std::string_view text);
     /// Two digits a byte, in the order of their addresses.
-    TranscriptLine& Bytes(std::string_view name, const void* bytes, size_t size);
+    TranscriptLine& Bytes(std::string_view name, const void* bytes, std::size_t size);
 
     [[nodiscard]] const std::string& Text() const { return text_; }
 
@@ -42,7 +42,7 @@ class Transcript {
   public:
     /// Lines go to the end of `path`: several processes may run through one script. Returns 0 or
     /// the error. Call it before any line is written; without it lines are dropped.
-    [[nodiscard]] uint32_t Open(const std::wstring& path);
+    [[nodiscard]] std::uint32_t Open(const std::wstring& path);
     [[nodiscard]] bool IsOpen() const { return static_cast<bool>(file_); }
 
     /// Puts `seq`, `pid` and `tid` in front. The numbers count from 1 in each process; two threads
@@ -54,7 +54,7 @@ class Transcript {
     /// A kernel object, because a thread that was killed while it wrote must not block the rest,
     /// least of all the lines that are written while the process ends.
     Handle writeMutex_;
-    std::atomic<uint32_t> sequence_ = 0;
+    std::atomic<std::uint32_t> sequence_ = 0;
 };
 
 }  // namespace dev_controller

@@ -85,7 +85,7 @@ void InstallWineStopRemedy(ReportSent sent) {
         return;
     }
     // Stored before the replacement can be called from another thread.
-    original = reinterpret_cast<SetServiceStatusFunction>(reinterpret_cast<uintptr_t>(*word));
+    original = reinterpret_cast<SetServiceStatusFunction>(reinterpret_cast<std::uintptr_t>(*word));
     if (ReplaceImport(word, reinterpret_cast<void*>(&SetServiceStatusOnWine)) == nullptr) {
         original = nullptr;
     }

@@ -40,7 +40,7 @@ TEST(ActionParser, WaitEvent_TakesTheNameAsItStands) {
     const auto wait = Parsed<WaitForNamedEvent>(L"wait-event Local\\next 250");
     EXPECT_EQ(wait.name, L"Local\\next");
     EXPECT_EQ(wait.limit, 250U);
-    EXPECT_EQ(Parsed<WaitForNamedEvent>(L"wait-event Global\\a").limit, kNoLimit);
+    EXPECT_EQ(Parsed<WaitForNamedEvent>(L"wait-event Global\\a").limit, NoLimit);
     EXPECT_EQ(Parsed<SetNamedEvent>(L"set-event Local\\tail").name, L"Local\\tail");
     ExpectMistake(L"wait-event");
     ExpectMistake(L"wait-event a b");
@@ -179,7 +179,7 @@ TEST(ParseCallRange, ReadsEachForm) {
     ASSERT_TRUE(open);
     EXPECT_FALSE(open->Holds(1));
     EXPECT_TRUE(open->Holds(2));
-    EXPECT_TRUE(open->Holds(kNoLimit));
+    EXPECT_TRUE(open->Holds(NoLimit));
     const auto closed = ParseCallRange(L"2-4");
     ASSERT_TRUE(closed);
     EXPECT_FALSE(closed->Holds(1));

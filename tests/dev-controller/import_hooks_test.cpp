@@ -7,7 +7,7 @@
 namespace dev_controller {
 namespace {
 
-ImportRule Rule(const char* function, uint32_t first, uint32_t last, FailImport fail) {
+ImportRule Rule(const char* function, std::uint32_t first, std::uint32_t last, FailImport fail) {
     return {function, {first, last}, fail};
 }
 
@@ -18,7 +18,7 @@ TEST(ImportHooks, RulesActOnChosenCallsOnly) {
     static int played = 0;
     const std::vector<ImportRule> rules = {
         Rule("GetFileAttributesW", 2, 2, {1234, std::nullopt, L""}),
-        Rule("SetFileAttributesW", 1, kNoLimit, {55, uint64_t{9}, L"\\b.txt"}),
+        Rule("SetFileAttributesW", 1, NoLimit, {55, std::uint64_t{9}, L"\\b.txt"}),
         {"GetShortPathNameW", {2, 3}, BeforeImport{{Action{FlushLog{}}}}},
     };
     const auto mistake = InstallImportHooks(rules, transcript, [](const Actions& actions) {
@@ -50,8 +50,8 @@ TEST(ImportHooks, RulesActOnChosenCallsOnly) {
 }
 
 TEST(ImportHooks, FailureResult_IsWhatEachFunctionGives) {
-    EXPECT_EQ(FailureResult("CreateFileW", 5), ~uint64_t{0});
-    EXPECT_EQ(FailureResult("FindFirstFileW", 5), ~uint64_t{0});
+    EXPECT_EQ(FailureResult("CreateFileW", 5), ~std::uint64_t{0});
+    EXPECT_EQ(FailureResult("FindFirstFileW", 5), ~std::uint64_t{0});
     EXPECT_EQ(FailureResult("WaitForSingleObject", 6), 0xFFFFFFFFU);
     EXPECT_EQ(FailureResult("GetFileAttributesW", 6), 0xFFFFFFFFU);
     EXPECT_EQ(FailureResult("RegOpenKeyW", 5), 5U);

@@ -47,7 +47,7 @@ TEST(ScriptParser, PointLines_KeepFileOrderAndPoints) {
     const Point points[] = {Point::Attach, Point::Create,     Point::Load, Point::Activate,
                             Point::Notify, Point::Deactivate, Point::Free, Point::Bootstrap};
     ASSERT_EQ(script.lines.size(), std::size(points));
-    for (size_t i = 0; i < std::size(points); ++i) {
+    for (std::size_t i = 0; i < std::size(points); ++i) {
         EXPECT_EQ(script.lines[i].point, points[i]);
         EXPECT_TRUE(script.lines[i].calls.Holds(1));
         EXPECT_TRUE(script.lines[i].calls.Holds(2));
@@ -125,7 +125,7 @@ TEST(ScriptParser, FailImport_ReadsCallsErrorResultAndText) {
     EXPECT_EQ(std::get<FailImport>(thread.what).error, 8U);
     EXPECT_EQ(std::get<FailImport>(thread.what).result, std::nullopt);
     const auto& file = std::get<FailImport>(script.importRules[1].what);
-    EXPECT_EQ(file.result, ~uint64_t{0});
+    EXPECT_EQ(file.result, ~std::uint64_t{0});
     EXPECT_EQ(file.text, L".dmp");
     EXPECT_EQ(std::get<FailImport>(script.importRules[2].what).result, 0U);
     EXPECT_EQ(std::get<FailImport>(script.importRules[3].what).text, L"\\Logs\\");

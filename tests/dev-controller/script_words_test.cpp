@@ -10,8 +10,8 @@ TEST(ParseNumber, ReadsDecimalAndHexadecimalUpToSixtyFourBits) {
     EXPECT_EQ(ParseNumber(L"4294967295"), 4294967295U);
     EXPECT_EQ(ParseNumber(L"0xC0000374"), 0xC0000374U);
     EXPECT_EQ(ParseNumber(L"0Xab"), 0xABU);
-    EXPECT_EQ(ParseNumber(L"18446744073709551615"), ~uint64_t{0});
-    EXPECT_EQ(ParseNumber(L"0xFFFFFFFFFFFFFFFF"), ~uint64_t{0});
+    EXPECT_EQ(ParseNumber(L"18446744073709551615"), ~std::uint64_t{0});
+    EXPECT_EQ(ParseNumber(L"0xFFFFFFFFFFFFFFFF"), ~std::uint64_t{0});
 }
 
 TEST(ParseNumber, RefusesWhatIsNoNumberOrTooLarge) {

@@ -85,15 +85,15 @@ TEST(Transcript, ASecondOne_GoesToTheEndOfTheFile) {
 }
 
 TEST(Transcript, LinesOfSeveralThreadsDoNotMix) {
-    constexpr int kThreads = 4;
-    constexpr int kLinesPerThread = 50;
+    constexpr int ThreadCount = 4;
+    constexpr int LinesPerThread = 50;
     const TemporaryFile file;
     Transcript transcript;
     ASSERT_EQ(transcript.Open(file.Path()), 0U);
     ThreadGroup threads;
-    for (int i = 0; i < kThreads; ++i) {
+    for (int i = 0; i < ThreadCount; ++i) {
         ASSERT_EQ(threads.Start([&] {
-            for (int line = 0; line < kLinesPerThread; ++line) {
+            for (int line = 0; line < LinesPerThread; ++line) {
                 transcript.Write(TranscriptLine("call", "load"));
             }
         }),
@@ -106,9 +106,9 @@ TEST(Transcript, LinesOfSeveralThreadsDoNotMix) {
         ASSERT_EQ(line.substr(line.size() - 10), " call=load") << line;
         sequences.insert(std::stoi(line.substr(4)));
     }
-    EXPECT_EQ(sequences.size(), static_cast<size_t>(kThreads * kLinesPerThread));
+    EXPECT_EQ(sequences.size(), static_cast<std::size_t>(ThreadCount * LinesPerThread));
     EXPECT_EQ(*sequences.begin(), 1);
-    EXPECT_EQ(*sequences.rbegin(), kThreads * kLinesPerThread);
+    EXPECT_EQ(*sequences.rbegin(), ThreadCount * LinesPerThread);
 }
 
 TEST(Transcript, Write_KeepsTheLastError) {
@@ -123,7 +123,7 @@ TEST(Transcript, Write_KeepsTheLastError) {
 TEST(Transcript, Open_GivesTheErrorOfAFolderThatIsMissing) {
     Transcript transcript;
     EXPECT_EQ(transcript.Open(L"C:\\no such folder\\transcript.txt"),
-              static_cast<uint32_t>(ERROR_PATH_NOT_FOUND));
+              static_cast<std::uint32_t>(ERROR_PATH_NOT_FOUND));
     EXPECT_FALSE(transcript.IsOpen());
     transcript.Write(TranscriptLine("call", "load"));
 }
