@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -27,6 +29,8 @@ class MessageFile : public testing::Test {
     }
     void SetUp() override { ASSERT_NE(library_, nullptr) << ::GetLastError(); }
 
+    [[nodiscard]] HMODULE Library() const { return library_; }
+
     /// What a viewer shows for the entry of the host; empty with the error in `formatError`.
     std::wstring Show(DWORD eventId, const std::vector<std::wstring>& texts) {
         std::vector<DWORD_PTR> arguments;
@@ -48,7 +52,9 @@ class MessageFile : public testing::Test {
         const std::shared_ptr<test::TestService> service = test::TestService::Create();
         std::wstring shown;
         const test::ScopedHook<test::RegisterEventSourceWHook> source(
-            [](const wchar_t*, const wchar_t*) { return reinterpret_cast<HANDLE>(1); });
+            [](const wchar_t*, const wchar_t*) {
+                return reinterpret_cast<HANDLE>(std::uintptr_t{1});
+            });
         const test::ScopedHook<test::DeregisterEventSourceHook> close(
             [](HANDLE) -> BOOL { return TRUE; });
         const test::ScopedHook<test::ReportEventWHook> report(
@@ -79,6 +85,32 @@ TEST_F(MessageFile, Message_StaysAsItIs) {
 TEST_F(MessageFile, LongestMessage_IsShownWhole) {
     const std::wstring message(999, L'x');
     EXPECT_EQ(ShowEntry(message), L"TestService: " + message + L"\r\n");
+}
+
+/// As the platform documents it: MESSAGE_RESOURCE_DATA, one MESSAGE_RESOURCE_BLOCK, and the entry.
+struct TableOfOneMessage {
+    std::uint32_t blockCount;
+    std::uint32_t lowId;
+    std::uint32_t highId;
+    std::uint32_t offsetToEntries;
+    std::uint16_t length;
+    std::uint16_t flags;
+    wchar_t text[10];
+};
+
+TEST_F(MessageFile, Table_HasTheDocumentedLayout) {
+    const HRSRC place = ::FindResourceW(Library(), MAKEINTRESOURCEW(1), MAKEINTRESOURCEW(11));
+    ASSERT_NE(place, nullptr) << ::GetLastError();
+    ASSERT_EQ(::SizeofResource(Library(), place), sizeof(TableOfOneMessage));
+    TableOfOneMessage table = {};
+    std::memcpy(&table, ::LockResource(::LoadResource(Library(), place)), sizeof(table));
+    EXPECT_EQ(table.blockCount, 1U);
+    EXPECT_EQ(table.lowId, 0U);
+    EXPECT_EQ(table.highId, 0U);
+    EXPECT_EQ(table.offsetToEntries, 16U);
+    EXPECT_EQ(table.length, 24U);  // of the entry, a multiple of 4
+    EXPECT_EQ(table.flags, 1U);    // MESSAGE_RESOURCE_UNICODE
+    EXPECT_EQ(std::wstring(table.text, 10), std::wstring(L"%1: %2\r\n\0\0", 10));
 }
 
 TEST_F(MessageFile, OtherIdentifiers_HaveNoText) {
