@@ -56,7 +56,7 @@ LinkVolume::LinkVolume()
       zlib_({.open =
                  [this](const char* path, const char* mode) {
                      const std::wstring wide = std::filesystem::path(path).wstring();
-                     return RealGzOpen(Narrow(Resolve(wide, true)).c_str(), mode);
+                     return ::gzopen(Narrow(Resolve(wide, true)).c_str(), mode);
                  },
              .write = {},
              .close = {}}) {}

@@ -1,5 +1,5 @@
-/// Replaces zlib's calls in a program that is linked with `--wrap` for each of them: the product's
-/// call of `gzwrite` then arrives here.
+/// Replaces zlib's calls in the sources that the program compiles with `gzopen=HookedGzOpen`,
+/// `gzwrite=HookedGzWrite` and `gzclose=HookedGzClose` defined.
 #ifndef TESTS_SUPPORT_ZLIB_HOOKS_H
 #define TESTS_SUPPORT_ZLIB_HOOKS_H
 
@@ -9,14 +9,6 @@
 #include <utility>
 
 namespace test {
-
-/// A linker without `--wrap` can't replace the calls of a static library: tests that need it are
-/// skipped there.
-#ifdef _MSC_VER
-constexpr bool ZlibCallsCanBeReplaced = false;
-#else
-constexpr bool ZlibCallsCanBeReplaced = true;
-#endif
 
 using GzOpen = std::function<gzFile(const char* path, const char* mode)>;
 using GzWrite = std::function<int(gzFile file, voidpc data, unsigned size)>;
@@ -28,10 +20,6 @@ struct ZlibReplacements {
     GzWrite write;
     GzClose close;
 };
-
-gzFile RealGzOpen(const char* path, const char* mode);
-int RealGzWrite(gzFile file, voidpc data, unsigned size);
-int RealGzClose(gzFile file);
 
 /// Sets replacements for as long as it lives.
 class ScopedZlib {

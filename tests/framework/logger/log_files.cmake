@@ -17,8 +17,10 @@ add_test_program(
           ../../support/zlib_hooks.cpp
   LIBRARIES framework_logger ZLIB::ZLIB)
 
-# zlib is linked statically, so its calls are replaced by the linker; see zlib_hooks.h.
-if(NOT MSVC)
-  target_link_options(framework_log_files_tests PRIVATE -Wl,--wrap=gzopen -Wl,--wrap=gzwrite
-                      -Wl,--wrap=gzclose)
-endif()
+# zlib is linked statically, so no import pointer can be replaced: the one source that calls it is
+# compiled once more with other names, and comes before the library's object. See zlib_hooks.h.
+set(zlibCaller ${PROJECT_SOURCE_DIR}/framework/logger/log_compression.cpp)
+set_source_files_properties(
+  ${zlibCaller} PROPERTIES COMPILE_DEFINITIONS
+                           "gzopen=HookedGzOpen;gzwrite=HookedGzWrite;gzclose=HookedGzClose")
+target_sources(framework_log_files_tests PRIVATE ${zlibCaller})

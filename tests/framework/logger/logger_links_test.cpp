@@ -174,9 +174,6 @@ TEST_F(LoggerLinks, LinkAtTheGzipName_IsRemovedAtARotation) {
 }
 
 TEST_F(LoggerLinks, LinkAtTheGzipName_StaysAtTheFinalCloseAndIsFollowed) {
-    if (!test::ZlibCallsCanBeReplaced) {
-        GTEST_SKIP() << "this linker can't replace the calls of a static library";
-    }
     Start();
     const std::wstring target = At(L"elsewhere\\b\\target");
     volume_.PlantSymbolicLink(File(0) + L".gz", LinkVolume::Kind::File, target);
