@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cwctype>
+#include <optional>
 
 #include "framework/exception/dump_writer.h"
 #include "tests/fuzz/abnormal_end.h"
@@ -53,10 +54,10 @@ int DigitOf(wchar_t character, unsigned base) {
     return digit < base ? static_cast<int>(digit) : -1;
 }
 
-/// Blanks, a sign, digits; the rest doesn't count. What doesn't begin so leaves 0. That a number
-/// which is too large loses its upper bits, and that "0x" is a zero with something behind it, is
-/// what the run-time library of Wine does; neither is promised to anyone.
-std::uint64_t Scanned(const std::wstring& text, unsigned base) {
+/// Blanks, a sign, digits; the rest doesn't count. Text that doesn't start so leaves 0. Nothing for
+/// a number of more than `bits` bits, and for "0x": run-time libraries differ there (Wine's reads
+/// "0x12" as 0, that of Windows as 0x12), and nobody relies on either.
+std::optional<std::uint64_t> Scanned(const std::wstring& text, unsigned base, unsigned bits) {
     std::size_t at = 0;
     while (at < text.size() && std::iswspace(text[at]) != 0) {
         ++at;
@@ -65,11 +66,19 @@ std::uint64_t Scanned(const std::wstring& text, unsigned base) {
     if (at < text.size() && (text[at] == L'-' || text[at] == L'+')) {
         negative = text[at++] == L'-';
     }
+    const std::uint64_t most = ~std::uint64_t{0} >> (64 - bits);
     std::uint64_t number = 0;
     for (; at < text.size() && DigitOf(text[at], base) >= 0; ++at) {
-        number = number * base + static_cast<std::uint64_t>(DigitOf(text[at], base));
+        const auto digit = static_cast<std::uint64_t>(DigitOf(text[at], base));
+        if (number > (most - digit) / base) {
+            return std::nullopt;
+        }
+        number = number * base + digit;
     }
-    return negative ? 0 - number : number;
+    if (base == 16 && number == 0 && at < text.size() && (text[at] == L'x' || text[at] == L'X')) {
+        return std::nullopt;
+    }
+    return (negative ? 0 - number : number) & most;
 }
 
 /// What the dump mode asks the platform for.
@@ -130,9 +139,9 @@ std::string Check(const Input& given) {
                : asked == Asked{}  ? ""
                                    : "asked before the abnormal end: " + asked.Text();
     }
-    const Asked expected = {Scanned(input[0].c_str(), 10) & 0xFFFFFFFF,
-                            Scanned(input[1].c_str(), 10) & 0xFFFFFFFF,
-                            Scanned(input[2].c_str(), 16), 1};
+    const Asked expected = {Scanned(input[0].c_str(), 10, 32).value_or(asked.process),
+                            Scanned(input[1].c_str(), 10, 32).value_or(asked.thread),
+                            Scanned(input[2].c_str(), 16, 64).value_or(asked.pointers), 1};
     return asked == expected ? "" : "asked " + asked.Text() + ", should be " + expected.Text();
 }
 

@@ -25,6 +25,15 @@ TEST(ConsoleEvent, AfterTheStart_StopsInOrderAndPrintsNothing) {
                 testing::ElementsAre("create", "load", "activate", "notify", "deactivate", "free"));
 }
 
+TEST(ConsoleEvent, WhenAnAncestorHasSwitchedOffCtrlC_StopsAllTheSame) {
+    const HostFolder host;
+    host.Script("");
+    ::SetConsoleCtrlHandler(nullptr, TRUE);
+    ConsoleRun run(host);
+    EXPECT_EQ(run.ServeAndStop(), 0U);
+    EXPECT_THAT(host.OnlyLog(), testing::IsSupersetOf({Working, CtrlC, StopOver}));
+}
+
 class SpellingOfRun : public testing::TestWithParam<const wchar_t*> {};
 
 TEST_P(SpellingOfRun, IsOneOption) {

@@ -130,7 +130,8 @@ TEST_F(DumpMode, PointerThatDoesNotParse_IsZeroAndTheDumpIsWrittenAllTheSame) {
     EXPECT_EQ(Dump(std::to_string(thread_), "zzz"), 0U);
     EXPECT_EQ(run_.Output(), Banner);
     EXPECT_EQ(run_.Host().ReadTranscript().With("import", "MiniDumpWriteDump").size(), 2U);
-    EXPECT_TRUE(std::filesystem::exists(run_.DumpFile()));
+    EXPECT_EQ(Body(), Records{T(L"Minidump written to " + run_.DumpFile().wstring())});
+    EXPECT_TRUE(test::ReadMinidump(run_.DumpFile()).HasModule(test::OwnPath()));
     EXPECT_EQ(victim_->Wait(), VictimExit);
 }
 

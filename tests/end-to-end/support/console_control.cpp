@@ -29,6 +29,8 @@ const ChildRoutine sendCtrlC(L"send-ctrl-c", SendCtrlC);
 }  // namespace
 
 ChildOptions WithOwnConsole() {
+    // A child ignores Ctrl+C if its parent does, and the parent if an ancestor of it did.
+    ::SetConsoleCtrlHandler(nullptr, FALSE);
     ChildOptions options;
     options.creationFlags = CREATE_NO_WINDOW;
     return options;

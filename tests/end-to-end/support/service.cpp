@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <string>
 #include <system_error>
 
 #include "tests/end-to-end/support/log_files.h"
@@ -11,8 +12,27 @@
 namespace test {
 namespace {
 
-[[noreturn]] void Fail(const char* call) {
-    throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(), call);
+[[noreturn]] void Fail(const std::string& call) {
+    const DWORD error = ::GetLastError();
+    throw std::system_error(
+        static_cast<int>(error), std::system_category(),
+        call + (error == ERROR_ACCESS_DENIED ? " (run the tests as administrator)" : ""));
+}
+
+/// On Windows the process of a service that runs as LocalSystem grants administrators only reading
+/// access. With this privilege, which they have but which is switched off, they get all access.
+void SwitchOnDebugPrivilege() {
+    HANDLE handle = nullptr;
+    if (::OpenProcessToken(::GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &handle) == FALSE) {
+        Fail("OpenProcessToken");
+    }
+    const framework::KernelHandle token(handle);
+    TOKEN_PRIVILEGES privileges = {1, {{{}, SE_PRIVILEGE_ENABLED}}};
+    if (::LookupPrivilegeValueW(nullptr, L"SeDebugPrivilege", &privileges.Privileges[0].Luid) ==
+            FALSE ||
+        ::AdjustTokenPrivileges(token.Get(), FALSE, &privileges, 0, nullptr, nullptr) == FALSE) {
+        Fail("AdjustTokenPrivileges");
+    }
 }
 
 }  // namespace
@@ -27,6 +47,7 @@ Service::Service(const HostFolder& host)
     if (!manager_) {
         Fail("OpenSCManagerW");
     }
+    SwitchOnDebugPrivilege();
     const std::wstring name = UniqueName(L"TarnwickTest");
     const std::wstring commandLine = L'"' + executable_.wstring() + L'"';
     service_.Reset(::CreateServiceW(manager_.Get(), name.c_str(), name.c_str(), SERVICE_ALL_ACCESS,
@@ -63,6 +84,10 @@ DWORD Service::Start(const std::vector<std::wstring>& arguments) {
     if (processId != 0) {
         processId_ = processId;
         process_.Reset(::OpenProcess(PROCESS_ALL_ACCESS, FALSE, processId));
+        // The process may have ended meanwhile.
+        if (!process_ && ::GetLastError() == ERROR_ACCESS_DENIED) {
+            Fail("OpenProcess of the service");
+        }
     }
     return error;
 }
