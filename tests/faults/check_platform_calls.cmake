@@ -19,7 +19,8 @@ endmacro()
 
 # What the product's objects ask of other modules: all that they reach through an import pointer,
 # and what the executable imports from the platform for a call without one. The run-time library's
-# plain functions (memcpy, wcslen) are no platform calls; zlib is linked in.
+# plain functions (memcpy, wcslen) are no platform calls; zlib is linked in. The number before an
+# import's name is decimal or hexadecimal, depending on the version of the binary tools.
 function(product_calls result)
   execute_process(COMMAND ${NM} --undefined-only ${OBJECTS} OUTPUT_VARIABLE symbols
                   COMMAND_ERROR_IS_FATAL ANY)
@@ -32,7 +33,7 @@ function(product_calls result)
   list(REMOVE_DUPLICATES direct)
   set(calls ${indirect})
   foreach(name ${direct})
-    if(name MATCHES "^gz" OR (name MATCHES "^[A-Z]" AND imports MATCHES "[0-9]  ${name}\n"))
+    if(name MATCHES "^gz" OR (name MATCHES "^[A-Z]" AND imports MATCHES "[0-9a-f]  ${name}\n"))
       list(APPEND calls ${name})
     endif()
   endforeach()
