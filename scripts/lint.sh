@@ -10,6 +10,8 @@
 # shellcheck disable=SC2317 # the checks are called by their names
 # shellcheck source=scripts/lib.sh
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+# shellcheck source=scripts/lint_visual_cpp.sh
+. "$root/scripts/lint_visual_cpp.sh"
 
 case ${1:-} in
     '') ;;
@@ -176,6 +178,8 @@ check json "the message names file and place" check_json
 check cmake "a list file is taken in by add_subdirectory in the one above it" check_cmake
 check sources "change the code; a place that must stay gets a NOLINT with the check and the reason" \
     check_sources
+check visual-cpp "change the code; where clang is wrong about Visual C++, change the list of warnings" \
+    check_visual_cpp
 
 if [ "$failed" -eq 0 ]; then
     heading "All is well"

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <ostream>
 #include <string>
@@ -162,8 +163,7 @@ void PlayCrash(test::RaceRound& round, const CrashPlace& crash, const std::wstri
 class CrashRaces : public testing::TestWithParam<CrashPlace> {};
 
 INSTANTIATE_TEST_SUITE_P(Places, CrashRaces, testing::ValuesIn(Places), [](const auto& place) {
-    const std::wstring name = place.param.name;
-    return std::string(name.begin(), name.end());
+    return std::filesystem::path(place.param.name).string();
 });
 
 TEST_P(CrashRaces, CrashAmongLoggingThreads_LeavesOneDumpAndAWholeLog) {

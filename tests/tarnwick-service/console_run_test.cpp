@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <thread>
 
 #include "tarnwick-service/keldane_service.h"
@@ -372,7 +373,7 @@ TEST_F(ConsoleRunWithSample, MissingSample_IsToldTwiceAndTheRunGoesOn) {
     // Without a child its end is asked for all the same, on null handles that aren't closed.
     EXPECT_EQ(controller.Events(), BeginEvents + List("copy", "start sample", "wait for event") +
                                        StopEvents + List("terminate sample", "delete") + EndEvents);
-    const std::string name(commandLine.begin(), commandLine.end());
+    const std::string name = std::filesystem::path(commandLine).string();
     EXPECT_EQ(console.Text(),
               "CreateProcess (" + name + ") failed with error (2).\nDeleteFile error: 2\n");
     EXPECT_EQ(log.Lines(), Begin + Started + ControlEvent + Stop + Freed);
@@ -383,7 +384,7 @@ TEST_F(ConsoleRunWithSample, WithoutAPath_TheDeleteIsTriedAllTheSame) {
     sampleError = ERROR_PATH_NOT_FOUND;
     RunKeldane(Descriptor, true);
     EXPECT_EQ(deletedPath, L"");
-    const std::string name(commandLine.begin(), commandLine.end());
+    const std::string name = std::filesystem::path(commandLine).string();
     EXPECT_EQ(console.Text(), "PathAppendW error\nCreateProcess (" + name +
                                   ") failed with error (3).\nPathAppendW error\n"
                                   "DeleteFile error: 3\n");

@@ -3,6 +3,7 @@
 #ifndef TESTS_FRAMEWORK_EXCEPTION_CRASH_PATH_CALLS_H
 #define TESTS_FRAMEWORK_EXCEPTION_CRASH_PATH_CALLS_H
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -26,9 +27,9 @@ class MadeUpException {
 };
 
 /// Handles that no real call gives out.
-inline const HANDLE FakeDumpFile = reinterpret_cast<HANDLE>(0x7001);
-inline const HANDLE FakeProcess = reinterpret_cast<HANDLE>(0x7002);
-inline const HANDLE FakeThread = reinterpret_cast<HANDLE>(0x7003);
+inline const HANDLE FakeDumpFile = reinterpret_cast<HANDLE>(std::uintptr_t{0x7001});
+inline const HANDLE FakeProcess = reinterpret_cast<HANDLE>(std::uintptr_t{0x7002});
+inline const HANDLE FakeThread = reinterpret_cast<HANDLE>(std::uintptr_t{0x7003});
 
 /// While it lives, files whose name ends in ".dmp" are not created, no dump is written and the
 /// process isn't ended. Each of the calls, and the closing of the fake handles, adds its name to

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <cstdint>
 #include <cstring>
 #include <initializer_list>
 #include <memory>
@@ -106,8 +107,8 @@ class ExceptionFilterTest : public ::testing::Test {
 };
 
 TEST_F(ExceptionFilterTest, Construction_HooksBothPlacesThenTakesThePathThenLogs) {
-    const auto marker = reinterpret_cast<LPTOP_LEVEL_EXCEPTION_FILTER>(0x1234);
-    const auto handler = reinterpret_cast<void*>(0x5678);
+    const auto marker = reinterpret_cast<LPTOP_LEVEL_EXCEPTION_FILTER>(std::uintptr_t{0x1234});
+    const auto handler = reinterpret_cast<void*>(std::uintptr_t{0x5678});
     std::vector<LPTOP_LEVEL_EXCEPTION_FILTER> filters;
     std::vector<void*> removed;
     const test::ScopedHook<test::SetUnhandledExceptionFilterHook> set([&](auto filter) {
@@ -764,7 +765,6 @@ int StandOnLongPath(const std::vector<std::wstring>& arguments) {
     const std::wstring path(std::stoul(arguments.at(1)), L'd');
     const ExceptionFilter filter({nullptr, nullptr, 0, path.c_str(), 0});
     ::ExitProcess(0);
-    return 0;
 }
 const test::ChildRoutine standOnLongPath(L"stand-on-long-path", StandOnLongPath);
 

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 #include <random>
 #include <string>
@@ -108,7 +109,7 @@ TEST(InternalTrace, SourceLocation_IsThatOfTheForwarder) {
     InternalTrace(4, L"text");
     ASSERT_EQ(capture.Lines().size(), 1U);
     const std::wstring line = capture.Lines().front();
-    EXPECT_THAT(std::string(line.begin(), line.end()),
+    EXPECT_THAT(std::filesystem::path(line).string(),
                 MatchesRegex("\\[T\\]\\[quillon\\] \\[framework/logger/internal_trace\\(line "
                              "\\d+\\): FrameworkExternalLogCallbackDefault\\] text"));
 }

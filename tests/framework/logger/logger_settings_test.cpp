@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -128,7 +129,7 @@ class SettingsCalls : public LoggerSettingsTest {
   protected:
     std::vector<std::wstring> CallsOf(LoggerConfig config, const LoggerSettingsSource* source) {
         std::vector<std::wstring> calls;
-        const HKEY fakeKey = reinterpret_cast<HKEY>(0x5150);
+        const HKEY fakeKey = reinterpret_cast<HKEY>(std::uintptr_t{0x5150});
         const test::ScopedHook<test::RegOpenKeyWHook> open(
             [&](HKEY root, const wchar_t* path, HKEY* key) -> LSTATUS {
                 EXPECT_EQ(root, HKEY_LOCAL_MACHINE);
@@ -282,7 +283,7 @@ class RetentionProbe {
             ++searches_;
             searched_ = pattern;
             *data = found_;
-            return reinterpret_cast<HANDLE>(0x5152);
+            return reinterpret_cast<HANDLE>(std::uintptr_t{0x5152});
         }};
     test::ScopedHook<test::FindNextFileWHook> next_{[](auto...) {
         ::SetLastError(ERROR_NO_MORE_FILES);

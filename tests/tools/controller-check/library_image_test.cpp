@@ -56,7 +56,7 @@ TEST(ReadImage, CutFile_GivesWhatIsThere) {
 TEST(ReadImage, DamagedHeaderBytes_AreSurvived) {
     const test::GuardedBytes whole(BytesOf(L"minimal-controller.dll"));
     for (std::size_t place = 0; place < 1024; ++place) {
-        const char sound = std::exchange(whole.Begin()[place], static_cast<char>(0xFF));
+        const char sound = std::exchange(whole.Begin()[place], '\xFF');
         static_cast<void>(ReadImage(whole.View()));
         whole.Begin()[place] = sound;
     }

@@ -1,0 +1,103 @@
+# shellcheck shell=bash
+# Parses the sources as Visual C++ would read them, as far as clang and the headers of MinGW-w64
+# allow. For lint.sh.
+#
+# The system headers are read first, under their own rules. After them `_MSC_VER` is defined and
+# `__MINGW32__` is not, so that every conditional of this tree takes its branch for Visual C++.
+# Not covered: what Visual C++ and its own headers would say beyond these warnings.
+
+# Sources that Visual C++ does not build: see the conditions in the CMakeLists.txt of their folders.
+not_for_visual_cpp=(':!bench' ':!tests/faults' ':!*_cases.cpp'
+    ':!tests/support/undefined_traps_test.cpp')
+
+# The warnings that stand for those of /W4. Unreachable code stands for C4702 and C4127.
+visual_cpp_flags=(--target=x86_64-w64-mingw32 -std=c++20 -DUNICODE -D_UNICODE -I.
+    -isystem /usr/src/googletest/googletest/include
+    -isystem /usr/src/googletest/googlemock/include
+    -fms-extensions -fms-compatibility -fms-compatibility-version=19.40 -fgnuc-version=4.2.1
+    -fsized-deallocation -D__STRICT_ANSI__
+    -Wall -Wextra -Wconversion -Wsign-compare -Wshadow-all -Wno-shadow-uncaptured-local -Wcomma
+    -Wconditional-uninitialized -Wunreachable-code-aggressive -Wsystem-headers)
+visual_cpp_headers=build/lint/visual_cpp.h
+
+# Compiles the system headers of all sources ahead of them.
+prepare_visual_cpp() {
+    {
+        # Some headers need windows.h before them. dbghelp.h is left to the sources, as one of them
+        # renames a function of it.
+        printf '#define %s\n' NOMINMAX WIN32_LEAN_AND_MEAN 'WINVER 0x0A00' '_WIN32_WINNT 0x0A00'
+        printf '#include <windows.h>\n'
+        sources '*.cpp' '*.h' '*.c' "${not_for_visual_cpp[@]}" | tr '\n' '\0' |
+            xargs -0r grep -hE '^ *# *include <' | tr -d ' ' | sort -u |
+            grep -vE '<(windows|dbghelp|gcov|intrin)\.h>'
+        printf '#undef %s\n' NOMINMAX WIN32_LEAN_AND_MEAN WINVER _WIN32_WINNT __MINGW32__ \
+            __MINGW64__
+        # The second one keeps intrin.h from declaring again what windows.h has declared.
+        printf '#define %s\n' '_MSC_VER 1940' __INTRIN_H
+    } >"$visual_cpp_headers.new"
+    if [ ! -e "$visual_cpp_headers.pch" ] ||
+        ! cmp -s "$visual_cpp_headers.new" "$visual_cpp_headers"; then
+        mv "$visual_cpp_headers.new" "$visual_cpp_headers"
+        clang++-19 "${visual_cpp_flags[@]}" -w -x c++-header "$visual_cpp_headers" \
+            -o "$visual_cpp_headers.pch"
+    fi
+}
+
+# Warnings about this tree, and those of system headers over a narrow text that a source here makes
+# of a wide one (C4244); the headers' own are left out.
+warnings_for_visual_cpp() {
+    awk '
+        function end_of_one() { if (ours) printf "%s", text; text = ""; ours = 0 }
+        /: (warning|error|fatal error): / {
+            end_of_one()
+            narrowing = /wchar_t.* to .*char/
+            ours = !/^\// || / error: /
+        }
+        /: note: in instantiation of / { if (narrowing && !/^\//) ours = 1 }
+        /: (warning|error|fatal error): / || (/: note: / && !/^\//) { text = text $0 "\n" }
+        END { end_of_one() }'
+}
+
+# The source and the headers of this tree that it includes.
+own_files_of() {
+    clang++-19 -MM -MG -nostdinc -nostdinc++ -D_MSC_VER=1940 -I. "$1" |
+        tr -s '\134[:blank:]' '[\n*]' | while IFS= read -r path; do
+        [ ! -f "$path" ] || echo "$path"
+    done
+}
+
+check_source_for_visual_cpp() {
+    local key stamp found
+    key=$({
+        clang++-19 --version
+        echo "$visual_cpp_flag_text"
+        own_files_of "$1" | xargs -d '\n' sha256sum "$visual_cpp_headers"
+    } 2>&1 | sha256sum)
+    stamp=build/lint/${key%% *}
+    [ ! -e "$stamp" ] || return 0
+    # shellcheck disable=SC2086 # a list of words
+    found=$(clang++-19 $visual_cpp_flag_text -include-pch "$visual_cpp_headers.pch" \
+        -fsyntax-only "$1" 2>&1 | warnings_for_visual_cpp)
+    if [ -n "$found" ]; then
+        echo "$found"
+        return 1
+    fi
+    touch "$stamp"
+}
+
+check_visual_cpp() {
+    prepare_visual_cpp || return
+    # C4310 and C4312, which clang has no warning for.
+    local status=0 byte='0x[89A-Fa-f][0-9A-Fa-f]|12[89]|1[3-9][0-9]|2[0-9][0-9]'
+    if sources '*.cpp' '*.h' "${not_for_visual_cpp[@]}" | tr '\n' '\0' | xargs -0r grep -nE \
+        "static_cast<(char|signed char|std::int8_t)>\(($byte)\)|reinterpret_cast<[^>]*>\(-?[0-9]"; then
+        echo "a constant cast to a smaller type (C4310), or an int cast to a pointer (C4312)"
+        status=1
+    fi
+    export visual_cpp_headers visual_cpp_flag_text="${visual_cpp_flags[*]}"
+    export -f check_source_for_visual_cpp own_files_of warnings_for_visual_cpp
+    # shellcheck disable=SC2016 # expanded by the inner shell
+    sources '*.cpp' "${not_for_visual_cpp[@]}" | tr '\n' '\0' |
+        xargs -0r -n1 -P "$(nproc)" bash -c 'check_source_for_visual_cpp "$1"' check || status=1
+    return "$status"
+}
