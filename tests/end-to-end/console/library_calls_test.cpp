@@ -284,6 +284,16 @@ TEST(ConsoleThreads, EveryCallOfTheLibraryIsMadeOnTheMainThread) {
     }
 }
 
+TEST(ConsoleExit, ExitProcessByTheLibrary_LeavesTheLogWithoutEnd) {
+    const HostFolder host;
+    host.Script("on load exit 7\n");
+    ConsoleRun run(host);
+    EXPECT_EQ(run.Wait(), 7U);
+    const Records records = host.OnlyLog();
+    EXPECT_THAT(records, testing::Contains(StartBegun));
+    EXPECT_THAT(records, testing::Not(testing::Contains(T(L"End"))));
+}
+
 TEST(ConsoleThreads, NoThreadIsMade) {
     const HostFolder host;
     host.Script("trace-import CreateThread\ntrace-import SetServiceStatus\n");
