@@ -1,13 +1,15 @@
 # cmake -DRULE=Symbols|Manifest -DLINK=... -DDLLTOOL=... -DREADOBJ=... -DWINDRES=...
 #       "-DOBJECTS=..." -DROOT=... -DRESOURCES=... -DFOLDER=... -P this_file
-# Links as Visual C++ does, with a linker that follows the same rules.
+# Links as Visual C++ does, with a linker that follows the same rules. What isn't found doesn't matter
+# here, not even an entry point.
 cmake_minimum_required(VERSION 3.24)
 
-set(link ${LINK} /dll /noentry /machine:x64 /nodefaultlib /out:${FOLDER}/${RULE}.dll)
+set(link ${LINK} /machine:x64 /subsystem:console /entry:wmain /nodefaultlib /force:unresolved
+         /out:${FOLDER}/${RULE}.exe)
 
 if(RULE STREQUAL "Symbols")
   # One member of an import library defines both `NAME` and `__imp_NAME`. A program that replaces
-  # only one of them and uses the other defines it twice. What isn't found doesn't matter here.
+  # only one of them and uses the other defines it twice.
   file(READ ${ROOT}/tests/support/platform_hooks.h text)
   string(REGEX MATCHALL "CALL[(]\"[a-z0-9]+\", [A-Za-z]+" calls "${text}")
   list(TRANSFORM calls REPLACE ".* " "")
@@ -16,7 +18,7 @@ if(RULE STREQUAL "Symbols")
   execute_process(COMMAND ${DLLTOOL} -m i386:x86-64 -d ${FOLDER}/platform.def -l
                           ${FOLDER}/platform.lib COMMAND_ERROR_IS_FATAL ANY)
   execute_process(
-    COMMAND ${link} /force:unresolved ${OBJECTS} ${FOLDER}/platform.lib
+    COMMAND ${link} /manifest:no ${OBJECTS} ${FOLDER}/platform.lib
     RESULT_VARIABLE result
     ERROR_VARIABLE errors
     OUTPUT_QUIET)
@@ -34,7 +36,7 @@ else()
     COMMAND ${link} ${option} ${FOLDER}/resources.res
     RESULT_VARIABLE result
     ERROR_VARIABLE errors)
-  execute_process(COMMAND ${READOBJ} --coff-resources ${FOLDER}/${RULE}.dll
+  execute_process(COMMAND ${READOBJ} --coff-resources ${FOLDER}/${RULE}.exe
                   OUTPUT_VARIABLE resources)
   if(result EQUAL 0 AND NOT resources MATCHES "Type: MANIFEST")
     message(FATAL_ERROR "no manifest:\n${resources}")
