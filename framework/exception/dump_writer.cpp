@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cwchar>
 
+#include "framework/exception/crash_trace.h"
 #include "framework/logger/internal_trace.h"
 #include "framework/system/fail_fast.h"
 #include "framework/system/unique_handle.h"
@@ -66,15 +67,15 @@ std::uint32_t WriteDumpFile(const DWORD* processId, const HANDLE* processHandle,
                              FILE_ATTRIBUTE_NORMAL, nullptr);
     if (dumpFile == INVALID_HANDLE_VALUE) {
         dumpResult = ::GetLastError();
-        InternalTrace(LevelError.bit, L"CreateFileW for file %s failed with error %lu\n",
-                      dumpFilePath, dumpResult);
+        CrashTrace(LevelError.bit, L"CreateFileW for file %s failed with error %lu\n", dumpFilePath,
+                   dumpResult);
     } else if (::MiniDumpWriteDump(*processHandle, *processId, dumpFile,
                                    static_cast<MINIDUMP_TYPE>(dumpFlags), exceptionInformation,
                                    nullptr, nullptr) != FALSE) {
-        InternalTrace(LevelTrace.bit, L"Minidump written to %s\n", dumpFilePath);
+        CrashTrace(LevelTrace.bit, L"Minidump written to %s\n", dumpFilePath);
     } else {
         dumpResult = ::GetLastError();
-        InternalTrace(LevelError.bit, L"MiniDumpWriteDump failed with error %lu\n", dumpResult);
+        CrashTrace(LevelError.bit, L"MiniDumpWriteDump failed with error %lu\n", dumpResult);
     }
     // Closed by hand: an owning object would be one thing more that a broken process has to hold.
     // After a failed open this closes the invalid handle, which does no harm.

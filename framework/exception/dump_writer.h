@@ -2,7 +2,7 @@
 ///
 /// All storage is process-wide and of fixed size. But for the log lines nothing is allocated and no
 /// lock is taken: the heap may be what is broken. In a crash the exception filter holds its own
-/// lock.
+/// lock. A line of `WriteDumpFile` for which there is no memory is lost.
 #ifndef FRAMEWORK_EXCEPTION_DUMP_WRITER_H
 #define FRAMEWORK_EXCEPTION_DUMP_WRITER_H
 

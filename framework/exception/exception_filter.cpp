@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <mutex>
 
+#include "framework/exception/crash_trace.h"
 #include "framework/exception/dump_writer.h"
 #include "framework/logger/internal_trace.h"
 #include "framework/system/locks.h"
@@ -45,11 +46,11 @@ void RunPreActionCallback() {
     if (callback == nullptr) {
         return;
     }
-    InternalTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): PreActionCallback starts\n",
-                  crashThreadId);
+    CrashTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): PreActionCallback starts\n",
+               crashThreadId);
     callback(preActionContext.load(std::memory_order_relaxed));
-    InternalTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): PreActionCallback finished\n",
-                  crashThreadId);
+    CrashTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): PreActionCallback finished\n",
+               crashThreadId);
 }
 
 /// Starts this executable once more to write the dump from outside, and waits for its end. Whether
@@ -61,10 +62,10 @@ void DumpByChildProcess(EXCEPTION_POINTERS* exceptionPointers) {
     if (::CreateProcessW(nullptr, commandLine, nullptr, nullptr, FALSE, NORMAL_PRIORITY_CLASS,
                          nullptr, nullptr, &dumperStartup, &dumperProcess) == FALSE) {
         workError = ::GetLastError();
-        InternalTrace(LevelError.bit,
-                      L"ExceptionFilter (Thread %lu): CreateProcessW for dumperProcess failed with "
-                      L"error %lu\n",
-                      crashThreadId, workError);
+        CrashTrace(LevelError.bit,
+                   L"ExceptionFilter (Thread %lu): CreateProcessW for dumperProcess failed with "
+                   L"error %lu\n",
+                   crashThreadId, workError);
         return;
     }
     ::WaitForSingleObject(dumperProcess.hProcess, INFINITE);
@@ -81,14 +82,14 @@ void MakeDump(EXCEPTION_POINTERS* exceptionPointers) {
     workError = ERROR_SUCCESS;
     if (::GetModuleFileNameW(nullptr, modulePath, ModulePathSize) == 0) {
         workError = ::GetLastError();
-        InternalTrace(LevelTrace.bit,
-                      L"ExceptionFilter (Thread %lu): GetModuleFileNameW failed with error\n",
-                      crashThreadId);
+        CrashTrace(LevelTrace.bit,
+                   L"ExceptionFilter (Thread %lu): GetModuleFileNameW failed with error\n",
+                   crashThreadId);
         return;
     }
     crashProcessId = ::GetCurrentProcessId();
-    InternalTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): start dump creation\n",
-                  crashThreadId);
+    CrashTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): start dump creation\n",
+               crashThreadId);
     if (useDumperProcess == 1) {
         DumpByChildProcess(exceptionPointers);
         return;
@@ -96,9 +97,8 @@ void MakeDump(EXCEPTION_POINTERS* exceptionPointers) {
     workError =
         CreateDumpInThisProcess(&crashProcessId, &crashThreadId, &exceptionPointers, modulePath);
     if (workError != ERROR_SUCCESS) {
-        InternalTrace(LevelError.bit,
-                      L"ExceptionFilter (Thread %lu): CreateDumpInThisProcess failed",
-                      crashThreadId);
+        CrashTrace(LevelError.bit, L"ExceptionFilter (Thread %lu): CreateDumpInThisProcess failed",
+                   crashThreadId);
     }
 }
 
@@ -118,7 +118,8 @@ ExceptionFilter::ExceptionFilter(const ExceptionFilterConfig& config) {
 ExceptionFilter::~ExceptionFilter() {
     ::SetUnhandledExceptionFilter(previousFilter);
     ::RemoveVectoredExceptionHandler(vectoredHandler);
-    InternalTrace(LevelTrace.bit, L"ExceptionFilter was removed");
+    // A destructor must not throw either.
+    CrashTrace(LevelTrace.bit, L"ExceptionFilter was removed");
 }
 
 std::uint32_t ExceptionFilter::SetPreExceptionCallback(PreExceptionCallback callback,
@@ -135,22 +136,21 @@ void ExceptionFilter::RemovePreExceptionCallback() noexcept {
 
 LONG WINAPI ExceptionFilter::ExceptionProcessing(EXCEPTION_POINTERS* exceptionPointers) {
     // Before the lock: every thread that faults leaves this line, also one that never gets further.
-    InternalTrace(LevelError.bit, L"ExceptionFilter (Thread %lu): exception occur \n",
-                  ::GetCurrentThreadId());
+    CrashTrace(LevelError.bit, L"ExceptionFilter (Thread %lu): exception occur \n",
+               ::GetCurrentThreadId());
     const std::lock_guard guard(crashSection);
     crashThreadId = ::GetCurrentThreadId();
-    InternalTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): critical section begin\n",
-                  crashThreadId);
+    CrashTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): critical section begin\n",
+               crashThreadId);
     RunPreActionCallback();
     MakeDump(exceptionPointers);
     if (workError != ERROR_SUCCESS) {
-        InternalTrace(LevelError.bit, L"ExceptionFilter (Thread %lu): dump creation failed",
-                      crashThreadId);
+        CrashTrace(LevelError.bit, L"ExceptionFilter (Thread %lu): dump creation failed",
+                   crashThreadId);
         return EXCEPTION_CONTINUE_SEARCH;
     }
-    InternalTrace(LevelTrace.bit,
-                  L"ExceptionFilter (Thread %lu): successfully finish dump creation",
-                  crashThreadId);
+    CrashTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): successfully finish dump creation",
+               crashThreadId);
     ::TerminateProcess(::GetCurrentProcess(), exceptionPointers->ExceptionRecord->ExceptionCode);
     return EXCEPTION_CONTINUE_SEARCH;
 }
@@ -161,7 +161,7 @@ LONG WINAPI ExceptionFilter::VectoredExceptionProcessing(EXCEPTION_POINTERS* exc
     if (exceptionPointers->ExceptionRecord->ExceptionCode != StatusHeapCorruption) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
-    InternalTrace(LevelError.bit, L"VectoredExceptionProcessing occured for heap corruption");
+    CrashTrace(LevelError.bit, L"VectoredExceptionProcessing occured for heap corruption");
     return ExceptionProcessing(exceptionPointers);
 }
 

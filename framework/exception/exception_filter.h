@@ -23,7 +23,8 @@ struct ExceptionFilterConfig {
 ///
 /// It stands from construction to destruction: as the unhandled exception filter, and as the first
 /// vectored handler for heap corruption alone. One object at a time. Storage of the crash path is
-/// process-wide and of fixed size; the path itself allocates nothing, its log lines do.
+/// process-wide and of fixed size; the path itself allocates nothing, its log lines do. A line for
+/// which there is no memory is lost.
 class ExceptionFilter {
   public:
     /// Logs "ExceptionFilter was created". A dump path of more than 404 characters ends the
