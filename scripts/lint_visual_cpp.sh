@@ -90,7 +90,7 @@ check_visual_cpp() {
     # C4310 and C4312, which clang has no warning for.
     local status=0 byte='0x[89A-Fa-f][0-9A-Fa-f]|12[89]|1[3-9][0-9]|2[0-9][0-9]'
     if sources '*.cpp' '*.h' "${not_for_visual_cpp[@]}" | tr '\n' '\0' | xargs -0r grep -nE \
-        "static_cast<(char|signed char|std::int8_t)>\(($byte)\)|reinterpret_cast<[^>]*>\(-?[0-9]"; then
+        "static_cast<(char|signed char|std::int8_t)>\(($byte)\)|reinterpret_cast<[^>]*>\(-?[0-9A-Fa-fx]+\)"; then
         echo "a constant cast to a smaller type (C4310), or an int cast to a pointer (C4312)"
         status=1
     fi
