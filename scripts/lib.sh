@@ -67,6 +67,11 @@ quietly() {
 build_packages=(clang-19 lld-19 llvm-19 g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest
     cmake ninja-build)
 wine_packages=(wine wine64)
+# What the tests of shipping/ need. Debian 13 has no ClickHouse, and these tests say so there.
+engine_packages=(python3 curl)
+# shellcheck source=/dev/null
+[ "$(. /etc/os-release && echo "${ID:-}${VERSION_ID:-}")" != debian12 ] ||
+    engine_packages+=(clickhouse-server)
 package_packages=(zip unzip wixl msitools faketime procps)
 lint_packages=(clang-14 clang-format-14 clang-tidy-14 shellcheck git libspdlog-dev libfmt-dev)
 

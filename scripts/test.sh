@@ -28,7 +28,8 @@ done
 test_limit=300 # seconds, for a test that sets none itself
 
 heading "Preparing the tests"
-need_packages "${build_packages[@]}" "${wine_packages[@]}" "${package_packages[@]}"
+need_packages "${build_packages[@]}" "${wine_packages[@]}" "${package_packages[@]}" \
+    "${engine_packages[@]}"
 build_targets all
 claim_service
 begin_wine
