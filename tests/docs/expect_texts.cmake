@@ -24,8 +24,8 @@ function(texts_of source result)
   # The texts of a place in the source, which stand before the message.
   string(REGEX REPLACE "{(File|L\"[^\"]*\"), (L\"[^\"]*\"|[a-z]+)}" "Site" code "${code}")
 
-  string(CONCAT call "(LogError|LogWarning|LogLine|LogTrace|InternalTrace|SystemTrace|ConsolePrint|"
-         "Fail)\\([^@\"]*L\"[^\"]*\"")
+  string(CONCAT call "(LogError|LogWarning|LogLine|LogTrace|InternalTrace|CrashTrace|SystemTrace|"
+         "ConsolePrint|Fail)\\([^@\"]*L\"[^\"]*\"")
   string(REGEX MATCHALL "${call}" found "${code}")
   # What a debugger sees is put together from pieces.
   if(code MATCHES "OutputDebugStringW\\(L|const std::wstring text =")
