@@ -20,6 +20,11 @@ LogLevel ToLogLevel(std::uint32_t level) {
 }  // namespace
 
 void InternalTraceList(std::uint32_t level, const wchar_t* format, std::va_list args) {
+    wchar_t usual[FirstMessageSize + 1];
+    if (FormatUsualText(usual, format, args)) {
+        FrameworkExternalLogCallback(level, usual);
+        return;
+    }
     std::wstring text;
     FormatText(text, format, args);
     FrameworkExternalLogCallback(level, text.c_str());

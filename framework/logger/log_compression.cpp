@@ -7,9 +7,18 @@
 
 #include "framework/logger/internal_trace.h"
 #include "framework/system/platform.h"
+#include "framework/system/unique_handle.h"
 
 namespace framework {
 namespace {
+
+struct GzipStreamTraits {
+    using Type = gzFile;
+    static Type Invalid() noexcept { return nullptr; }
+    // The result isn't looked at: the caller deletes the source all the same.
+    static void Close(Type stream) noexcept { static_cast<void>(::gzclose(stream)); }
+};
+using GzipStream = UniqueHandle<GzipStreamTraits>;
 
 constexpr std::uint32_t ReadSize = 16384;
 
@@ -51,30 +60,27 @@ std::uint32_t CopyToStream(HANDLE source, gzFile stream, const std::wstring& sou
 std::uint32_t CompressFile(const std::wstring& source, const std::wstring& target) {
     const std::string targetBytes = LowBytes(target);
     std::uint32_t result = ERROR_SUCCESS;
-    gzFile stream = nullptr;
-    // Raw handles: the source is closed before the stream and in every case, an invalid handle too,
-    // and a close that fails is reported.
-    const HANDLE file = ::CreateFileW(source.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
+    // In this order, because the source is closed before the stream also when an exception passes.
+    GzipStream stream;
+    FileHandle file(::CreateFileW(source.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file) {
         result = ::GetLastError();
         InternalTrace(LevelError.bit, L"CompressFile: CreateFileW failed for %s", source.c_str());
     } else {
-        stream = ::gzopen(targetBytes.c_str(), "wb");
-        if (stream == nullptr) {
+        stream.Reset(::gzopen(targetBytes.c_str(), "wb"));
+        if (!stream) {
             // The result stays 0 and the caller deletes the source: keeping it would let plain
             // files pile up wherever the target can never be made.
             InternalTrace(LevelError.bit, L"CompressFile: Failed to open ");
         } else {
-            result = CopyToStream(file, stream, source);
+            result = CopyToStream(file.Get(), stream.Get(), source);
         }
     }
-    if (::CloseHandle(file) == FALSE) {
+    // By hand, because a failure is reported: also the invalid handle is closed, which is meant.
+    if (::CloseHandle(file.Release()) == FALSE) {
         InternalTrace(LevelError.bit, L"CompressFile: CloseHandle failed with error %lu for %s",
                       ::GetLastError(), source.c_str());
-    }
-    if (stream != nullptr) {
-        ::gzclose(stream);
     }
     return result;
 }

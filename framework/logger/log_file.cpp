@@ -1,5 +1,7 @@
 #include "framework/logger/log_file.h"
 
+#include <iterator>
+
 #include "framework/system/wide_format.h"
 
 namespace framework {
@@ -27,29 +29,29 @@ LogFile CreateLogFile(const std::wstring& path) {
     return file;
 }
 
-bool WriteBytes(HANDLE file, const void* data, std::uint32_t byteCount) {
+bool WriteBytes(HANDLE file, const void* data, std::uint32_t byteCount) noexcept {
     // This position means the end of the file, wherever that is by now.
     OVERLAPPED endOfFile = {};
     endOfFile.Offset = 0xFFFFFFFF;
     endOfFile.OffsetHigh = 0xFFFFFFFF;
     DWORD written = 0;
+    wchar_t text[128];
     if (::WriteFile(file, data, byteCount, &written, &endOfFile) == FALSE) {
-        const DWORD error = ::GetLastError();
-        const std::wstring text = L"Write operation failed, error: " + DecimalText(error);
-        ::OutputDebugStringW(text.c_str());
+        PrintStrict(text, std::size(text), L"Write operation failed, error: %lu", ::GetLastError());
+        ::OutputDebugStringW(text);
         return false;
     }
     if (written != byteCount) {
-        const std::wstring text = L"Write operation failed, error: " + DecimalText(written) +
-                                  L"(written bytes) != " + DecimalText(byteCount) +
-                                  L"(bytes to write)";
-        ::OutputDebugStringW(text.c_str());
+        PrintStrict(text, std::size(text),
+                    L"Write operation failed, error: %lu(written bytes) != %lu(bytes to write)",
+                    written, byteCount);
+        ::OutputDebugStringW(text);
         return false;
     }
     return true;
 }
 
-bool WriteText(HANDLE file, const std::wstring& text) {
+bool WriteText(HANDLE file, std::wstring_view text) noexcept {
     return WriteBytes(file, text.data(), static_cast<std::uint32_t>(text.size() * sizeof(wchar_t)));
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "framework/system/unique_handle.h"
 
@@ -20,10 +21,10 @@ using LogFile = KernelHandle;
 
 /// Writes at the end of the file, by one platform call. False if it fails or writes less; nothing
 /// is retried or continued.
-[[nodiscard]] bool WriteBytes(HANDLE file, const void* data, std::uint32_t byteCount);
+[[nodiscard]] bool WriteBytes(HANDLE file, const void* data, std::uint32_t byteCount) noexcept;
 
 /// The same for the characters of a text, without a terminating zero.
-[[nodiscard]] bool WriteText(HANDLE file, const std::wstring& text);
+[[nodiscard]] bool WriteText(HANDLE file, std::wstring_view text) noexcept;
 
 }  // namespace framework
 

@@ -36,7 +36,7 @@ void LogRetention::Execute() {
         const LogFileList young = SelectNotExpired(all, params_.ExpiredPeriodInDays);
         DeleteFiles(SelectOverBudget(young, params_.MaxTotalSize));
     } catch (const std::exception&) {
-        InternalTrace(LevelError.bit, L"Error: LogRetention::Execute");
+        ReportFailedPass();
     }
 }
 
@@ -115,6 +115,14 @@ std::uint64_t LogRetention::ToFileTime(const SYSTEMTIME& systemTime) {
         return 0;
     }
     return Join(fileTime.dwHighDateTime, fileTime.dwLowDateTime);
+}
+
+void ReportFailedPass() noexcept {
+    try {
+        InternalTrace(LevelError.bit, L"Error: LogRetention::Execute");
+    } catch (const std::exception&) {
+        // The line is lost, like any other that runs out of memory.
+    }
 }
 
 void RunLogRetention(LogRetentionParams params) {

@@ -35,7 +35,8 @@ class LogRetention {
     explicit LogRetention(LogRetentionParams params);
 
     /// Does the pass. Failures of the enumeration and of the clock are logged as errors; a pass
-    /// that does its work logs nothing. No standard exception leaves it.
+    /// that does its work logs nothing. No standard exception leaves it, not even when there is no
+    /// memory to log one.
     void Execute();
 
     /// All files that match, in the platform's order. Directories that match are listed too.
@@ -64,6 +65,9 @@ class LogRetention {
     LogRetentionParams params_;
     std::uint64_t currentTime_ = 0;
 };
+
+/// Logs that a pass has ended early, or doesn't if there is no memory for it.
+void ReportFailedPass() noexcept;
 
 /// Does one pass.
 void RunLogRetention(LogRetentionParams params);

@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <cwchar>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -30,12 +31,13 @@ class ProcessLogger {
     alignas(Logger) std::byte storage_[sizeof(Logger)] = {};
 };
 
-/// Path of the running executable, empty if it can't be told.
-std::wstring GetModulePath() {
-    wchar_t path[MAX_PATH] = {};
-    const DWORD length = ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return std::wstring(path, length);
-}
+/// Path of the running executable, empty if it can't be told. Not a string object: a header must
+/// not need more memory than its records do.
+struct ModulePath {
+    ModulePath() noexcept { text[::GetModuleFileNameW(nullptr, text, MAX_PATH)] = 0; }
+
+    wchar_t text[MAX_PATH + 1] = {};
+};
 
 }  // namespace
 
@@ -71,6 +73,9 @@ bool Logger::LogChecked(const RecordInfo& info, const wchar_t* format, ...) {
 }
 
 bool Logger::LogRuntimeText(const RecordInfo& info, const wchar_t* text) {
+    if (std::wcschr(text, L'%') == nullptr) {
+        return LogChecked(info, text);
+    }
     return LogChecked(info, WithoutConversions(text).c_str());
 }
 
@@ -80,16 +85,17 @@ bool Logger::LogList(const RecordInfo& info, const wchar_t* format, std::va_list
         named.component = Config.ComponentName.c_str();
     }
     const std::lock_guard guard(RecordLock);
-    std::wstring text;
-    Formatter->Format(text, named, format, args);
+    RecordText record;
+    Formatter->Format(record, named, format, args);
+    const std::wstring_view text = record.View();
     if (text.empty()) {
         return true;
     }
     if (Config.LogToConsole) {
-        ConsolePrint(L"%ws", text.c_str());
+        ConsolePrint(L"%ws", text.data());
     }
     if (Config.LogToDebugger) {
-        ::OutputDebugStringW(text.c_str());
+        ::OutputDebugStringW(text.data());
     }
     if (Config.LogToFile) {
         WriteRecord(text);
@@ -99,7 +105,7 @@ bool Logger::LogList(const RecordInfo& info, const wchar_t* format, std::va_list
 
 void Logger::WriteHeader() {
     InternalTrace(LevelTrace.bit, L"build: %u, process: %u, '%s'\n", Config.BuildNumber,
-                  ::GetCurrentProcessId(), GetModulePath().c_str());
+                  ::GetCurrentProcessId(), ModulePath().text);
     SYSTEMTIME now = {};
     ::GetSystemTime(&now);
     InternalTrace(LevelTrace.bit, L"%04hu.%02hu.%02hu %02hu:%02hu:%02hu UTC\n", now.wYear,

@@ -13,6 +13,7 @@
 #include <list>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "framework/logger/log_file.h"
 #include "framework/logger/logger_config.h"
@@ -50,6 +51,9 @@ class Logger {
     /// borrowed for the call. Any thread, also from within a rotation of the same thread. Always
     /// true. A failing sink loses the record in that sink alone; see `WriteBytes` for what is told.
     ///
+    /// A failed allocation leaves the call as `std::bad_alloc`, and later calls go on. A usual
+    /// record that goes to a file or the debugger and rotates nothing allocates nothing.
+    ///
     /// A line that doesn't pass costs a load, an AND and a branch: this stays inline, and all that
     /// follows stays out of line.
     template <class... Args>
@@ -83,8 +87,8 @@ class Logger {
 
     /// The end of logging: the last record, the file closed and compressed, the last retention run.
     /// Does nothing on a logger that was never configured. For the process's exit, when no other
-    /// thread is expected to log.
-    void Shutdown();
+    /// thread is expected to log. A step that runs out of memory is left out; the next ones run.
+    void Shutdown() noexcept;
 
   private:
     friend DWORD WINAPI RetentionThreadProc(void* logger);
@@ -93,15 +97,22 @@ class Logger {
     bool LogRuntimeText(const RecordInfo& info, const wchar_t* text);
     bool LogList(const RecordInfo& info, const wchar_t* format, std::va_list args);
 
+    class SwitchInProgress;
+
     void OpenFirstFile();
-    void WriteRecord(const std::wstring& text);
+    void WriteRecord(std::wstring_view text);
     [[nodiscard]] bool PassedSizeLimit() const noexcept;
+    void Rotate();
     [[nodiscard]] bool SwitchFile(const std::wstring& nextName);
+    void WriteHeaderOfNewFile();
+    void WriteDueHeader();
+    void DisposeOfClosedFile(const std::wstring& name, const std::wstring& compressedName);
     void CloseFile();
-    void DrainPending();
+    void DrainPending() noexcept;
     void StartRetention(bool onThisThread);
     [[nodiscard]] bool RetentionBusy(bool wait);
     void RunRetention() const;
+    void RunRetentionPass(const wchar_t* pattern, std::uint32_t sizeLimit) const;
 
     /// `TraceLevelsMask` once more, where a filtered call reaches it without the object. 0 until
     /// `Configure`.
@@ -119,6 +130,7 @@ class Logger {
     // Guarded by RecordLock.
     std::wstring NameTemplate;
     LogFile CurrentFile;
+    bool HeaderDue = false;           ///< the current file has no header yet for lack of memory
     std::uint32_t RotationDepth = 0;  ///< above 0 while the file is being switched
     std::uint32_t LogId = 0;          ///< number of the current file
     std::uint32_t WrittenBytes = 0;   ///< bytes counted for the current file

@@ -1,5 +1,7 @@
 // The logger's files: which one a record goes to, when a new one is begun, what becomes of the old.
 
+#include <cstddef>
+#include <exception>
 #include <mutex>
 #include <utility>
 
@@ -12,18 +14,6 @@
 
 namespace framework {
 namespace {
-
-/// Holds a counter one higher for as long as it lives, also when an exception passes.
-class ScopedIncrement {
-  public:
-    explicit ScopedIncrement(std::uint32_t& counter) noexcept : counter_(counter) { ++counter_; }
-    ~ScopedIncrement() { --counter_; }
-    ScopedIncrement(const ScopedIncrement&) = delete;
-    ScopedIncrement& operator=(const ScopedIncrement&) = delete;
-
-  private:
-    std::uint32_t& counter_;
-};
 
 /// Whether the thread carries a token of its own, that is, acts for somebody else.
 bool IsImpersonating() {
@@ -43,7 +33,38 @@ std::wstring CompressedName(const std::wstring& name) {
     return name + L".gz";
 }
 
+/// Runs a step of the shutdown, which happens in a destructor: a failed allocation ends the step
+/// and nothing else.
+template <class Step>
+void RunShutdownStep(const Step& step) {
+    try {
+        step();
+    } catch (const std::exception&) {
+        // Whatever could be reported would need memory too.
+    }
+}
+
 }  // namespace
+
+/// While it lives, records of this thread wait in `PendingRecords`; its end writes them to the file
+/// that is current by then. Also when an exception passes.
+class Logger::SwitchInProgress {
+  public:
+    explicit SwitchInProgress(Logger& logger) noexcept : guard_(logger.FileLock), logger_(logger) {
+        ++logger_.RotationDepth;
+    }
+    ~SwitchInProgress() {
+        --logger_.RotationDepth;
+        // The header is among these and so doesn't count in WrittenBytes.
+        logger_.DrainPending();
+    }
+    SwitchInProgress(const SwitchInProgress&) = delete;
+    SwitchInProgress& operator=(const SwitchInProgress&) = delete;
+
+  private:
+    std::lock_guard<CriticalSection> guard_;
+    Logger& logger_;
+};
 
 void Logger::OpenFirstFile() {
     if (CurrentFile || Config.LogDirectory.empty()) {
@@ -65,11 +86,14 @@ void Logger::OpenFirstFile() {
     CurrentFile = CreateLogFile(name);
 }
 
-void Logger::WriteRecord(const std::wstring& text) {
+void Logger::WriteRecord(std::wstring_view text) {
     // Only the thread that switches the file gets here meanwhile, with the new file's header.
     if (RotationDepth > 0) {
-        PendingRecords.push_back(text);
+        PendingRecords.emplace_back(text);
         return;
+    }
+    if (HeaderDue) {
+        WriteDueHeader();
     }
     if (!WriteText(CurrentFile.Get(), text)) {
         return;
@@ -80,14 +104,32 @@ void Logger::WriteRecord(const std::wstring& text) {
     if (!PassedSizeLimit() || IsImpersonating()) {
         return;
     }
+    Rotate();
+}
+
+/// The names are made first: once the file is switched, nothing but the work on the files
+/// themselves can run out of memory.
+void Logger::Rotate() {
     const std::wstring oldName = MakeFileName(NameTemplate, LogId);
-    if (!SwitchFile(MakeFileName(NameTemplate, LogId + 1))) {
-        return;
+    const std::wstring nextName = MakeFileName(NameTemplate, LogId + 1);
+    const std::wstring compressedName = CompressedName(oldName);
+    try {
+        if (!SwitchFile(nextName)) {
+            return;
+        }
+    } catch (const std::exception&) {
+        if (HeaderDue) {
+            DisposeOfClosedFile(oldName, compressedName);
+        }
+        throw;
     }
+    DisposeOfClosedFile(oldName, compressedName);
+}
+
+void Logger::DisposeOfClosedFile(const std::wstring& name, const std::wstring& compressedName) {
     if (Config.CompressRotatedLogs) {
-        const std::wstring compressedName = CompressedName(oldName);
         RemoveLinkAt(compressedName);
-        CompressAndDelete(oldName, compressedName);
+        CompressAndDelete(name, compressedName);
     }
     if (!Config.DisableLogRetention) {
         StartRetention(false);
@@ -100,28 +142,43 @@ bool Logger::PassedSizeLimit() const noexcept {
 
 /// Goes over to the file `nextName` and begins it with a header. If it can't be made, for instance
 /// because it exists, the old file goes on and the next record tries again.
+///
+/// If the header runs out of memory the file is switched all the same, and `HeaderDue` stays set.
 bool Logger::SwitchFile(const std::wstring& nextName) {
-    const std::lock_guard guard(FileLock);
-    bool switched = false;
-    {
-        const ScopedIncrement switching(RotationDepth);
-        RemoveLinksOnPath(nextName);
-        LogFile next = CreateLogFile(nextName);
-        if (next) {
-            switched = true;
-            CurrentFile = std::move(next);
-            WrittenBytes = 0;
-            ++LogId;
-            WriteHeader();
-        }
+    const SwitchInProgress switching(*this);
+    RemoveLinksOnPath(nextName);
+    LogFile next = CreateLogFile(nextName);
+    if (!next) {
+        return false;
     }
-    // The header is written here and so doesn't count in WrittenBytes.
-    DrainPending();
-    return switched;
+    CurrentFile = std::move(next);
+    WrittenBytes = 0;
+    ++LogId;
+    HeaderDue = true;
+    WriteHeaderOfNewFile();
+    return true;
+}
+
+/// Puts the whole header into `PendingRecords`, or nothing of it.
+void Logger::WriteHeaderOfNewFile() {
+    const std::size_t waiting = PendingRecords.size();
+    try {
+        WriteHeader();
+    } catch (const std::exception&) {
+        PendingRecords.resize(waiting);
+        throw;
+    }
+    HeaderDue = false;
+}
+
+/// A file begins with its header, so a record for which there is no header yet isn't written.
+void Logger::WriteDueHeader() {
+    const SwitchInProgress switching(*this);
+    WriteHeaderOfNewFile();
 }
 
 /// The caller holds FileLock or is alone, at process exit.
-void Logger::DrainPending() {
+void Logger::DrainPending() noexcept {
     while (!PendingRecords.empty()) {
         if (CurrentFile) {
             static_cast<void>(WriteText(CurrentFile.Get(), PendingRecords.front()));
@@ -151,12 +208,12 @@ void Logger::CloseFile() {
     CompressAndDelete(name, CompressedName(name));
 }
 
-void Logger::Shutdown() {
+void Logger::Shutdown() noexcept {
     if (!Formatter) {
         return;
     }
-    InternalTrace(LevelTrace.bit, L"End\n");
-    CloseFile();
+    RunShutdownStep([] { InternalTrace(LevelTrace.bit, L"End\n"); });
+    RunShutdownStep([this] { CloseFile(); });
     if (Config.DisableLogRetention) {
         return;
     }
@@ -191,11 +248,18 @@ bool Logger::RetentionBusy(bool wait) {
 }
 
 void Logger::RunRetention() const {
-    RunLogRetention(
-        {Config.LogDirectory, L"*.log", Config.ExpiredPeriodInDays, Budgets.PlainLogsBudget});
+    RunRetentionPass(L"*.log", Budgets.PlainLogsBudget);
     if (Config.CompressRotatedLogs) {
-        RunLogRetention({Config.LogDirectory, L"*.log.gz", Config.ExpiredPeriodInDays,
-                         Budgets.CompressedLogsBudget});
+        RunRetentionPass(L"*.log.gz", Budgets.CompressedLogsBudget);
+    }
+}
+
+/// A pass that has no memory for its own parameters is left out. The next pass runs.
+void Logger::RunRetentionPass(const wchar_t* pattern, std::uint32_t sizeLimit) const {
+    try {
+        RunLogRetention({Config.LogDirectory, pattern, Config.ExpiredPeriodInDays, sizeLimit});
+    } catch (const std::exception&) {
+        ReportFailedPass();
     }
 }
 

@@ -12,8 +12,6 @@
 namespace framework {
 namespace {
 
-constexpr std::size_t HeadSize = 1024;
-constexpr std::size_t FirstMessageSize = 1024;
 constexpr std::size_t LastMessageSize = 16384;
 
 /// The head of a record in the form of a print format: numbers of a least width, then texts. It is
@@ -103,34 +101,51 @@ void AppendLongMessage(std::wstring& out, const wchar_t* format, std::va_list ar
     }
 }
 
+/// Adds a line feed unless the text ends in one. Returns the length.
+std::size_t EndWithNewline(wchar_t* text) {
+    std::size_t length = std::wcslen(text);
+    if (length == 0 || text[length - 1] != L'\n') {
+        text[length++] = L'\n';
+        text[length] = 0;
+    }
+    return length;
+}
+
 }  // namespace
 
 void RecordFormatter::Format(std::wstring& out, const RecordInfo& info, const wchar_t* format,
                              std::va_list args) const {
-    // Head and usual message stand in one buffer, so that the record is copied once.
-    wchar_t buffer[HeadSize + FirstMessageSize];
+    RecordText text;
+    Format(text, info, format, args);
+    out = text.View();
+}
+
+void RecordFormatter::Format(RecordText& out, const RecordInfo& info, const wchar_t* format,
+                             std::va_list args) const {
     SYSTEMTIME now = {};
     ::GetSystemTime(&now);
-    std::size_t length = HeadPrinter(buffer).Print(now, info);
+    std::size_t length = HeadPrinter(out.usual).Print(now, info);
     if (RecordSourceLocation) {
-        out.assign(buffer, length);
-        PrintStrict(buffer, HeadSize, L"[%ws(line %u): %ws] ", info.file, info.line, info.function);
-        out += buffer;
+        out.longer.assign(out.usual, length);
+        PrintStrict(out.usual, HeadSize, L"[%ws(line %u): %ws] ", info.file, info.line,
+                    info.function);
+        out.longer += out.usual;
         length = 0;
+    }
+    wchar_t* const message = out.usual + length;
+    if (PrintAgain(message, FirstMessageSize, format, args) < 0) {
+        out.longer.append(out.usual, length);
+        AppendLongMessage(out.longer, format, args);
+        EnsureNewline(out.longer);
+        return;
+    }
+    // Up to the first zero: a message may print one.
+    length += EndWithNewline(message);
+    if (out.longer.empty()) {
+        out.usualLength = length;
     } else {
-        out.clear();
+        out.longer.append(out.usual, length);
     }
-    const bool fits = PrintAgain(buffer + length, FirstMessageSize, format, args) >= 0;
-    if (fits) {
-        // Up to the first zero: a message may print one.
-        length += std::wcslen(buffer + length);
-    }
-    out.reserve(out.size() + length + 1);  // with room for the line feed
-    out.append(buffer, length);
-    if (!fits) {
-        AppendLongMessage(out, format, args);
-    }
-    EnsureNewline(out);
 }
 
 void FormatText(std::wstring& out, const wchar_t* format, std::va_list args) {
@@ -141,6 +156,15 @@ void FormatText(std::wstring& out, const wchar_t* format, std::va_list args) {
         AppendLongMessage(out, format, args);
     }
     EnsureNewline(out);
+}
+
+bool FormatUsualText(wchar_t (&buffer)[FirstMessageSize + 1], const wchar_t* format,
+                     std::va_list args) {
+    if (PrintAgain(buffer, FirstMessageSize, format, args) < 0) {
+        return false;
+    }
+    EndWithNewline(buffer);
+    return true;
 }
 
 void EnsureNewline(std::wstring& text) {

@@ -219,6 +219,9 @@ void ObserveHeap(const HeapObserver* newObserver) noexcept {
 void* TakeBlock(std::size_t size, std::size_t alignment, BlockKind kind) {
     if (const HeapObserver* const present = observer) {
         present->taken();
+        if (present->refuses != nullptr && present->refuses()) {
+            return nullptr;
+        }
     }
     void* const block = arena.guarded < limit ? arena.Take(size, alignment, kind) : nullptr;
     return block != nullptr ? block : TakePlainBlock(size, alignment);

@@ -43,6 +43,8 @@ class GuardedHeap {
 struct HeapObserver {
     void (*taken)();
     void (*freed)(const void* block);
+    /// Whether the block is refused, as if there were no memory. Null refuses none.
+    bool (*refuses)() = nullptr;
 };
 void ObserveHeap(const HeapObserver* observer) noexcept;
 

@@ -6,6 +6,8 @@ add_test_program(
           log_file_name_test.cpp
           log_retention_test.cpp
           log_run.cpp
+          logger_memory_test.cpp
+          refused_memory.cpp
           logger_closed_file_test.cpp
           logger_first_file_test.cpp
           logger_links_test.cpp

@@ -492,6 +492,13 @@ TEST_F(LogRetentionOnDisk, FileHeldOpenWithoutSharedDeletion_Stays) {
     EXPECT_THAT(log_.Lines(), IsEmpty());
 }
 
+TEST_F(LogRetentionOnDisk, EmptyFolder_SaysNothingAndStays) {
+    Run(L"*.log", 0, 0);
+    Run(L"*.log.gz", 0, 0);
+    EXPECT_THAT(log_.Lines(), IsEmpty());
+    EXPECT_TRUE(std::filesystem::is_empty(folder_.Path()));
+}
+
 TEST_F(LogRetentionOnDisk, MissingFolder_SaysNothing) {
     framework::RunLogRetention({folder_.WithBackslash() + L"missing\\", L"*.log", 0, 0});
     EXPECT_THAT(log_.Lines(), IsEmpty());
