@@ -84,14 +84,15 @@ class CrashMemory : public ::testing::Test {
         exitCode_ = exitCode;
         return FALSE;
     }};
-    ExceptionFilter filter_{{nullptr, nullptr, 0, L"X:\\a.dmp", 0}};
+    // The line that names the dump needs memory because of the percent sign; the others need none.
+    ExceptionFilter filter_{{nullptr, nullptr, 0, L"X:\\%a.dmp", 0}};
 };
 
 TEST_F(CrashMemory, AnAllocationRefused_LosesAtMostItsLine) {
     const std::size_t all = LinesOfAPass(0, 0);
     const std::size_t allocations = allocations_;
     ASSERT_EQ(all, 5U);
-    ASSERT_GT(allocations, all);
+    ASSERT_GT(allocations, 0U);
     std::size_t lost = 0;
     for (std::size_t refused = 1; refused <= allocations; ++refused) {
         SCOPED_TRACE(refused);
@@ -109,10 +110,10 @@ TEST_F(CrashMemory, AllAllocationsRefusedFromOneOn_StillEndsWithDumpAndCode) {
         SCOPED_TRACE(refused);
         LinesOfAPass(refused, SIZE_MAX);
     }
-    EXPECT_EQ(LinesOfAPass(1, SIZE_MAX), 0U);
+    EXPECT_EQ(LinesOfAPass(1, SIZE_MAX), 4U);
 }
 
-TEST_F(CrashMemory, RefusedInTheDestructor_LosesTheLineOnly) {
+TEST_F(CrashMemory, RefusedInTheDestructor_LeavesTheLineThatNeedsNoMemory) {
     auto filter = std::make_unique<ExceptionFilter>(
         ExceptionFilterConfig{nullptr, nullptr, 0, L"X:\\a.dmp", 0});
     log_.Clear();
@@ -120,7 +121,7 @@ TEST_F(CrashMemory, RefusedInTheDestructor_LosesTheLineOnly) {
         const Refusal refusal(1, SIZE_MAX);
         filter.reset();
     }
-    EXPECT_TRUE(log_.Lines().empty());
+    EXPECT_EQ(log_.Lines().size(), 1U);
 }
 
 }  // namespace
