@@ -17,8 +17,9 @@ case ${1:-} in
     *) die "unknown argument: $1 (see --help)" ;;
 esac
 
-programs=(tarnwick-service.exe quillon-log.exe controller-check.exe tarnwick-messages.dll)
-targets=(tarnwick-service quillon-log controller-check tarnwick_messages)
+programs=(tarnwick-service.exe quillon-log.exe controller-check.exe service-tool.exe
+    tarnwick-messages.dll)
+targets=(tarnwick-service quillon-log controller-check service-tool tarnwick_messages)
 documents=(installing operating crashes writing-a-controller)
 packages=$root/out/package
 
@@ -33,10 +34,6 @@ fill() {
     mkdir -p "$folder/controller-abi" "$folder/docs" "$folder/dev-controller/example"
     for name in "${programs[@]}"; do
         x86_64-w64-mingw32-strip -o "$folder/$name" "$build_folder/bin/$name"
-    done
-    # The interpreter of Windows loses labels in scripts without carriage returns.
-    for name in install uninstall check shared; do
-        sed 's/$/\r/' "tools/install/$name.cmd" >"$folder/$name.cmd"
     done
     cp controller-abi/orrin_ctrl_abi.h controller-abi/orrin-ctrl.def "$folder/controller-abi/"
     for name in "${documents[@]}"; do

@@ -25,6 +25,7 @@ constexpr ShippedFile ShippedFiles[] = {
     {L"tarnwick-service.exe", L"Tarnwick service host", VFT_APP},
     {L"quillon-log.exe", L"Reads the logs of the Tarnwick service host", VFT_APP},
     {L"controller-check.exe", L"Checks a controller library", VFT_APP},
+    {L"service-tool.exe", L"Installs and checks the Tarnwick service host", VFT_APP},
     {L"tarnwick-messages.dll", L"Texts of the event log", VFT_DLL},
 };
 
@@ -99,7 +100,7 @@ TEST(Version, ManifestTellsTheSame) {
 }
 
 TEST(Version, ToolsPrintIt) {
-    for (const wchar_t* tool : {L"quillon-log", L"controller-check"}) {
+    for (const wchar_t* tool : {L"quillon-log", L"controller-check", L"service-tool"}) {
         const auto path = test::ProductFolder() / (std::wstring(tool) + L".exe");
         test::Child child(L"\"" + path.wstring() + L"\" --version");
         EXPECT_EQ(child.Wait(), 0U);

@@ -1,0 +1,34 @@
+/// Values below HKEY_LOCAL_MACHINE. Errors are Win32 codes, 0 for success. No state, any thread.
+#ifndef TOOLS_SERVICE_TOOL_REGISTRY_KEY_H
+#define TOOLS_SERVICE_TOOL_REGISTRY_KEY_H
+
+#include <optional>
+#include <string>
+
+#include "framework/system/platform.h"
+
+namespace service_tool {
+
+[[nodiscard]] bool KeyExists(const std::wstring& key);
+
+/// The type of a value, as the platform numbers it; nothing if there is no such value.
+[[nodiscard]] std::optional<DWORD> ValueType(const std::wstring& key, const std::wstring& name);
+
+/// Nothing unless the value exists and is a REG_DWORD.
+[[nodiscard]] std::optional<DWORD> ReadNumber(const std::wstring& key, const std::wstring& name);
+
+/// The text as stored, without expansion. Nothing unless it is a REG_SZ or REG_EXPAND_SZ.
+[[nodiscard]] std::optional<std::wstring> ReadText(const std::wstring& key,
+                                                   const std::wstring& name);
+
+// These make the key if it is missing.
+[[nodiscard]] DWORD WriteNumber(const std::wstring& key, const std::wstring& name, DWORD value);
+[[nodiscard]] DWORD WriteExpandText(const std::wstring& key, const std::wstring& name,
+                                    const std::wstring& text);
+
+/// Deletes the key with all it holds. A missing key is success.
+[[nodiscard]] DWORD DeleteKey(const std::wstring& key);
+
+}  // namespace service_tool
+
+#endif  // TOOLS_SERVICE_TOOL_REGISTRY_KEY_H
