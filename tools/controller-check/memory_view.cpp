@@ -47,18 +47,18 @@ bool IsCallable(const void* address) {
     return EndOfAccess(start, Executable) != start;
 }
 
-std::wstring RowFault(const void* row, std::size_t count) {
+std::wstring RowFault(const void* row, std::span<const wchar_t* const> members) {
     if (row == nullptr) {
         return L"the row of functions is null";
     }
-    if (!IsReadable(row, count * sizeof(void*))) {
+    if (!IsReadable(row, members.size() * sizeof(void*))) {
         return L"the row of functions isn't in readable memory";
     }
     const auto* const functions = static_cast<const void* const*>(row);
-    for (std::size_t slot = 0; slot < count; ++slot) {
+    for (std::size_t slot = 0; slot < members.size(); ++slot) {
         if (!IsCallable(functions[slot])) {
-            return L"function " + std::to_wstring(slot) + L" of the row " +
-                   (functions[slot] == nullptr ? L"is null" : L"can't be called");
+            return L"the row's member " + std::wstring(members[slot]) +
+                   (functions[slot] == nullptr ? L" is null" : L" can't be called");
         }
     }
     return {};

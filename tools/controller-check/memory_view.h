@@ -3,6 +3,7 @@
 #define TOOLS_CONTROLLER_CHECK_MEMORY_VIEW_H
 
 #include <cstddef>
+#include <span>
 #include <string>
 
 namespace controller_check {
@@ -12,8 +13,9 @@ namespace controller_check {
 /// Whether code can run at `address`.
 [[nodiscard]] bool IsCallable(const void* address);
 
-/// The functions of a row of `count` pointers that can't be called, in words; empty if all can.
-[[nodiscard]] std::wstring RowFault(const void* row, std::size_t count);
+/// The first function of a row that can't be called, by its member's name, in words; empty if all
+/// can. The row has one pointer for each of `members`.
+[[nodiscard]] std::wstring RowFault(const void* row, std::span<const wchar_t* const> members);
 
 /// Why the text at `text` can't be read up to its end, in words; empty if it can.
 [[nodiscard]] std::wstring TextFault(const wchar_t* text);

@@ -1,5 +1,7 @@
 #include "tools/controller-check/played_host.h"
 
+#include <array>
+
 #include "tools/controller-check/memory_view.h"
 
 namespace controller_check {
@@ -152,7 +154,7 @@ std::uint32_t PlayedHost::OnRegister(OrrinInterfaceRegistrar* registrar, void* /
     if (context != &loader) {
         host.journal_.Add(Of(EventKind::BadContext, HostFunction::Register));
     }
-    const std::wstring fault = RowFault(registrar, 1);
+    const std::wstring fault = RowFault(registrar, std::array{L"RegisterInterface"});
     if (!fault.empty()) {
         host.journal_.Add(Of(EventKind::BadRegistrar, HostFunction::Register), fault);
         return ERROR_INVALID_FUNCTION;

@@ -3,6 +3,7 @@
 // Needs windows.h before it.
 #include <objbase.h>
 
+#include <array>
 #include <functional>
 #include <optional>
 
@@ -13,7 +14,9 @@
 namespace controller_check {
 namespace {
 
-constexpr std::size_t ControllerFunctions = sizeof(OrrinController) / sizeof(void*);
+constexpr std::array<const wchar_t*, 4> ControllerMembers = {L"LoadAddons", L"Activate",
+                                                             L"NotifyOnStop", L"Deactivate"};
+static_assert(sizeof(OrrinController) == ControllerMembers.size() * sizeof(void*));
 
 /// Of the process, for the crash filter, which gets no context. Never destroyed.
 PlayedHost* playedHost;
@@ -233,7 +236,7 @@ class Player {
     // ---- looking ----
 
     bool RowIsGood(Call call) {
-        const std::wstring fault = RowFault(host_.Loader().controller, ControllerFunctions);
+        const std::wstring fault = RowFault(host_.Loader().controller, ControllerMembers);
         if (!fault.empty()) {
             journal_.Add(Of(EventKind::BadRow, call), fault);
         }

@@ -75,6 +75,11 @@ std::wstring Line(const Result& result, bool color) {
     return text + indent + result.expectation->advice + L'\n';
 }
 
+/// Nothing is known of it, not even why.
+bool IsUnplayed(const Result& result) {
+    return result.verdict == Verdict::Open && result.remarks.empty();
+}
+
 std::size_t CountOf(const std::vector<Result>& results, Verdict verdict) {
     return static_cast<std::size_t>(
         std::count_if(results.begin(), results.end(),
@@ -168,11 +173,19 @@ bool Results::HasFailure() const {
 
 std::wstring ToText(const std::wstring& library, const std::vector<Result>& results, bool quiet,
                     bool color) {
+    const auto unplayed =
+        static_cast<std::size_t>(std::count_if(results.begin(), results.end(), IsUnplayed));
     std::wstring text = quiet ? L"" : L"\n" + library + L"\n\n";
     for (const Result& result : results) {
-        if (!quiet || result.verdict == Verdict::Failed) {
+        const bool isShown = unplayed < 2 || !IsUnplayed(result);
+        if (quiet ? result.verdict == Verdict::Failed : isShown) {
             text += Line(result, color);
         }
+    }
+    // A file that can't be used has one reason, not one for each expectation.
+    if (!quiet && unplayed >= 2) {
+        text += L"\n  The other " + std::to_wstring(unplayed) +
+                L" expectations were not checked: no round was played.\n";
     }
     if (!quiet) {
         text += L"\n  " + std::to_wstring(results.size()) + L" expectations: " +

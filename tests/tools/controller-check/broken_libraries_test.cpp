@@ -140,7 +140,7 @@ INSTANTIATE_TEST_SUITE_P(
     Records, FaultyLibrary,
     testing::Values(
         Case{"MissingFunction", "controller-row", "missing-function",
-             "function 3 of the row is null"},
+             "the row's member Deactivate is null"},
         Case{"ObjectWithTablePointer", "controller-row", "object", "can't be called"},
         Case{"ClearedRow", "row-callable", "cleared-row", "before NotifyOnStop"},
         Case{"WrongContext", "register-context", "wrong-context", "got another one"},

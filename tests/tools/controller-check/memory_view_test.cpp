@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <iterator>
 #include <string>
@@ -39,16 +40,18 @@ TEST(IsCallable, CodeIs_DataIsNot) {
     EXPECT_FALSE(IsCallable(nullptr));
 }
 
-TEST(RowFault, Rows_AreJudgedSlotBySlot) {
+TEST(RowFault, Members_AreJudgedOneByOneAndNamed) {
+    constexpr std::array Two = {L"First", L"Second"};
+    constexpr std::array Three = {L"First", L"Second", L"Third"};
     const auto* const code = reinterpret_cast<const void*>(&::GetTickCount64);
     const void* row[] = {code, code, nullptr};
-    EXPECT_EQ(RowFault(row, 2), L"");
-    EXPECT_EQ(RowFault(row, 3), L"function 2 of the row is null");
+    EXPECT_EQ(RowFault(row, Two), L"");
+    EXPECT_EQ(RowFault(row, Three), L"the row's member Third is null");
     row[0] = row;
-    EXPECT_EQ(RowFault(row, 2), L"function 0 of the row can't be called");
-    EXPECT_EQ(RowFault(nullptr, 1), L"the row of functions is null");
+    EXPECT_EQ(RowFault(row, Two), L"the row's member First can't be called");
+    EXPECT_EQ(RowFault(nullptr, Two), L"the row of functions is null");
     const test::GuardedBytes page(8);
-    EXPECT_EQ(RowFault(page.End() - 8, 2), L"the row of functions isn't in readable memory");
+    EXPECT_EQ(RowFault(page.End() - 8, Two), L"the row of functions isn't in readable memory");
 }
 
 TEST(TextFault, TextThatFillsItsPage_NeedsItsEndThere) {

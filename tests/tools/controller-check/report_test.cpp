@@ -65,6 +65,15 @@ TEST(ToText, EachVerdict_HasItsLine) {
     EXPECT_THAT(Text({Result{&Sample, Verdict::Open, {}}}), HasSubstr("no round was played"));
 }
 
+TEST(ToText, ExpectationsThatNoRoundWasPlayedFor_AreOneLine) {
+    const Result open{&Sample, Verdict::Open, {}};
+    const std::string text = Text({Merged({{Failed, Service}}), open, open, open});
+    EXPECT_THAT(text, HasSubstr("\n  The other 3 expectations were not checked: no round was "
+                                "played.\n"));
+    EXPECT_THAT(text, testing::Not(HasSubstr("  -       sample")));
+    EXPECT_THAT(text, HasSubstr("4 expectations: 0 met, 1 not met, 0 with advice, 3 not seen\n"));
+}
+
 TEST(ToText, LastLine_Counts) {
     EXPECT_THAT(Text({Merged({{Met, Service}}), Merged({{Failed, Service}}),
                       Merged({{Met, Service}}), Merged({{Advice, Service}})}),
