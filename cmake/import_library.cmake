@@ -5,12 +5,15 @@ function(add_import_library target definition)
   if(MSVC)
     set(command ${CMAKE_AR} /nologo /machine:x64 /def:${definition} /out:${library})
   else()
-    set(command ${CMAKE_DLLTOOL} --input-def ${definition} --output-lib ${library})
+    # By its name alone, as the path would become part of symbols.
+    set(command ${CMAKE_DLLTOOL} --input-def ${definition} --output-lib
+                ${target}${CMAKE_STATIC_LIBRARY_SUFFIX})
   endif()
   add_custom_command(
     OUTPUT ${library}
     COMMAND ${command}
     DEPENDS ${definition}
+    WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
     VERBATIM)
   add_custom_target(${target}_file DEPENDS ${library})
   add_library(${target} INTERFACE)

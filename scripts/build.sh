@@ -33,4 +33,4 @@ for name in "${programs[@]}"; do
     printf '  %-22s%6d KiB  %s\n' "$name" $(($(stat -c %s "out/bin/$name") / 1024)) "$what"
 done
 echo
-echo "  The same with debug information: build/mingw/bin"
+echo "  Their PDBs: build/mingw/bin"

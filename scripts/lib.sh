@@ -72,7 +72,8 @@ engine_packages=(python3 curl)
 # shellcheck source=/dev/null
 [ "$(. /etc/os-release && echo "${ID:-}${VERSION_ID:-}")" != debian12 ] ||
     engine_packages+=(clickhouse-server)
-package_packages=(zip unzip wixl msitools faketime procps)
+package_packages=(zip unzip wixl msitools faketime procps python3 osslsigncode openssl)
+dump_packages=(lldb-19 unzip wine64)
 lint_packages=(clang-14 clang-format-14 clang-tidy-14 shellcheck git libspdlog-dev libfmt-dev)
 
 missing_packages() {
@@ -137,14 +138,14 @@ build_targets() {
     ) 8>"$root/build/build.lock"
 }
 
-# put_in_out FILE...: copies programs of the build folder to out/bin, stripped, each in one step so
+# put_in_out FILE...: copies programs of the build folder to out/bin, each in one step so
 # that nobody ever sees half a file.
 put_in_out() {
     local name
     mkdir -p "$root/out/bin"
     for name in "$@"; do
         if [ "$build_folder/bin/$name" -nt "$root/out/bin/$name" ]; then
-            x86_64-w64-mingw32-strip -o "$root/out/bin/$name.$$" "$build_folder/bin/$name"
+            cp "$build_folder/bin/$name" "$root/out/bin/$name.$$"
             mv -f "$root/out/bin/$name.$$" "$root/out/bin/$name"
         fi
     done
