@@ -1,11 +1,9 @@
-// What stands in the executable itself: its texts letter by letter, the manifest, the kind of
-// program, and what it needs from outside.
+// What stands in the executable itself: its texts letter by letter, and the manifest.
 
 #include <gmock/gmock.h>
 
 #include <cstring>
 
-#include "framework/system/platform.h"
 #include "tests/end-to-end/support/host_folder.h"
 
 namespace {
@@ -268,27 +266,8 @@ TEST(ExecutableImage, MendedSpellings_AreNotThere) {
     }
 }
 
-TEST(ExecutableImage, IsA64BitConsoleProgram) {
-    IMAGE_DOS_HEADER dos = {};
-    IMAGE_NT_HEADERS64 headers = {};
-    ASSERT_GE(Image().size(), sizeof(dos));
-    std::memcpy(&dos, Image().data(), sizeof(dos));
-    const auto offset = static_cast<std::size_t>(dos.e_lfanew);
-    ASSERT_GE(Image().size(), offset + sizeof(headers));
-    std::memcpy(&headers, Image().data() + offset, sizeof(headers));
-    EXPECT_EQ(headers.FileHeader.Machine, IMAGE_FILE_MACHINE_AMD64);
-    EXPECT_EQ(headers.OptionalHeader.Subsystem, IMAGE_SUBSYSTEM_WINDOWS_CUI);
-}
-
 TEST(ExecutableImage, ManifestAsksForNoElevation) {
     EXPECT_NE(Image().find("level=\"asInvoker\""), std::string::npos);
-}
-
-TEST(ExecutableImage, NeedsNoLibraryOfTheToolChain) {
-    for (const char* name :
-         {"libgcc_s_seh-1.dll", "libstdc++-6.dll", "libwinpthread-1.dll", "zlib1.dll"}) {
-        EXPECT_EQ(Image().find(name), std::string::npos) << name;
-    }
 }
 
 }  // namespace
