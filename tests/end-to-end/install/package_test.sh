@@ -45,7 +45,7 @@ code_is() { [ "$code" -eq "$1" ] || fail "exit code $code instead of $1"; }
 unpack() {
     rm -rf "$data"
     mkdir -p "${folder%/*}"
-    unzip -q "$root"/out/package/tarnwick-service-*.zip -d "$scratch"
+    unzip -q "$root"/out/package/tarnwick-service-*[0-9].zip -d "$scratch"
     mv "$scratch"/tarnwick-service-* "$folder"
 }
 
