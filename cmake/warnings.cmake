@@ -1,5 +1,5 @@
 # The flags of the compiler that builds. Every target of this project links project_options.
-# scripts/lint.sh has a list of its own for the second compiler, which only checks.
+# scripts/lint.sh has a list of its own, which is longer.
 add_library(project_options INTERFACE)
 target_compile_features(project_options INTERFACE cxx_std_20)
 set(CMAKE_CXX_STANDARD 20)
@@ -31,7 +31,8 @@ else()
               $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
               $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>
               $<$<COMPILE_LANGUAGE:CXX>:-Wextra-semi>)
-  target_link_options(project_options INTERFACE -Wl,--gc-sections)
+  target_link_options(project_options INTERFACE
+                      $<$<NOT:$<BOOL:$<TARGET_PROPERTY:KEEPS_UNCALLED_FUNCTIONS>>>:-Wl,--gc-sections>)
   if(TARNWICK_UNDEFINED_TRAPS)
     # Not for enumerations: the platform's are sets of flags, and a dump gets what the registry says,
     # bits without a name included.

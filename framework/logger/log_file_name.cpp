@@ -14,6 +14,9 @@ constexpr std::size_t MaxTemplateLength = 260;
 
 }  // namespace
 
+const wchar_t PlainLogPattern[] = L"*.log";
+const wchar_t CompressedLogPattern[] = L"*.log.gz";
+
 std::wstring MakeNameTemplate(const std::wstring& directory, const std::wstring& prefix,
                               const SYSTEMTIME& startTime) {
     wchar_t name[MaxTemplateLength + 1] = {};

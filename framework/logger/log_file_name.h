@@ -19,6 +19,11 @@ namespace framework {
 /// also in the directory or the prefix.
 [[nodiscard]] std::wstring MakeFileName(const std::wstring& nameTemplate, std::uint32_t number);
 
+/// Patterns of all log files, whoever wrote them. Defined in the source file: the compiler would take
+/// a short text apart, and the executable holds each in one piece.
+extern const wchar_t PlainLogPattern[];
+extern const wchar_t CompressedLogPattern[];
+
 }  // namespace framework
 
 #endif  // FRAMEWORK_LOGGER_LOG_FILE_NAME_H

@@ -92,14 +92,21 @@ LogFileList LogRetention::SelectNotExpired(const LogFileList& list, std::uint32_
 }
 
 LogFileList LogRetention::SelectOverBudget(const LogFileList& list, std::uint32_t limit) {
-    LogFileList sorted = list;
-    std::stable_sort(sorted.begin(), sorted.end(),
-                     [](const LogFileEntry& left, const LogFileEntry& right) {
-                         return left.CreationTime < right.CreationTime;
-                     });
+    std::vector<const LogFileEntry*> newestFirst;
+    newestFirst.reserve(list.size());
+    std::transform(list.begin(), list.end(), std::back_inserter(newestFirst),
+                   [](const LogFileEntry& entry) { return &entry; });
+    // The place in the list decides between equal times; std::stable_sort would draw in a call that
+    // the library has deprecated.
+    std::sort(newestFirst.begin(), newestFirst.end(),
+              [](const LogFileEntry* left, const LogFileEntry* right) {
+                  return left->CreationTime != right->CreationTime
+                             ? left->CreationTime > right->CreationTime
+                             : left > right;
+              });
     LogFileList excess;
     std::uint64_t total = 0;
-    for (auto entry = sorted.rbegin(); entry != sorted.rend(); ++entry) {
+    for (const LogFileEntry* const entry : newestFirst) {
         total += entry->Size;
         if (total >= limit) {
             excess.push_back(*entry);

@@ -248,9 +248,9 @@ bool Logger::RetentionBusy(bool wait) {
 }
 
 void Logger::RunRetention() const {
-    RunRetentionPass(L"*.log", Budgets.PlainLogsBudget);
+    RunRetentionPass(PlainLogPattern, Budgets.PlainLogsBudget);
     if (Config.CompressRotatedLogs) {
-        RunRetentionPass(L"*.log.gz", Budgets.CompressedLogsBudget);
+        RunRetentionPass(CompressedLogPattern, Budgets.CompressedLogsBudget);
     }
 }
 

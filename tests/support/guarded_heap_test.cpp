@@ -131,7 +131,7 @@ TEST(GuardedHeap, BlocksOfEverySize_HoldWhatIsPutThere) {
 }
 
 TEST(GuardedHeap, BlockOfNoSize_CanBeFreed) {
-    const std::unique_ptr<char[]> block(Unseen(new char[0]));
+    const std::unique_ptr<char[]> block(new char[Unseen(std::size_t{0})]);
     EXPECT_NE(block, nullptr);
 }
 

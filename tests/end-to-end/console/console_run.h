@@ -34,15 +34,15 @@ class ConsoleRun {
     std::unique_ptr<Child> process_;
 };
 
-/// The texts that most console runs share.
-inline const std::wstring ComReady = L"[T][quillon] CoInitializeEx successed";
-inline const std::wstring Working = L"[T][quillon] Keldane is working... Press Ctrl+c to stop ";
-inline const std::wstring StartBegun = L"[T][quillon] VelmoraTarnwickService in OnStart started";
-inline const std::wstring StartOver = L"[T][quillon] VelmoraTarnwickService in OnStart finished";
-inline const std::wstring CtrlC = L"[T][quillon] Ctrl+c event was recieved ";
-inline const std::wstring StopBegun = L"[T][quillon] VelmoraTarnwickService in OnStop started";
-inline const std::wstring StopOver = L"[T][quillon] VelmoraTarnwickService in OnStop finished ";
-inline const std::wstring Freed = L"[T][quillon] OrrinFreeComponentModelController successed";
+/// The texts that most console runs share. Constants, so that lists at namespace scope may hold them.
+inline constexpr wchar_t ComReady[] = L"[T][quillon] CoInitializeEx successed";
+inline constexpr wchar_t Working[] = L"[T][quillon] Keldane is working... Press Ctrl+c to stop ";
+inline constexpr wchar_t StartBegun[] = L"[T][quillon] VelmoraTarnwickService in OnStart started";
+inline constexpr wchar_t StartOver[] = L"[T][quillon] VelmoraTarnwickService in OnStart finished";
+inline constexpr wchar_t CtrlC[] = L"[T][quillon] Ctrl+c event was recieved ";
+inline constexpr wchar_t StopBegun[] = L"[T][quillon] VelmoraTarnwickService in OnStop started";
+inline constexpr wchar_t StopOver[] = L"[T][quillon] VelmoraTarnwickService in OnStop finished ";
+inline constexpr wchar_t Freed[] = L"[T][quillon] OrrinFreeComponentModelController successed";
 
 }  // namespace test
 

@@ -76,15 +76,15 @@ void ExpectUpToTheEnd(const Records& log, const Records& certain, const Records&
 /// The framework's lines of a whole good stop or shutdown with no repeated report.
 [[nodiscard]] Records WholeStop(const wchar_t* action, DWORD accepted);
 
-inline const std::wstring StopEnabled =
+inline constexpr wchar_t StopEnabled[] =
     L"[T][quillon] WindowsServiceBase->EnableStopFromSCM: SERVICE_ACCEPT_STOP set";
-inline const std::wstring EnableAsked = L"[T][quillon] Enable service stop ORRIN request occur";
-inline const std::wstring ComReady = L"[T][quillon] CoInitializeEx successed";
-inline const std::wstring StartBegun = L"[T][quillon] VelmoraTarnwickService in OnStart started";
-inline const std::wstring StartOver = L"[T][quillon] VelmoraTarnwickService in OnStart finished";
-inline const std::wstring StopBegun = L"[T][quillon] VelmoraTarnwickService in OnStop started";
-inline const std::wstring StopOver = L"[T][quillon] VelmoraTarnwickService in OnStop finished ";
-inline const std::wstring Freed = L"[T][quillon] OrrinFreeComponentModelController successed";
+inline constexpr wchar_t EnableAsked[] = L"[T][quillon] Enable service stop ORRIN request occur";
+inline constexpr wchar_t ComReady[] = L"[T][quillon] CoInitializeEx successed";
+inline constexpr wchar_t StartBegun[] = L"[T][quillon] VelmoraTarnwickService in OnStart started";
+inline constexpr wchar_t StartOver[] = L"[T][quillon] VelmoraTarnwickService in OnStart finished";
+inline constexpr wchar_t StopBegun[] = L"[T][quillon] VelmoraTarnwickService in OnStop started";
+inline constexpr wchar_t StopOver[] = L"[T][quillon] VelmoraTarnwickService in OnStop finished ";
+inline constexpr wchar_t Freed[] = L"[T][quillon] OrrinFreeComponentModelController successed";
 
 }  // namespace test
 

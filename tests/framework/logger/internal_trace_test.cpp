@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <iterator>
 #include <random>
 #include <string>
 #include <thread>
@@ -146,12 +147,12 @@ TEST(InternalTrace, TwoThreads_WriteWholeRecords) {
         expectedFirst.push_back(L"[T][quillon] first " + std::to_wstring(round));
         expectedSecond.push_back(L"[T][quillon] second " + std::to_wstring(round));
     }
-    std::vector<std::wstring> ofFirst = capture.Lines();
-    const auto split = std::stable_partition(
-        ofFirst.begin(), ofFirst.end(),
+    const std::vector<std::wstring> lines = capture.Lines();
+    std::vector<std::wstring> ofFirst;
+    std::vector<std::wstring> ofSecond;
+    std::partition_copy(
+        lines.begin(), lines.end(), std::back_inserter(ofFirst), std::back_inserter(ofSecond),
         [](const std::wstring& line) { return line.find(L"first") != std::wstring::npos; });
-    const std::vector<std::wstring> ofSecond(split, ofFirst.end());
-    ofFirst.erase(split, ofFirst.end());
     EXPECT_EQ(ofFirst, expectedFirst);
     EXPECT_EQ(ofSecond, expectedSecond);
 }
