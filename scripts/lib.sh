@@ -44,12 +44,31 @@ die() {
 # Prints the comment block at the top of the running command.
 show_help() { sed -n '2,${/^#/!q;s/^# \{0,1\}//p}' "$command_file"; }
 
+# with_progress LABEL LOG COMMAND...: runs the command into the log. On a terminal it shows the last
+# line that begins with a count in brackets, as ninja's do.
+with_progress() {
+    local label=$1 log=$2
+    shift 2
+    if [ ! -t 1 ]; then
+        "$@" >"$log" 2>&1 </dev/null
+        return
+    fi
+    "$@" 2>&1 </dev/null | tee "$log" | while IFS= read -r line; do
+        case $line in
+            '['[0-9]*/*']'*) printf '\r  %-13s%s]\e[K' "$label" "${line%%]*}" ;;
+        esac
+    done
+    local result=${PIPESTATUS[0]}
+    printf '\r  %-13s\e[K' "$label"
+    return "$result"
+}
+
 # quietly LABEL COMMAND...: one line for a step that went well; all that it said when it failed.
 quietly() {
     local label=$1 log=$root/build/${1// /-}.$$.log began=$SECONDS
     shift
     printf '  %-13s' "$label"
-    if "$@" >"$log" 2>&1 </dev/null; then
+    if with_progress "$label" "$log" "$@"; then
         printf '%sdone%s in %d s\n' "$green" "$plain" $((SECONDS - began))
         rm -f "$log"
     else
@@ -64,8 +83,10 @@ quietly() {
 
 # ---- packages ----------------------------------------------------------------------------------
 
-build_packages=(clang-19 lld-19 llvm-19 g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest
-    cmake ninja-build)
+# The version of clang and its tools is written in one place.
+llvm_version=$(sed -n 's/^set(llvm_version \([0-9]*\))$/\1/p' cmake/mingw64-target.cmake)
+build_packages=("clang-$llvm_version" "lld-$llvm_version" "llvm-$llvm_version"
+    g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest cmake ninja-build)
 wine_packages=(wine wine64)
 # What the tests of shipping/ need. Debian 13 has no ClickHouse, and these tests say so there.
 engine_packages=(python3 curl)
@@ -123,8 +144,11 @@ configure_and_build() {
     if [ -f "$cache" ] && ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$cache"; then
         rm -rf "$build_folder"
     fi
-    if [ ! -f "$build_folder/build.ninja" ]; then
-        cmake --preset "$preset" || return
+    # In CI a warning is an error; a person who only builds isn't stopped by one.
+    local errors=CMAKE_COMPILE_WARNING_AS_ERROR
+    if [ -n "${CI:-}" ]; then errors+=:BOOL=ON; else errors+=:BOOL=OFF; fi
+    if [ ! -f "$build_folder/build.ninja" ] || ! grep -qxF "$errors" "$cache"; then
+        cmake --preset "$preset" -D "$errors" || return
     fi
     cmake --build --preset "$preset" "$@"
 }
@@ -155,14 +179,37 @@ put_in_out() {
 
 wine_server() { WINEPREFIX=$TARNWICK_WINEPREFIX WINEDEBUG=-all timeout 60 wineserver "$@"; }
 
-make_prefix() {
+# Prefixes are copies of this one, in which nothing has run: making one takes Wine ten seconds.
+blank_prefix=$root/build/wineprefix-blank
+
+make_blank_prefix() {
+    rm -rf "$blank_prefix" &&
+        mkdir -p "$blank_prefix" &&
+        # A new prefix links its document folders to those of the home folder; without one it keeps
+        # to itself.
+        HOME=$blank_prefix/no-home TARNWICK_WINEPREFIX=$blank_prefix \
+            timeout 300 setsid -w "$root/cmake/wine.sh" wineboot -i &&
+        WINEPREFIX=$blank_prefix timeout 60 wineserver -w &&
+        "$root/cmake/wine.sh" --version >"$blank_prefix/.made"
+}
+
+# need_blank_prefix: makes it if there is none, or one of another version of Wine.
+need_blank_prefix() {
+    (
+        flock 9
+        "$root/cmake/wine.sh" --version | cmp -s - "$blank_prefix/.made" ||
+            quietly "Wine prefix" make_blank_prefix 9>&-
+    ) 9>"$blank_prefix.lock"
+}
+
+# need_prefix: makes the checkout's own prefix if there is none.
+need_prefix() {
+    need_blank_prefix
+    [ ! -f "$TARNWICK_WINEPREFIX/.made" ] || return 0
     rm -rf "$TARNWICK_WINEPREFIX"
-    mkdir -p "$TARNWICK_WINEPREFIX"
-    # A new prefix links its document folders to those of the home folder; without one it keeps to
-    # itself.
-    HOME=$TARNWICK_WINEPREFIX/no-home timeout 300 setsid -w "$root/cmake/wine.sh" wineboot -i &&
-        wine_server -w &&
-        touch "$TARNWICK_WINEPREFIX/.made"
+    cp -al "$blank_prefix" "$TARNWICK_WINEPREFIX"
+    # Wine writes into a registry file in place if the file has more than one link.
+    cp --remove-destination "$blank_prefix"/*.reg "$TARNWICK_WINEPREFIX/"
 }
 
 # Runs a function while no other command begins or ends its use of the prefix.
@@ -197,9 +244,7 @@ enter_prefix() {
     fi
     mkdir -p "$wine_users"
     : >"$wine_users/$$"
-    if [ ! -f "$TARNWICK_WINEPREFIX/.made" ]; then
-        quietly "Wine prefix" make_prefix
-    fi
+    need_prefix
     [ -O "$TARNWICK_WINEPREFIX" ] ||
         die "$TARNWICK_WINEPREFIX belongs to another user; remove it or work as that user"
     # The server lives until the last command ends, and with it the Service Control Manager that
@@ -249,4 +294,26 @@ claim_service() {
     exec 7>"$TARNWICK_WINEPREFIX.service"
     flock -n 7 || die "another command of this checkout is using the service; wait for its end"
     export TARNWICK_SERVICE_CLAIM=$TARNWICK_WINEPREFIX
+}
+
+wine_quietly() { timeout 60 "$root/cmake/wine.sh" "$@" >/dev/null 2>&1 </dev/null 7>&- || true; }
+
+# service_data_folder: prints the Windows path of the machine-wide data folder of services
+# (ALLUSERSPROFILE). Versions of Wine give a service another one than a console program, so a service
+# is asked: a command that fails to be one, but runs as one.
+service_data_folder() {
+    local name=TarnwickQuestion$$
+    local answer=$TARNWICK_WINEPREFIX/drive_c/windows/temp/$name.txt
+    wine_quietly sc create "$name" binPath= \
+        "cmd /v:on /c echo !ALLUSERSPROFILE!>C:\\windows\\temp\\$name.txt"
+    wine_quietly sc start "$name"
+    wine_quietly sc delete "$name"
+    tr -d '\r' <"$answer" || die "Wine's service manager starts no services"
+    rm -f "$answer"
+}
+
+# unix_path PREFIX WINDOWS-PATH: of a folder on drive C.
+unix_path() {
+    local path=${2#[A-Za-z]:}
+    printf '%s' "$1/drive_c${path//\\//}"
 }

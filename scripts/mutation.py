@@ -164,8 +164,7 @@ def program_names(path):
 def configure(folder):
     # Neither optimised nor with names for a debugger: a broken file is compiled once and run once.
     command = ["cmake", "--preset", "mingw", "-B", "build/mutation", "-DCMAKE_BUILD_TYPE=Debug",
-               "-DCMAKE_CXX_FLAGS_DEBUG=-O0", "-DCMAKE_C_FLAGS_DEBUG=-O0",
-               f"-DCMAKE_CXX_LINKER_LAUNCHER={folder}/scripts/link_with_lld.py"]
+               "-DCMAKE_CXX_FLAGS_DEBUG=-O0", "-DCMAKE_C_FLAGS_DEBUG=-O0"]
     subprocess.run(command, cwd=folder, check=True, stdout=subprocess.DEVNULL)
 
 

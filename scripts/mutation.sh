@@ -24,7 +24,7 @@ esac
 export TARNWICK_WINEPREFIX=$root/build/mutation/wineprefix
 wine_users=$TARNWICK_WINEPREFIX.users
 
-need_packages "${build_packages[@]}" "${wine_packages[@]}" git python3 lld-14
+need_packages "${build_packages[@]}" "${wine_packages[@]}" git python3
 claim_service
 begin_wine
 
