@@ -7,6 +7,7 @@ Reads one JSON object a line, prints the table, and writes it to FOLDER as Markd
 import json
 import pathlib
 import platform
+import re
 import subprocess
 import sys
 
@@ -26,24 +27,34 @@ def processor():
     return platform.processor()
 
 
-def build_flags(build_folder):
+def read_cache(build_folder):
     cache = {}
     for line in (build_folder / "CMakeCache.txt").read_text().splitlines():
         name, colon, value = line.partition("=")
         if colon:
             cache[name.partition(":")[0]] = value
+    return cache
+
+
+def compiler(build_folder):
+    file, = build_folder.glob("CMakeFiles/*/CMakeCXXCompiler.cmake")
+    return re.search(r'set\(CMAKE_CXX_COMPILER "(.*)"\)', file.read_text())[1]
+
+
+def build_flags(cache):
     build_type = cache["CMAKE_BUILD_TYPE"]
     flags = cache["CMAKE_CXX_FLAGS"] + " " + cache[f"CMAKE_CXX_FLAGS_{build_type.upper()}"]
     return f"{build_type}: {flags.strip()} -static, stripped"
 
 
 def machine(build_folder):
+    cache = read_cache(build_folder)
     return {
         "processor": processor(),
         "processors used": "1",
         "system": first_line("uname", "-sr"),
-        "compiler": first_line("x86_64-w64-mingw32-g++-posix", "--version"),
-        "flags": build_flags(build_folder),
+        "compiler": first_line(compiler(build_folder), "--version"),
+        "flags": build_flags(cache),
         "Wine": first_line("/usr/lib/wine/wine64", "--version"),
     }
 

@@ -62,7 +62,7 @@ run_as_service() {
     field service "$service, own process"
     field executable out/bin/tarnwick-service.exe
     field controller "out/bin/orrin-ctrl.dll (development controller)"
-    field "log files" "$drive_c/users/Public/$logs"
+    field "log files" "$(shown_path "$(unix_path "$TARNWICK_WINEPREFIX" "$(service_data_folder)")/$logs")"
     field ends "${seconds:+after $seconds s, or }with Ctrl+C"
     echo
     # The program removes the service itself; this is for the case that it can't.

@@ -40,7 +40,6 @@ seconds=$((minutes * 60))
 life=$((minutes < 10 ? 60 : 120))
 
 folder=$root/out/soak
-logs=$TARNWICK_WINEPREFIX/drive_c/users/Public/Velmora/Quillon/Logs
 report=$root/tests/soak/report.py
 
 # 400 lines of 1600 characters a second are 5 MiB in four seconds.
@@ -60,13 +59,15 @@ need_packages "${build_packages[@]}" "${wine_packages[@]}" python3
 build_targets tarnwick-service orrin_ctrl probe_plain soak-run
 claim_service
 begin_wine
+windows_logs=$(service_data_folder)'\Velmora\Quillon\Logs'
+logs=$(unix_path "$TARNWICK_WINEPREFIX" "$windows_logs")
 quietly folders prepare_folders
 
 heading "Running for $minutes min"
 field lives "$((seconds / life)) of $life s"
 field "log folder" "${logs#"$root/"}"
 timeout $((seconds + 300)) "$root/cmake/wine.sh" "$build_folder/bin/soak-run.exe" "$seconds" \
-    "$life" 'out\soak\host' 'C:\users\Public\Velmora\Quillon\Logs' 'out\soak\samples.csv' \
+    "$life" 'out\soak\host' "$windows_logs" 'out\soak\samples.csv' \
     7>&- </dev/null || die "the run failed"
 
 heading Verdict
