@@ -36,6 +36,9 @@ END_LIMIT = 60
 STARTED = re.compile(r"\[ RUN      \] (\S+)")
 ENDED = re.compile(r"\[ +(OK|FAILED|SKIPPED) +\] (\S+?)(?:, where .*)?(?: \((\d+) ms\))?$")
 VERDICTS = {"OK": "Passed", "FAILED": "Failed", "SKIPPED": "Skipped"}
+# Properties of ctest's that would change a verdict.
+UNSUPPORTED = {"WILL_FAIL", "PASS_REGULAR_EXPRESSION", "FAIL_REGULAR_EXPRESSION", "REQUIRED_FILES",
+               "DEPENDS", "FIXTURES_CLEANUP"}
 QUIET = {"stdin": subprocess.DEVNULL, "stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
 
 
@@ -56,6 +59,9 @@ class Test:
         self.disabled = bool(values.get("DISABLED", False))
         self.sets_up = set(values.get("FIXTURES_SETUP", []))
         self.requires = set(values.get("FIXTURES_REQUIRED", []))
+        self.skip_code = values.get("SKIP_RETURN_CODE")
+        if unknown := UNSUPPORTED & values.keys():
+            sys.exit(f"run_tests: {self.name} has {', '.join(unknown)}, which is not supported here")
         filters = [each for each in self.command if each.startswith("--gtest_filter=")]
         self.case = filters[0].split("=", 1)[1] if filters else None
 
@@ -169,9 +175,10 @@ def run_single(prefix, test, options):
             process.kill()
             return Result("Timeout", time.monotonic() - began, output)
     code = process.child.returncode
-    if code != 0:
+    verdict = {0: "Passed", test.skip_code: "Skipped"}.get(code, "Failed")
+    if verdict == "Failed":
         output += f"\nexit status {code}"
-    return Result("Failed" if code else "Passed", time.monotonic() - began, output)
+    return Result(verdict, time.monotonic() - began, output)
 
 
 class ProgramRun:

@@ -137,6 +137,20 @@ class RunnerTest(unittest.TestCase):
                  for number, (name, command) in enumerate(commands.items(), 1)]
         self.assertEqual(self.run_all(tests), {"good": "Passed", "bad": "Failed", "slow": "Timeout"})
 
+    def test_a_command_can_skip_itself(self):
+        def with_code(number, name, code):
+            return run_tests.Test(number, {
+                "name": name, "command": ["sh", "-c", f"exit {code}"],
+                "properties": [{"name": "SKIP_RETURN_CODE", "value": 77}]})
+        self.assertEqual(self.run_all([with_code(1, "skips", 77), with_code(2, "fails", 7),
+                                       with_code(3, "passes", 0)]),
+                         {"skips": "Skipped", "fails": "Failed", "passes": "Passed"})
+
+    def test_a_property_that_is_not_known_is_an_error(self):
+        with self.assertRaises(SystemExit):
+            run_tests.Test(1, {"name": "none", "command": ["false"], "properties": [
+                {"name": "WILL_FAIL", "value": True}]})
+
     def test_what_needs_a_failed_fixture_does_not_run(self):
         def with_fixture(number, name, command, kind):
             return run_tests.Test(number, {"name": name, "command": command, "properties": [
