@@ -2,12 +2,14 @@
 #define TOOLS_QUILLON_LOG_OPTIONS_H
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include "tools/quillon-log/record_filter.h"
+#include "tools/quillon-log/time_point.h"
 #include "tools/shared/option_walk.h"
 
 namespace quillon_log {
@@ -16,21 +18,33 @@ using tools::ColorChoice;
 using tools::OptionError;
 
 struct Options {
-    std::wstring folder = L"%ALLUSERSPROFILE%\\Velmora\\Quillon\\Logs";  ///< not expanded yet
+    /// Folders, files, or "-" for standard input. Environment variables are not expanded yet.
+    std::vector<std::wstring> operands;
     bool follow = false;
-    std::optional<std::size_t> lastRecords;  ///< of those that pass
+    std::optional<std::uint64_t> lastRecords;  ///< of those that pass
     RecordFilter filter;
     bool json = false;
+    bool escape = false;  ///< also where standard output is no terminal
+    Clock clock = Clock::Utc;
+    std::wstring host;  ///< empty: this computer's name
     ColorChoice color = ColorChoice::WhenTerminal;
+    std::wstring cursorFile;
+    std::optional<std::wstring> afterCursor;
+    bool showCursor = false;
     bool help = false;
     bool version = false;
+
+    [[nodiscard]] bool UsesCursor() const {
+        return !cursorFile.empty() || afterCursor || showCursor;
+    }
 };
 
-/// Reads the arguments behind the program's name. `now` is the present time in UTC.
+/// Reads the arguments after the program's name. `now` is the present time.
 [[nodiscard]] std::variant<Options, OptionError> ParseOptions(
     const std::vector<std::wstring>& arguments, TimePoint now);
 
 extern const wchar_t* const HelpText;
+extern const wchar_t* const UsualFolder;
 
 }  // namespace quillon_log
 

@@ -146,8 +146,9 @@ TEST(LogReader, ClosedRun_IsReadFromCompressedFilesAloneUpToItsEnd) {
 
 TEST(FlatJson, BrokenObjects_AreRefused) {
     EXPECT_EQ(test::ParseFlatJson("{\"a\":\"\\u0001\\\"\",\"cut\":true}").at("a"), "\x01\"");
+    EXPECT_EQ(test::ParseFlatJson("{\"a\":12,\"b\":null}").at("a"), "12");
     for (const char* text :
-         {"", "{", "{}", "{\"a\":1}", "{\"a\":\"b\"", "{\"a\":\"b\"}x", "{\"a\":\"b\",}",
+         {"", "{", "{}", "{\"a\":1.5}", "{\"a\":\"b\"", "{\"a\":\"b\"}x", "{\"a\":\"b\",}",
           "{\"a\":\"\\x\"}", "{\"a\":\"b\",\"a\":\"c\"}", "{\"a\":\"\t\"}"}) {
         EXPECT_THROW(static_cast<void>(test::ParseFlatJson(text)), std::runtime_error) << text;
     }
