@@ -154,6 +154,9 @@ const LogFile* Folder::NextAfter(RunKey run, std::uint32_t number) const {
 }
 
 std::wstring Folder::NameOf(RunKey run, std::uint32_t number) const {
+    if (!shownName_.empty()) {
+        return shownName_;
+    }
     if (otherName_.empty()) {
         return PlainName(prefixes_[run.prefix], run.start, number);
     }

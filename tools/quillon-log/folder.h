@@ -45,6 +45,11 @@ class Folder {
     explicit Folder(std::wstring path);
     /// The named files of one folder and no others.
     Folder(std::wstring path, const std::vector<std::wstring>& names);
+    /// The named file, which is shown under another name.
+    Folder(std::wstring path, const std::wstring& name, std::wstring shownName)
+        : Folder(std::move(path), {name}) {
+        shownName_ = std::move(shownName);
+    }
 
     /// Lists the folder anew; files that were named stay as they are. False if it can't be read.
     bool Refresh();
@@ -80,6 +85,7 @@ class Folder {
     std::vector<LogFile> files_;
     /// The name of a file whose name isn't a log's: it is the only one.
     std::wstring otherName_;
+    std::wstring shownName_;  ///< empty: the file's own
 };
 
 /// Whether a process has the file open for writing.

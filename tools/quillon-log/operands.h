@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "framework/system/unique_handle.h"
 #include "tools/quillon-log/folder.h"
 
 namespace quillon_log {
@@ -13,11 +14,15 @@ struct Operands {
     std::vector<Folder> folders;  ///< and named files, those of one folder together
     std::vector<std::wstring> missing;
     bool isOneFolder = false;  ///< one folder and no file
+    /// Deletes the copy of standard input when it is closed.
+    framework::FileHandle inputCopy;
 };
 
 /// Finds out what the operands are; none mean the usual folder. With `waits` an operand that
-/// doesn't exist is a folder that is still to come.
-[[nodiscard]] Operands ResolveOperands(const std::vector<std::wstring>& operands, bool waits);
+/// doesn't exist is a folder that is still to come. With `readsTwice` standard input is copied to a
+/// temporary file first.
+[[nodiscard]] Operands ResolveOperands(const std::vector<std::wstring>& operands, bool waits,
+                                       bool readsTwice);
 
 }  // namespace quillon_log
 

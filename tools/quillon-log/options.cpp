@@ -23,6 +23,14 @@ const wchar_t* const HelpText =
     L"  -g, --grep TEXT         records with this text in their message, ignoring case\n"
     L"  -E, --regex PATTERN     the same with a regular expression\n"
     L"  -v, --invert            records without the texts of -g and -E\n"
+    L"  -C, --context COUNT     also so many records before and after each that matches\n"
+    L"  -B, --before COUNT      only those before\n"
+    L"  -A, --after COUNT       only those after\n"
+    L"  -r, --reverse           newest records first\n"
+    L"      --runs              a list of the starts of the process and how "
+    L"each ended\n"
+    L"      --run NUMBER        one run: -1 is the last, 1 the first, crash "
+    L"the last that crashed\n"
     L"      --since TIME        from this time on\n"
     L"      --until TIME        before this time\n"
     L"\n"
@@ -70,6 +78,10 @@ class Walk final : public tools::OptionWalk {
     bool TakeSwitch() override {
         if (Is(L"-f", L"--follow")) {
             options_.follow = true;
+        } else if (Is(L"-r", L"--reverse")) {
+            options_.newestFirst = true;
+        } else if (Is(L"--runs")) {
+            options_.listRuns = true;
         } else if (Is(L"-h", L"--help")) {
             options_.help = true;
         } else if (Is(L"-v", L"--invert")) {
@@ -92,8 +104,15 @@ class Walk final : public tools::OptionWalk {
 
     bool TakeValued() override {
         constexpr std::uint32_t MostRecords = 999999999;
+        constexpr std::uint32_t MostContext = 1000;
         if (Is(L"-n", L"--lines")) {
             options_.lastRecords = Number(0, MostRecords);
+        } else if (Is(L"-C", L"--context")) {
+            options_.before = options_.after = Number(0, MostContext);
+        } else if (Is(L"-B", L"--before")) {
+            options_.before = Number(0, MostContext);
+        } else if (Is(L"-A", L"--after")) {
+            options_.after = Number(0, MostContext);
         } else if (Is(L"-l", L"--level")) {
             TakeLevel(Value());
         } else if (Is(L"-c", L"--component")) {
@@ -106,6 +125,8 @@ class Walk final : public tools::OptionWalk {
             since_ = Value();
         } else if (Is(L"--until")) {
             until_ = Value();
+        } else if (Is(L"--run")) {
+            TakeRun(Value());
         } else if (Is(L"--host")) {
             options_.host = Value();
         } else if (Is(L"--cursor-file")) {
@@ -125,6 +146,25 @@ class Walk final : public tools::OptionWalk {
         if (!options_.filter.leastLevel) {
             Fail(L"not a level: " + value + L"; a level is error, warning, trace or verbose");
         }
+    }
+
+    void TakeRun(const std::wstring& value) {
+        constexpr std::size_t MostDigits = 6;
+        const bool isFromLast = value.starts_with(L'-');
+        const std::wstring digits = value.substr(isFromLast ? 1 : 0);
+        options_.lastCrash = value == L"crash";
+        if (options_.lastCrash) {
+            return;
+        }
+        const bool isNumber = !digits.empty() && digits.size() <= MostDigits &&
+                              digits.find_first_not_of(L"0123456789") == digits.npos;
+        const std::int32_t number = isNumber ? std::stoi(digits) : 0;
+        if (number == 0) {
+            Fail(L"not a run: " + value +
+                 L"; a run is -1 for the last, -2 for the one before, 1 for the "
+                 L"first, or crash");
+        }
+        options_.run = isFromLast ? -number : number;
     }
 
     void TakePattern(const std::wstring& value) {
@@ -161,6 +201,23 @@ class Walk final : public tools::OptionWalk {
             Fail(L"nothing is from --since " + *since_ + L" on and before --until " + *until_);
         } else if (options_.follow && filter.until && *filter.until <= now_) {
             Fail(L"-f shows what is still to come, and --until " + *until_ + L" is over");
+        } else if (options_.newestFirst && options_.follow) {
+            Fail(
+                L"-r shows the newest records first and -f waits for newer ones; "
+                L"give one of them");
+        } else if (options_.newestFirst && options_.HasContext()) {
+            Fail(L"-r can't be combined with -A, -B and -C");
+        } else if (options_.newestFirst && options_.UsesCursor()) {
+            Fail(
+                L"a cursor goes on to the newest record; it can't be combined with "
+                L"-r");
+        } else if (options_.listRuns && (options_.follow || options_.UsesCursor() || readsInput)) {
+            Fail(
+                L"--runs lists the runs of a folder once; it can't be combined with "
+                L"-f, a cursor or "
+                L"standard input");
+        } else if (options_.listRuns && (options_.run || options_.lastCrash)) {
+            Fail(L"--runs lists all runs and --run shows one; give one of them");
         } else if (options_.follow && readsInput) {
             Fail(L"-f follows folders and files, not standard input");
         } else if (filter.isInverted && filter.texts.empty() && filter.patterns.empty()) {

@@ -23,6 +23,14 @@ struct Options {
     bool follow = false;
     std::optional<std::uint64_t> lastRecords;  ///< of those that pass
     RecordFilter filter;
+    // Records that are shown though they don't match, around each one that does.
+    std::uint32_t before = 0;
+    std::uint32_t after = 0;
+    bool newestFirst = false;
+    bool listRuns = false;
+    /// Only this run: from the first one, 1, or from the last one, -1.
+    std::optional<std::int32_t> run;
+    bool lastCrash = false;  ///< only the last run that crashed
     bool json = false;
     bool escape = false;  ///< also where standard output is no terminal
     Clock clock = Clock::Utc;
@@ -34,6 +42,7 @@ struct Options {
     bool help = false;
     bool version = false;
 
+    [[nodiscard]] bool HasContext() const { return before > 0 || after > 0; }
     [[nodiscard]] bool UsesCursor() const {
         return !cursorFile.empty() || afterCursor || showCursor;
     }

@@ -1,5 +1,7 @@
 #include "tools/quillon-log/problem_report.h"
 
+#include <functional>
+
 #include "tools/quillon-log/output.h"
 
 namespace quillon_log {
@@ -46,20 +48,23 @@ std::wstring GapJson(const Problem& gap) {
 
 }  // namespace
 
-ProblemSink ProblemReport::Sink() {
-    return [this](const Problem& problem) {
-        if (problem.until <= since_ || problem.from >= until_) {
-            return;
-        }
-        isAnyInRange_ = true;
-        if (!problem.isGap) {
-            WriteError(problem.place + L": " + problem.text);
-        } else if (json_) {
-            WriteErrorLine(GapJson(problem));
-        } else {
-            WriteError(GapText(problem));
-        }
-    };
+void ProblemReport::Report(const Problem& problem) {
+    constexpr std::size_t MostRemembered = 10000;
+    if (problem.until <= since_ || problem.from >= until_) {
+        return;
+    }
+    isAnyInRange_ = true;
+    if (reported_.size() < MostRemembered &&
+        !reported_.insert(std::hash<std::wstring>()(problem.place + L'|' + problem.text)).second) {
+        return;
+    }
+    if (!problem.isGap) {
+        WriteError(problem.place + L": " + problem.text);
+    } else if (json_) {
+        WriteErrorLine(GapJson(problem));
+    } else {
+        WriteError(GapText(problem));
+    }
 }
 
 }  // namespace quillon_log

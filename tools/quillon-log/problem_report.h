@@ -1,7 +1,10 @@
 #ifndef TOOLS_QUILLON_LOG_PROBLEM_REPORT_H
 #define TOOLS_QUILLON_LOG_PROBLEM_REPORT_H
 
+#include <algorithm>
+#include <cstddef>
 #include <optional>
+#include <set>
 
 #include "tools/quillon-log/problem.h"
 
@@ -17,8 +20,13 @@ class ProblemReport {
     ProblemReport(const ProblemReport&) = delete;
     ProblemReport& operator=(const ProblemReport&) = delete;
 
-    /// Valid for as long as this object.
-    [[nodiscard]] ProblemSink Sink();
+    void Report(const Problem& problem);
+    /// A sink that is valid for as long as this object.
+    [[nodiscard]] ProblemSink Sink() {
+        return [this](const Problem& problem) { Report(problem); };
+    }
+    /// What is only missing before this time is not reported.
+    void SetSince(TimePoint since) { since_ = std::max(since_, since); }
     [[nodiscard]] bool IsAnyInRange() const noexcept { return isAnyInRange_; }
 
   private:
@@ -26,6 +34,8 @@ class ProblemReport {
     TimePoint since_;
     TimePoint until_;
     bool isAnyInRange_ = false;
+    /// Hashes of what was reported: a file can be read twice.
+    std::set<std::size_t> reported_;
 };
 
 }  // namespace quillon_log

@@ -26,11 +26,22 @@ bool Reader::Later::operator()(const RunReader* left, const RunReader* right) co
 Reader::Reader(std::vector<Folder> folders, ReaderSettings settings, ProblemSink problems)
     : folders_(std::move(folders)), settings_(settings), problems_(std::move(problems)) {}
 
-bool Reader::ReadNew(const RecordSink& sink) {
+bool Reader::Refresh() {
     bool isAnyThere = false;
+    runCount_ = 0;
     for (Folder& folder : folders_) {
         isAnyThere = folder.Refresh() || isAnyThere;
+        const LogFile* before = nullptr;
+        for (const LogFile& file : folder.Files()) {
+            runCount_ += before == nullptr || before->run != file.run ? 1U : 0U;
+            before = &file;
+        }
     }
+    return isAnyThere;
+}
+
+bool Reader::ReadNew(const RecordSink& sink) {
+    const bool isAnyThere = Refresh();
     ReportMissingRuns();
     ready_.clear();
     std::vector<RunId> waiting;
@@ -94,7 +105,7 @@ void Reader::OpenRun(std::size_t folder, std::size_t first, std::size_t last) {
     constexpr std::size_t MiddleBuffer = 32 * 1024;
     constexpr std::size_t SmallBuffer = 8 * 1024;
     const RunId id{folder, folders_[folder].Files()[first].run};
-    if (readers_.contains(id)) {
+    if (readers_.contains(id) || (settings_.onlyRun && *settings_.onlyRun != id)) {
         return;
     }
     const std::optional<LogPosition> start = StartOf(id, first, last);
@@ -222,18 +233,6 @@ Positions Reader::Reached() const {
 bool Reader::HoldsBack() const {
     return std::any_of(readers_.begin(), readers_.end(),
                        [](const auto& entry) { return entry.second->HoldsBack(); });
-}
-
-std::size_t Reader::RunCount() const {
-    std::size_t count = 0;
-    for (const Folder& folder : folders_) {
-        const LogFile* before = nullptr;
-        for (const LogFile& file : folder.Files()) {
-            count += before == nullptr || before->run != file.run ? 1U : 0U;
-            before = &file;
-        }
-    }
-    return count;
 }
 
 std::size_t Reader::FilesRead() const noexcept {

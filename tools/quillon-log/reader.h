@@ -32,6 +32,7 @@ struct ReaderSettings {
     bool keepsPositions = false;     ///< for later calls of `ReadNew`, and for a cursor
     std::optional<TimePoint> since;  ///< files that hold nothing from this time on may be left out
     std::optional<TimePoint> until;  ///< files that hold nothing before this time may be left out
+    std::optional<RunId> onlyRun;    ///< other runs are left out
 };
 
 /// Reads the logs of some folders: all of them, or what came since the last call. Records of
@@ -49,11 +50,15 @@ class Reader {
 
     /// Gives the records that were not given before. False if no folder can be read.
     bool ReadNew(const RecordSink& sink);
+    /// Lists the folders anew. False if none can be read.
+    bool Refresh();
 
     /// Leaves out what the logs hold that exist now. Later files of their runs are read.
     void SkipPresent();
     /// Begins a run at a position, or, for a run without a position, leaves it out if `onlyThese`.
     void BeginAt(Positions positions, bool onlyThese = false);
+    /// Leaves out all other runs.
+    void ReadOnly(const RunId& run) { settings_.onlyRun = run; }
     /// From now on no log grows: what is left at the end of a log is its last record.
     void Finish() noexcept { settings_.atEnd = AtEnd::Finish; }
 
@@ -64,7 +69,7 @@ class Reader {
     [[nodiscard]] const std::vector<Folder>& Folders() const noexcept { return folders_; }
     [[nodiscard]] std::vector<Folder>& Folders() noexcept { return folders_; }
     /// How many runs the folders hold, as far as was seen.
-    [[nodiscard]] std::size_t RunCount() const;
+    [[nodiscard]] std::size_t RunCount() const noexcept { return runCount_; }
 
     /// How many files were read, in part at least.
     [[nodiscard]] std::size_t FilesRead() const noexcept;
@@ -92,6 +97,7 @@ class Reader {
     std::map<RunId, std::unique_ptr<RunReader>> readers_;
     /// Readers with a record at hand that was not given yet; a heap with the earliest in front.
     std::vector<RunReader*> ready_;
+    std::size_t runCount_ = 0;
     std::size_t filesRead_ = 0;  ///< by readers that are gone
     std::wstring lastFile_;
 };

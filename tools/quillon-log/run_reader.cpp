@@ -120,6 +120,7 @@ RunReader::Step RunReader::BeginFile(std::uint32_t number, std::uint64_t offset)
         position_.number = number;
         position_.offset = 0;
         position_.records = 0;
+        position_.isQuiet = false;
     }
     position_.isAtEnd = false;
     origin_.number = number;
@@ -196,9 +197,13 @@ RunReader::Opening RunReader::OpenSource(std::uint64_t skip) {
 RunReader::Step RunReader::BeginNextFile() {
     source_.reset();
     position_.isAtEnd = true;
+    if (isOneFile_) {
+        isFinished_ = true;
+        return Step::Nothing;
+    }
     const std::uint32_t following = position_.number + 1;
     const LogFile* next = folder_.NextAfter(run_, position_.number);
-    if ((next == nullptr || next->number != following) && HasSuccessor()) {
+    if ((next == nullptr || next->number != following) && IsThere(following)) {
         return BeginFile(following, 0);
     }
     if (next == nullptr) {
@@ -293,11 +298,13 @@ bool RunReader::Take() {
 }
 
 bool RunReader::HasSuccessor() const {
-    if (folder_.NextAfter(run_, position_.number) != nullptr) {
-        return true;
-    }
-    return folder_.MayHoldMore() && (Exists(folder_.PlainPath(run_, position_.number + 1)) ||
-                                     Exists(folder_.CompressedPath(run_, position_.number + 1)));
+    return folder_.NextAfter(run_, position_.number) != nullptr || IsThere(position_.number + 1);
+}
+
+/// Whether a file exists that the folder's listing may lack.
+bool RunReader::IsThere(std::uint32_t number) const {
+    return folder_.MayHoldMore() && (Exists(folder_.PlainPath(run_, number)) ||
+                                     Exists(folder_.CompressedPath(run_, number)));
 }
 
 /// Whether a file that nobody wrote to is still as it was, as far as the folder's listing shows.

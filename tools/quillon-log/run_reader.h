@@ -68,6 +68,8 @@ class RunReader {
     /// The place after the record at hand.
     [[nodiscard]] const LogPosition& Position() const noexcept { return position_; }
 
+    /// The reader is finished at the end of the first file that it reads.
+    void ReadOneFile() { isOneFile_ = true; }
     /// A file that begins at this time or later isn't read.
     void SetUntil(TimePoint until) { until_ = until; }
     /// How many bytes are read at once, and whether a thread unpacks ahead.
@@ -95,6 +97,7 @@ class RunReader {
     Step HoldBack();
     bool Take();
     [[nodiscard]] bool HasSuccessor() const;
+    [[nodiscard]] bool IsThere(std::uint32_t number) const;
     [[nodiscard]] bool IsUnchanged() const;
     void ReportProblem(const std::wstring& text);
     void ReportGap(std::uint32_t missingFiles, TimePoint until);
@@ -114,6 +117,7 @@ class RunReader {
     Origin origin_;
     bool isBegun_ = false;  ///< the file of `position_` was opened before
     bool isFinished_ = false;
+    bool isOneFile_ = false;
     std::size_t filesRead_ = 0;
 
     // Of the file of `position_`.
