@@ -17,7 +17,8 @@ bool TakeSuffix(std::wstring_view& text, std::wstring_view suffix) {
 std::optional<std::uint32_t> ParseNumber(std::wstring_view text) {
     constexpr std::uint64_t Limit = 0xFFFFFFFF;
     std::uint64_t number = 0;
-    if (text.empty()) {
+    // A log's number has no leading zeros.
+    if (text.empty() || (text.size() > 1 && text.front() == L'0')) {
         return std::nullopt;
     }
     for (const wchar_t digit : text) {
@@ -34,10 +35,10 @@ std::optional<std::uint32_t> ParseNumber(std::wstring_view text) {
 
 }  // namespace
 
-std::optional<ParsedName> ParseLogName(std::wstring_view fileName) {
+std::optional<LogName> ParseLogName(std::wstring_view fileName) {
     constexpr std::size_t StampLength = 19;
-    ParsedName parsed;
-    parsed.compressed = TakeSuffix(fileName, L".gz");
+    LogName name;
+    name.compressed = TakeSuffix(fileName, L".gz");
     if (!TakeSuffix(fileName, L".log")) {
         return std::nullopt;
     }
@@ -51,10 +52,17 @@ std::optional<ParsedName> ParseLogName(std::wstring_view fileName) {
     if (!number || !start || fileName[dot - StampLength - 1] != L'-') {
         return std::nullopt;
     }
-    parsed.name.number = *number;
-    parsed.name.start = *start;
-    parsed.name.prefix = fileName.substr(0, dot - StampLength - 1);
-    return parsed;
+    name.number = *number;
+    name.start = *start;
+    name.prefix = fileName.substr(0, dot - StampLength - 1);
+    return name;
+}
+
+std::wstring PlainName(std::wstring_view prefix, TimePoint start, std::uint32_t number) {
+    std::wstring name(prefix);
+    name += L'-';
+    AppendStamp(name, start);
+    return name + L'.' + std::to_wstring(number) + L".log";
 }
 
 }  // namespace quillon_log

@@ -4,8 +4,8 @@
 #include <variant>
 #include <vector>
 
-#include "tools/quillon-log/follower.h"
 #include "tools/quillon-log/output.h"
+#include "tools/quillon-log/show.h"
 #include "tools/shared/terminal_output.h"
 #include "tools/shared/version_line.h"
 
@@ -14,7 +14,7 @@ int wmain(int argc, wchar_t* argv[]) {
         quillon_log::ParseOptions(std::vector<std::wstring>(argv + (argc > 0 ? 1 : 0), argv + argc),
                                   quillon_log::CurrentTime());
     if (const auto* error = std::get_if<quillon_log::OptionError>(&parsed)) {
-        quillon_log::WriteError(error->text + L" (--help tells more)");
+        quillon_log::WriteError(error->text + L" (see --help)");
         return quillon_log::WrongCommandLine;
     }
     const auto& options = std::get<quillon_log::Options>(parsed);

@@ -1,38 +1,89 @@
 #ifndef TOOLS_QUILLON_LOG_OUTPUT_H
 #define TOOLS_QUILLON_LOG_OUTPUT_H
 
+#include <chrono>
+#include <cstddef>
 #include <string>
+#include <string_view>
 
 #include "tools/quillon-log/record.h"
+#include "tools/quillon-log/run_reader.h"
+#include "tools/quillon-log/time_point.h"
 
 namespace quillon_log {
 
-/// One record as a person reads it, with its line feed. `color` adds terminal colours.
-[[nodiscard]] std::wstring ToText(const Record& record, bool color);
+/// How records are written as text.
+struct TextStyle {
+    bool color = false;
+    bool escape = false;  ///< show characters that can change the terminal as escapes
+    Clock clock = Clock::Utc;
+};
 
-/// One record as a JSON object on a line of its own.
-[[nodiscard]] std::wstring ToJson(const Record& record);
+/// Writes one form of records after the other into a text.
+class RecordWriter {
+  public:
+    explicit RecordWriter(TextStyle style, std::wstring host = {});
+
+    /// Appends a record as a person reads it, with its line feed. `tag` tells the source apart from
+    /// others and can be empty.
+    void AppendText(std::wstring& text, const Record& record, std::wstring_view tag = {});
+
+    /// Appends a record as a JSON object on a line of its own.
+    void AppendJson(std::wstring& json, const Record& record, const Origin& origin);
+
+  private:
+    std::chrono::minutes OffsetAt(TimePoint time);
+
+    TextStyle style_;
+    std::wstring hostJson_;
+    // The time zone's offset, kept for as long as it can't change.
+    TimePoint offsetFrom_ = TimePoint::max();
+    std::chrono::minutes offset_{0};
+};
+
+/// The text with what can change a terminal as escapes such as "\x1b": control characters other
+/// than tab and line feed, and those that change the direction of writing.
+[[nodiscard]] std::wstring Escaped(std::wstring_view text);
+
+/// Appends the text as a JSON string, quotes included. What can change a terminal is escaped too:
+/// to a JSON reader that is the same text.
+void AppendJsonText(std::wstring& json, std::wstring_view text);
+
+/// Appends the text as UTF-8. A surrogate without its other half becomes the replacement character.
+void AppendUtf8(std::string& bytes, std::wstring_view text);
 
 /// Collects text for standard output; UTF-16 to a console, UTF-8 elsewhere.
 class Output {
   public:
-    Output() = default;
+    Output();
     ~Output() { Flush(); }
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    void Write(const std::wstring& text);
-    void Flush();
-    /// False once standard output has been closed by whoever read it.
-    [[nodiscard]] bool Open() const noexcept { return open_; }
+    /// Where the next text is appended to; `Appended` then writes it when enough has come together.
+    [[nodiscard]] std::wstring& Text() noexcept { return pending_; }
+    void Appended();
+    /// Writes all. False once standard output has been closed by its reader.
+    bool Flush();
+    /// Waits until what was written to a file is on the disk.
+    void Sync();
+    [[nodiscard]] bool IsOpen() const noexcept { return isOpen_; }
+    /// How many characters were written so far.
+    [[nodiscard]] std::size_t Written() const noexcept { return written_; }
+    [[nodiscard]] bool IsTerminal() const noexcept { return isTerminal_; }
 
   private:
+    bool isTerminal_;
+    bool isOpen_ = true;
+    std::size_t written_ = 0;
     std::wstring pending_;
-    bool open_ = true;
+    std::string bytes_;
 };
 
-/// One line to standard error.
-void WriteError(const std::wstring& text);
+/// One line to standard error. On a terminal it is escaped.
+void WriteError(std::wstring_view text);
+/// The same without the program's name.
+void WriteErrorLine(std::wstring_view text);
 
 }  // namespace quillon_log
 

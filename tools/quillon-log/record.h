@@ -1,7 +1,9 @@
 #ifndef TOOLS_QUILLON_LOG_RECORD_H
 #define TOOLS_QUILLON_LOG_RECORD_H
 
-#include <string>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -9,39 +11,62 @@
 
 namespace quillon_log {
 
-/// One record of a log.
+/// One record of a log. Its texts belong to the scanner that gave it, until the scanner's next
+/// call.
 struct Record {
-    TimePoint time = 0;
-    std::wstring level;  ///< one letter: E, W, T or V
-    std::wstring component;
-    std::wstring message;  ///< without its last line feed; can hold several lines
-    bool cut = false;      ///< the record doesn't end in a line feed: its end was never written
+    std::optional<TimePoint> time;  ///< none for text that doesn't begin as a record does
+    std::wstring_view level;        ///< one letter: E, W, T or V
+    std::wstring_view component;
+    std::wstring_view message;  ///< without its last line feed; can hold several lines
+    bool cut = false;           ///< the record has no line feed at its end: that was never written
 };
 
-/// Makes records out of the bytes of one log, which can come in any pieces. A line that doesn't
-/// begin with a time belongs to the record before it.
-class RecordParser {
+/// Splits the UTF-16LE text of one log into records. A line that doesn't begin with a time belongs
+/// to the record before it. A text of more than 32768 characters is given in pieces of that size,
+/// so that a file without any line feed needs no more memory than others.
+class RecordScanner {
   public:
-    /// Takes the next bytes and returns the records that are complete now. A record is complete
-    /// when the next one has begun, or when `Finish` is called.
-    [[nodiscard]] std::vector<Record> Take(std::string_view bytes);
+    static constexpr std::size_t MostCharacters = 32768;
 
-    /// The last record, complete or cut. The parser can go on afterwards: what then comes without a
-    /// time of its own is a record without one.
-    [[nodiscard]] std::vector<Record> Finish();
+    /// Begins with the text at the byte `offset` of a log.
+    void Begin(std::uint64_t offset);
 
-    /// Whether what is held back ends in a line feed, and so is whole unless more lines come.
-    [[nodiscard]] bool EndsInLineFeed() const noexcept {
-        return !text_.empty() && text_.back() == L'\n';
-    }
+    /// Room for the next bytes of the log: `size` of them.
+    [[nodiscard]] char* Room(std::size_t size);
+    /// So many bytes were put into the room.
+    void Added(std::size_t size) { end_ += size; }
+
+    /// Takes the next record that is whole: the one after it has begun. False if there is none.
+    bool Next(Record& record);
+    /// Takes the last record of the log, whole or cut. False if there is none.
+    bool Last(Record& record);
+
+    /// The offset of the first byte that belongs to no record given so far.
+    [[nodiscard]] std::uint64_t Consumed() const noexcept { return offset_; }
+    /// The offset of the next byte to be added.
+    [[nodiscard]] std::uint64_t End() const noexcept { return offset_ + (end_ - begin_ * 2); }
+    /// Whether the text that was not given yet ends in a line feed.
+    [[nodiscard]] bool EndsInLineFeed() const;
+    /// The text that was not given yet.
+    [[nodiscard]] std::wstring_view Rest() const;
+    /// Gives memory back that the rest doesn't need.
+    void Shrink();
 
   private:
-    std::string oddByte_;
-    std::wstring text_;
-    bool atStart_ = true;
+    bool Split(Record& record, bool isEnd);
+    void Give(std::size_t size, Record& record);
+
+    std::vector<wchar_t> buffer_;
+    std::size_t begin_ = 0;     ///< of the rest, in characters
+    std::size_t searched_ = 0;  ///< no record ends before this character
+    std::size_t end_ = 0;       ///< of the rest, in bytes
+    std::uint64_t offset_ = 0;
+    std::optional<TimePoint> time_;  ///< of the rest's first record, if `isTimed_`
+    bool isTimed_ = false;
+    bool isPiece_ = false;  ///< the rest goes on with a text that was given in part
 };
 
-/// Reads the text of one record. A text of another shape becomes a message alone.
+/// Takes the text of one record apart. Text of another shape becomes a message alone.
 [[nodiscard]] Record ParseRecord(std::wstring_view text);
 
 }  // namespace quillon_log

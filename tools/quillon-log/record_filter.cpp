@@ -2,57 +2,55 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <utility>
 
-#include "framework/system/platform.h"
+#include "tools/quillon-log/case_fold.h"
 
 namespace quillon_log {
-namespace {
-
-bool SameText(std::wstring_view left, std::wstring_view right) {
-    return ::CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
-                                  static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
-}
-
-bool Contains(std::wstring_view text, std::wstring_view part) {
-    for (std::size_t begin = 0; begin + part.size() <= text.size(); ++begin) {
-        if (SameText(text.substr(begin, part.size()), part)) {
-            return true;
-        }
-    }
-    return false;
-}
-
-}  // namespace
 
 std::optional<int> LevelRank(std::wstring_view level) {
     constexpr std::array<std::pair<std::wstring_view, std::wstring_view>, 4> Levels = {
         {{L"E", L"error"}, {L"W", L"warning"}, {L"T", L"trace"}, {L"V", L"verbose"}}};
     for (std::size_t rank = 0; rank < Levels.size(); ++rank) {
-        if (SameText(level, Levels[rank].first) || SameText(level, Levels[rank].second)) {
+        // The letter as logs have it is compared first: most records get no further.
+        if (level == Levels[rank].first || IsSameText(level, Levels[rank].first) ||
+            IsSameText(level, Levels[rank].second)) {
             return static_cast<int>(rank);
         }
     }
     return std::nullopt;
 }
 
-bool RecordFilter::Passes(const Record& record) const {
+bool RecordFilter::IsInTime(const Record& record) const {
+    if (!since && !until) {
+        return true;
+    }
+    return record.time && !(since && *record.time < *since) && !(until && *record.time >= *until);
+}
+
+bool RecordFilter::Matches(const Record& record) const {
     if (leastLevel) {
         const std::optional<int> rank = LevelRank(record.level);
         if (!rank || *rank > *leastLevel) {
             return false;
         }
     }
-    if ((since && record.time < *since) || (until && record.time >= *until)) {
+    if (!components.empty() &&
+        std::none_of(components.begin(), components.end(), [&record](const auto& component) {
+            return IsSameText(component, record.component);
+        })) {
         return false;
     }
-    const auto isOfRecord = [&record](const std::wstring& component) {
-        return SameText(component, record.component);
-    };
-    if (!components.empty() && std::none_of(components.begin(), components.end(), isOfRecord)) {
-        return false;
+    if (texts.empty() && patterns.empty()) {
+        return true;
     }
-    return text.empty() || Contains(record.message, text);
+    const bool isFound =
+        std::any_of(texts.begin(), texts.end(),
+                    [&record](const auto& text) { return ContainsText(record.message, text); }) ||
+        std::any_of(patterns.begin(), patterns.end(),
+                    [&record](const auto& pattern) { return pattern.IsIn(record.message); });
+    return isFound != isInverted;
 }
 
 }  // namespace quillon_log

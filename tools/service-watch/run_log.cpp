@@ -1,49 +1,43 @@
 #include "tools/service-watch/run_log.h"
 
+#include "tools/quillon-log/output.h"
+
 namespace service_watch {
+namespace {
 
-RunLog::RunLog(const std::vector<std::wstring>& folders) {
-    for (const std::wstring& folder : folders) {
-        readers_.emplace_back(folder);
-        readers_.back().SkipPresent();
-    }
+std::vector<quillon_log::Folder> FoldersAt(const std::vector<std::wstring>& paths) {
+    return {paths.begin(), paths.end()};
 }
 
-void RunLog::ReadNew(const RecordSink& sink) {
-    Read(sink, true);
+quillon_log::ReaderSettings Following() {
+    quillon_log::ReaderSettings settings;
+    settings.atEnd = quillon_log::AtEnd::Wait;
+    return settings;
 }
 
-void RunLog::Finish(const RecordSink& sink) {
-    Read(sink, false);
+void Report(const quillon_log::Problem& problem) {
+    quillon_log::WriteError(problem.place + L": " + problem.text);
+}
+
+}  // namespace
+
+RunLog::RunLog(const std::vector<std::wstring>& folders)
+    : reader_(FoldersAt(folders), Following(), Report) {
+    reader_.SkipPresent();
 }
 
 // A folder that isn't there yet is looked for again the next time.
-void RunLog::Read(const RecordSink& sink, bool live) {
-    for (quillon_log::Reader& reader : readers_) {
-        static_cast<void>(reader.ReadNew(
-            [&](const quillon_log::Record& record) {
-                ++records_;
-                sink(record);
-            },
-            live));
-    }
+void RunLog::ReadNew(const RecordSink& sink) {
+    static_cast<void>(reader_.ReadNew([&](const quillon_log::Record& record, const auto&) {
+        ++records_;
+        sink(record);
+        return true;
+    }));
 }
 
-std::size_t RunLog::FileCount() const noexcept {
-    std::size_t count = 0;
-    for (const quillon_log::Reader& reader : readers_) {
-        count += reader.FilesRead();
-    }
-    return count;
-}
-
-std::wstring RunLog::LastFile() const {
-    for (const quillon_log::Reader& reader : readers_) {
-        if (reader.FilesRead() > 0) {
-            return reader.LastFile();
-        }
-    }
-    return {};
+void RunLog::Finish(const RecordSink& sink) {
+    reader_.Finish();
+    ReadNew(sink);
 }
 
 }  // namespace service_watch

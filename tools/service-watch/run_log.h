@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,7 @@ namespace service_watch {
 /// The log of one run of the service, wherever of several folders it is written. One thread.
 class RunLog {
   public:
-    using RecordSink = quillon_log::Reader::RecordSink;
+    using RecordSink = std::function<void(const quillon_log::Record&)>;
 
     /// The logs that stand in the folders now belong to earlier runs and are not read.
     explicit RunLog(const std::vector<std::wstring>& folders);
@@ -24,14 +25,12 @@ class RunLog {
     void Finish(const RecordSink& sink);
 
     [[nodiscard]] std::uint64_t RecordCount() const noexcept { return records_; }
-    [[nodiscard]] std::size_t FileCount() const noexcept;
+    [[nodiscard]] std::size_t FileCount() const noexcept { return reader_.FilesRead(); }
     /// Path of the file read last; empty if there was none.
-    [[nodiscard]] std::wstring LastFile() const;
+    [[nodiscard]] std::wstring LastFile() const { return reader_.LastFile(); }
 
   private:
-    void Read(const RecordSink& sink, bool live);
-
-    std::vector<quillon_log::Reader> readers_;  // one for each folder
+    quillon_log::Reader reader_;
     std::uint64_t records_ = 0;
 };
 

@@ -74,7 +74,8 @@ class WatchedRun {
         : options_(options),
           terminal_(terminal),
           service_(options.serviceName),
-          log_(LogFolders()) {}
+          log_(LogFolders()),
+          writer_({options.color, true}) {}
 
     ExitCode Run() {
         if (Prepare()) {
@@ -228,7 +229,9 @@ class WatchedRun {
     }
 
     void ShowRecord(const quillon_log::Record& record) {
-        terminal_.Write(framework::ToUtf8(quillon_log::ToText(record, options_.color)));
+        std::wstring text;
+        writer_.AppendText(text, record);
+        terminal_.Write(framework::ToUtf8(text));
     }
 
     void ShowStatus(const SERVICE_STATUS_PROCESS& status, StateWatch::Clock::duration since) {
@@ -268,6 +271,7 @@ class WatchedRun {
     Terminal& terminal_;
     ManagedService service_;
     RunLog log_;
+    quillon_log::RecordWriter writer_;
     bool succeeded_ = true;
 };
 

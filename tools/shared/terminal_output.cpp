@@ -16,6 +16,19 @@ bool IsTerminal() {
            ::SetConsoleMode(output, mode | VirtualTerminal) != FALSE;
 }
 
+bool WriteBytes(HANDLE output, std::string_view bytes) {
+    while (!bytes.empty()) {
+        DWORD written = 0;
+        if (::WriteFile(output, bytes.data(), static_cast<DWORD>(bytes.size()), &written,
+                        nullptr) == FALSE ||
+            written == 0) {
+            return false;
+        }
+        bytes.remove_prefix(written);
+    }
+    return true;
+}
+
 bool WriteTo(HANDLE output, std::wstring_view text) {
     DWORD written = 0;
     DWORD mode = 0;
@@ -23,9 +36,7 @@ bool WriteTo(HANDLE output, std::wstring_view text) {
         return ::WriteConsoleW(output, text.data(), static_cast<DWORD>(text.size()), &written,
                                nullptr) != FALSE;
     }
-    const std::string bytes = framework::ToUtf8(text);
-    return ::WriteFile(output, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) !=
-           FALSE;
+    return WriteBytes(output, framework::ToUtf8(text));
 }
 
 }  // namespace
@@ -45,10 +56,18 @@ bool WriteOutput(std::wstring_view text) {
     return WriteTo(::GetStdHandle(STD_OUTPUT_HANDLE), text);
 }
 
+bool WriteOutputBytes(std::string_view bytes) {
+    return WriteBytes(::GetStdHandle(STD_OUTPUT_HANDLE), bytes);
+}
+
+void WriteErrorText(std::wstring_view text) {
+    static_cast<void>(WriteTo(::GetStdHandle(STD_ERROR_HANDLE), text));
+}
+
 void WriteError(std::wstring_view program, std::wstring_view text) {
     std::wstring line(program);
     line.append(L": ").append(text).append(L"\n");
-    static_cast<void>(WriteTo(::GetStdHandle(STD_ERROR_HANDLE), line));
+    WriteErrorText(line);
 }
 
 }  // namespace tools

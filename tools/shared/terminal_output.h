@@ -15,6 +15,12 @@ enum class ColorChoice { WhenTerminal, Always, Never };
 /// False if nobody reads any more.
 bool WriteOutput(std::wstring_view text);
 
+/// Bytes to standard output as they are. False if nobody reads any more.
+bool WriteOutputBytes(std::string_view bytes);
+
+/// Text to standard error as it is.
+void WriteErrorText(std::wstring_view text);
+
 /// One line to standard error, after the program's name.
 void WriteError(std::wstring_view program, std::wstring_view text);
 

@@ -15,7 +15,7 @@ class FlatJsonParser {
         do {
             const std::string name = Text();
             Expect(":");
-            if (!object.emplace(name, TryTake("true") ? "true" : Text()).second) {
+            if (!object.emplace(name, Value()).second) {
                 throw std::runtime_error("twice the name " + name);
             }
         } while (TryTake(","));
@@ -49,6 +49,19 @@ class FlatJsonParser {
         const char next = rest_.front();
         rest_.remove_prefix(1);
         return next;
+    }
+
+    std::string Value() {
+        for (const char* word : {"true", "null"}) {
+            if (TryTake(word)) {
+                return word;
+            }
+        }
+        std::string number;
+        while (!rest_.empty() && rest_.front() >= '0' && rest_.front() <= '9') {
+            number += Next();
+        }
+        return number.empty() ? Text() : number;
     }
 
     std::string Text() {

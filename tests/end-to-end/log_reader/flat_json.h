@@ -7,7 +7,8 @@
 
 namespace test {
 
-/// Reads one JSON object whose values are texts or `true`, strictly: throws `std::runtime_error` on
+/// Reads one JSON object whose values are texts, whole numbers, `true` or `null`,
+/// strictly: throws `std::runtime_error` on
 /// anything else, blanks between the parts included. Escapes beyond ASCII aren't taken.
 [[nodiscard]] std::map<std::string, std::string> ParseFlatJson(std::string_view text);
 

@@ -1,0 +1,74 @@
+#!/usr/bin/env python3
+"""Measures the log reader: measure.py WINE PROGRAM BARE FOLDER ROUNDS [NAME=PROGRAM...].
+
+Every round runs each row once, in turn, so that a change of the machine's load hits all of them.
+Prints a Markdown table of medians: elapsed time, and peak memory beyond that of an empty program.
+"""
+
+import gzip
+import os
+import pathlib
+import statistics
+import subprocess
+import sys
+import time
+
+
+def run(command):
+    """Elapsed seconds and the greatest peak of resident memory of its processes, in KiB."""
+    began = time.monotonic()
+    process = subprocess.Popen(command, stdout=subprocess.DEVNULL, shell=isinstance(command, str))
+    _, status, usage = os.wait4(process.pid, 0)
+    if os.waitstatus_to_exitcode(status) not in (0, 1):
+        sys.exit(f"measure.py: {command} failed with {os.waitstatus_to_exitcode(status)}")
+    return time.monotonic() - began, usage.ru_maxrss
+
+
+def start_of_last(folder):
+    """The time of the first record of the newest file, as the log reader takes it."""
+    newest = max(
+        pathlib.Path(folder).glob("*.log.gz"),
+        key=lambda path: (path.name.rsplit(".", 3)[0], int(path.name.split(".")[-3])),
+    )
+    with gzip.open(newest) as file:
+        stamp = file.read(42).decode("utf-16")[1:]
+    day, clock = stamp[:8], stamp[9:15]
+    return f"{day[:4]}-{day[4:6]}-{day[6:]}T{clock[:2]}:{clock[2:4]}:{clock[4:]}"
+
+
+def main():
+    wine, program, bare, folder, rounds = sys.argv[1:6]
+    windows_folder = "Z:" + folder.replace("/", "\\")
+    rows = {
+        "empty program": [wine, bare],
+        "bare zlib loop, UTF-8 by the platform": [wine, bare, windows_folder],
+        "zcat, iconv, grep": f"zcat {folder}/*.gz | iconv -f UTF-16LE -t UTF-8 | grep -c 'E]'",
+    }
+    readers = {"": program}
+    readers.update(argument.split("=", 1) for argument in sys.argv[6:])
+    for name, reader in readers.items():
+        for label, options in (
+            ("everything", []),
+            ("`-l error`", ["-l", "error"]),
+            ("`-n 5`", ["-n", "5"]),
+            ("`--since` the last file", ["--since", start_of_last(folder)]),
+        ):
+            rows[f"quillon-log {name} {label}"] = [wine, reader, *options, windows_folder]
+    results = {label: [] for label in rows}
+    for _ in range(int(rounds)):
+        for label, command in rows.items():
+            results[label].append(run(command))
+    empty = statistics.median(peak for _, peak in results["empty program"])
+    print("| Row | Elapsed | Lowest to highest | Peak memory beyond the empty program |")
+    print("|---|---|---|---|")
+    for label, values in results.items():
+        times = sorted(elapsed for elapsed, _ in values)
+        peak = statistics.median(peak for _, peak in values) - empty
+        print(
+            f"| {label} | {statistics.median(times):.2f} s | {times[0]:.2f} to {times[-1]:.2f} s"
+            f" | {peak / 1024:.1f} MiB |"
+        )
+
+
+if __name__ == "__main__":
+    main()
