@@ -66,8 +66,12 @@ Action ParseCrash(ScriptWords& words) {
         {L"read", CrashKind::Read},
         {L"write", CrashKind::Write},
         {L"execute", CrashKind::Execute},
+        {L"guard", CrashKind::Guard},
+        {L"misaligned", CrashKind::Misaligned},
         {L"divide", CrashKind::Divide},
+        {L"overflow", CrashKind::Overflow},
         {L"illegal", CrashKind::Illegal},
+        {L"privileged", CrashKind::Privileged},
         {L"breakpoint", CrashKind::Breakpoint},
         {L"cpp", CrashKind::Cpp},
         {L"raise", CrashKind::Raise},
@@ -81,9 +85,15 @@ Action ParseCrash(ScriptWords& words) {
         if (name != word) {
             continue;
         }
-        CrashRequest request{kind, 0, 0};
+        CrashRequest request{kind, 0, 0, false};
         if (kind == CrashKind::Raise) {
             request.code = words.Unsigned(L"the exception code");
+            if (!words.AtEnd()) {
+                request.continuable = words.Word(L"continuable") == L"continuable";
+                if (!request.continuable) {
+                    words.Fail(L"the code is followed by continuable, or by nothing");
+                }
+            }
         }
         if (kind == CrashKind::Handled) {
             request.count = words.Unsigned(L"the number of exceptions");
@@ -147,9 +157,13 @@ constexpr std::pair<std::wstring_view, Parser> Parsers[] = {
     {L"remove-callback", [](ScriptWords&) -> Action { return {RemoveCallback{}}; }},
     {L"crash", ParseCrash},
     {L"thread",
-     [](ScriptWords& words) -> Action { return {StartThreads{1, true, ParseBody(words)}}; }},
+     [](ScriptWords& words) -> Action {
+         return {StartThreads{1, true, ParseBody(words)}};
+     }},
     {L"detached-thread",
-     [](ScriptWords& words) -> Action { return {StartThreads{1, false, ParseBody(words)}}; }},
+     [](ScriptWords& words) -> Action {
+         return {StartThreads{1, false, ParseBody(words)}};
+     }},
     {L"threads", ParseThreads},
     {L"after", ParseAfter},
     {L"when-event", ParseWhenEvent},

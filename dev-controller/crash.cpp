@@ -47,6 +47,32 @@ void ExecuteData() {
     CallBytes({0xC3}, PAGE_READWRITE);
 }
 
+/// movaps xmm0, [rsp+1]; ret. The stack pointer is aligned to 8 bytes, so that address never is.
+void ReadMisaligned() {
+    CallBytes({0x0F, 0x28, 0x44, 0x24, 0x01, 0xC3}, PAGE_EXECUTE_READ);
+}
+
+/// The crash is meant, so nothing is freed.
+void ReadGuardPage() {
+    const auto* page = static_cast<volatile char*>(
+        VirtualAlloc(nullptr, 1, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE | PAGE_GUARD));
+    if (page == nullptr) {
+        throw std::runtime_error("no page to crash in");
+    }
+    static_cast<void>(*page);
+}
+
+/// mov eax, 80000000h; cdq; or ecx, -1; idiv ecx; ret
+void DivideLeastByMinusOne() {
+    CallBytes({0xB8, 0x00, 0x00, 0x00, 0x80, 0x99, 0x83, 0xC9, 0xFF, 0xF7, 0xF9, 0xC3},
+              PAGE_EXECUTE_READ);
+}
+
+/// hlt; ret
+void Halt() {
+    CallBytes({0xF4, 0xC3}, PAGE_EXECUTE_READ);
+}
+
 void ExecuteUndefinedInstruction() {
     CallBytes({0x0F, 0x0B}, PAGE_EXECUTE_READ);
 }
@@ -123,16 +149,25 @@ void Crash(const CrashRequest& request) {
             return WriteUnmapped();
         case CrashKind::Execute:
             return ExecuteData();
+        case CrashKind::Guard:
+            return ReadGuardPage();
+        case CrashKind::Misaligned:
+            return ReadMisaligned();
         case CrashKind::Divide:
             return DivideByZero();
+        case CrashKind::Overflow:
+            return DivideLeastByMinusOne();
         case CrashKind::Illegal:
             return ExecuteUndefinedInstruction();
+        case CrashKind::Privileged:
+            return Halt();
         case CrashKind::Breakpoint:
             return DebugBreak();
         case CrashKind::Cpp:
             throw std::runtime_error("uncaught on purpose");
         case CrashKind::Raise:
-            return RaiseException(request.code, EXCEPTION_NONCONTINUABLE, 0, nullptr);
+            return RaiseException(request.code, request.continuable ? 0 : EXCEPTION_NONCONTINUABLE,
+                                  0, nullptr);
         case CrashKind::HeapCorruption:
             return RaiseException(StatusHeapCorruption, EXCEPTION_NONCONTINUABLE, 0, nullptr);
         case CrashKind::StackOverflow:

@@ -8,7 +8,7 @@
 
 # Sources that Visual C++ does not build: see the conditions in the CMakeLists.txt of their folders.
 not_for_visual_cpp=(':!bench' ':!tests/faults' ':!*_cases.cpp'
-    ':!tests/support/undefined_traps_test.cpp')
+    ':!tests/support/undefined_traps_test.cpp' ':!tarnwick-service/mingw_start_up.cpp')
 
 # The warnings that stand for those of /W4. Unreachable code stands for C4702 and C4127.
 visual_cpp_flags=(--target=x86_64-w64-mingw32 -std=c++20 -DUNICODE -D_UNICODE -I.

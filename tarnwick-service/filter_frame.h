@@ -3,14 +3,17 @@
 
 namespace tarnwick {
 
-/// Calls `call(argument)` on top of a frame that gives a C++ exception which nobody above it
-/// catches to the unhandled exception filter, as the platform does at the end of every thread's
-/// stack.
+/// Calls `call(argument)` so that an exception that it doesn't handle goes to the unhandled
+/// exception filter with the whole stack in place. If the filter returns, the debugger gets its
+/// second chance, and without a debugger the platform ends the process with the exception's code.
+/// No frame of the caller is asked, and nothing is unwound.
 ///
-/// For calls with something further down that would take the exception into `std::terminate`, so
-/// that the process ended with exit code 3 and without a dump: MinGW-w64's start-up code beneath
-/// the main thread, which does so with every exception of its own run-time library, in whatever
-/// module it was thrown; and a destructor.
+/// For the main thread, the threads that the host makes, and a destructor that calls the controller
+/// library. Without the frame a C++ exception ends in `std::terminate`, with exit code 3 and no
+/// dump, at a destructor; and where no dump can be written, the platform unwinds the stack before
+/// it ends the process, which MinGW's run-time library doesn't survive.
+///
+/// GCC for MinGW has no such frames. There the call is a plain one.
 void CallOnFilterFrame(void (*call)(const void* argument), const void* argument);
 
 /// The same with `callable()`.

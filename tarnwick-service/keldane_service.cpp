@@ -17,7 +17,9 @@ KeldaneService::~KeldaneService() = default;
 
 std::shared_ptr<WindowsServiceBase> KeldaneService::GetOrCreateInstance(
     ServiceDescriptor descriptor) {
-    return GetOrCreate([&descriptor] { return std::make_shared<KeldaneService>(descriptor); });
+    // Not make_shared, which takes no zero-filled storage.
+    return GetOrCreate(
+        [&descriptor] { return std::shared_ptr<KeldaneService>(new KeldaneService(descriptor)); });
 }
 
 BOOL KeldaneService::Run() {

@@ -56,10 +56,12 @@ int wmain(int argc, wchar_t* argv[]) {
         framework::ConsolePrint(L"%ws", commandLine.error);
     }
     tarnwick::StartLogging(commandLine.logConsole);
-    tarnwick::InstallExceptionFilter();
-    tarnwick::SleepBeforeStart(commandLine.sleepSeconds);
-    tarnwick::LogParameters(argc, argv);
-    tarnwick::CallOnFilterFrame([&commandLine] { tarnwick::RunInMode(commandLine); });
-    tarnwick::UndoStartUp();
+    tarnwick::CallOnFilterFrame([&] {
+        tarnwick::InstallExceptionFilter();
+        tarnwick::SleepBeforeStart(commandLine.sleepSeconds);
+        tarnwick::LogParameters(argc, argv);
+        tarnwick::RunInMode(commandLine);
+        tarnwick::UndoStartUp();
+    });
     return 0;
 }

@@ -4,6 +4,8 @@
 #include <objbase.h>
 
 #include <cstddef>
+#include <cstring>
+#include <new>
 
 #include "framework/exception/exception_filter.h"
 #include "framework/logger/log_line.h"
@@ -66,20 +68,19 @@ OrrinLoader::OrrinLoader() {
 }
 
 OrrinLoader::~OrrinLoader() {
-    constexpr LogSite Site = {File, L"OrrinLoader::~OrrinLoader"};
-    if (initialized == 1) {
-        std::int32_t code = 0;
-        // The library may throw, a destructor may not.
-        CallOnFilterFrame([&] { code = ::OrrinFreeComponentModelController(controller); });
-        if (code != 0) {
-            LogError(Site, L"OrrinFreeComponentModelController failed with error %li", code);
-        } else {
-            LogTrace(Site, L"OrrinFreeComponentModelController successed");
+    // The library and the log may throw, a destructor may not.
+    CallOnFilterFrame([this] {
+        if (initialized == 1) {
+            FreeController();
         }
-    }
-    if (comInitialized == 1) {
-        ::CoUninitialize();
-    }
+        if (comInitialized == 1) {
+            ::CoUninitialize();
+        }
+    });
+}
+
+void* OrrinLoader::operator new(std::size_t size) {
+    return std::memset(::operator new(size), 0, size);
 }
 
 void OrrinLoader::InitializeCom() {
@@ -125,6 +126,16 @@ void OrrinLoader::CreateController() {
     } else {
         LogError({File, L"OrrinLoader::OrrinLoader"},
                  L"OrrinCreateComponentModelController failed with error %li", code);
+    }
+}
+
+void OrrinLoader::FreeController() const {
+    constexpr LogSite Site = {File, L"OrrinLoader::~OrrinLoader"};
+    const std::int32_t code = ::OrrinFreeComponentModelController(controller);
+    if (code != 0) {
+        LogError(Site, L"OrrinFreeComponentModelController failed with error %li", code);
+    } else {
+        LogTrace(Site, L"OrrinFreeComponentModelController successed");
     }
 }
 

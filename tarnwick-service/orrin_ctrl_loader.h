@@ -1,6 +1,7 @@
 #ifndef TARNWICK_SERVICE_ORRIN_CTRL_LOADER_H
 #define TARNWICK_SERVICE_ORRIN_CTRL_LOADER_H
 
+#include <cstddef>
 #include <cstdint>
 
 #include "controller-abi/orrin_ctrl_abi.h"
@@ -22,6 +23,11 @@ class OrrinLoader {
     ~OrrinLoader();
     OrrinLoader(const OrrinLoader&) = delete;
     OrrinLoader& operator=(const OrrinLoader&) = delete;
+
+    /// Zero-filled, padding included: the library gets the loader's address and can read it all.
+    /// Defined out of line, because a compiler that sees both drops what is written to an object
+    /// before its constructor.
+    static void* operator new(std::size_t size);
 
     /// Loads and activates the components. 0 or 1359 (`ERROR_INTERNAL_ERROR`); the library's own
     /// codes go to the log. Code 3 of `Activate` is a success that leaves the controller
@@ -51,6 +57,7 @@ class OrrinLoader {
     void FillInterfaces();
     void FillControllerParams();
     void CreateController();
+    void FreeController() const;
     [[nodiscard]] bool IsUsable(const wchar_t* function) const;
     std::uint32_t RegisterHostComponent(OrrinInterfaceRegistrar* registrar);
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "framework/system/unique_handle.h"
+#include "tarnwick-service/filter_frame.h"
 #include "tarnwick-service/windows_service_base.h"
 
 namespace tarnwick {
@@ -26,17 +27,16 @@ KernelHandle StartThread(LPTHREAD_START_ROUTINE routine, void* parameter) {
     return KernelHandle(::CreateThread(nullptr, 0, routine, parameter, 0, nullptr));
 }
 
-/// Waits without limit; 0 or the Win32 error.
-DWORD WaitForEnd(const KernelHandle& thread) {
-    return ::WaitForSingleObject(thread.Get(), INFINITE) == WAIT_FAILED ? ::GetLastError()
-                                                                        : ERROR_SUCCESS;
+/// Waits without limit. False if the wait failed, with the reason in `GetLastError`.
+bool WaitForEnd(const KernelHandle& thread) {
+    return ::WaitForSingleObject(thread.Get(), INFINITE) == WAIT_OBJECT_0;
 }
 
 }  // namespace
 
 /// One run of an action, on the action's own thread: reports, runs the logic on another thread,
 /// waits, reports. Every failure turns into the same outcome: it is logged, and `failureState` is
-/// reported with it. No wait has a limit and no thread is ended by force.
+/// reported with its error, also if that is 0. No wait has a limit and no thread is ended by force.
 class ServiceActionRun {
   public:
     ServiceActionRun(const ServiceActionRecord& record, WindowsServiceBase& service)
@@ -44,89 +44,92 @@ class ServiceActionRun {
 
     DWORD Run() {
         service_.SetServiceStatusSafe(record_.pendingState, ERROR_SUCCESS, record_.waitHint);
-        DWORD result = RunLogic();
-        ReportOutcome(result);
+        RunLogic();
+        ReportOutcome();
         if (pendingThread_) {
-            result = AwaitPendingReporter(result);
+            AwaitPendingReporter();
         }
         logicThread_.Reset();
         pendingThread_.Reset();
-        if (result == ERROR_SUCCESS) {
-            LogTrace(Site, L"WindowsServiceBase->%s: finished successfully \n", name_);
+        if (failed_) {
+            LogError(Site, L"WindowsServiceBase->%s: finished with error %lu \n", name_, result_);
         } else {
-            LogError(Site, L"WindowsServiceBase->%s: finished with error %lu \n", name_, result);
+            LogTrace(Site, L"WindowsServiceBase->%s: finished successfully \n", name_);
         }
-        return result;
+        return result_;
     }
 
     static constexpr LogSite Site = {File, L"WindowsServiceBase::ServiceActionRoutine"};
 
   private:
-    /// The logic's result, or the error that kept it from running or from being known.
-    DWORD RunLogic() {
+    void Fail(DWORD error) {
+        failed_ = true;
+        result_ = error;
+    }
+
+    void RunLogic() {
         // Without its reporter the logic isn't run at all: the SCM would take a slow one for hung.
-        if (!record_.finalAtOnce) {
-            const DWORD error = StartPendingReporter();
-            if (error != ERROR_SUCCESS) {
-                return error;
-            }
+        if (!record_.finalAtOnce && !StartPendingReporter()) {
+            return;
         }
         logicThread_ = StartThread(record_.logicRoutine, nullptr);
         if (!logicThread_) {
-            const DWORD error = ::GetLastError();
+            Fail(::GetLastError());
             LogError(Site,
                      L"WindowsServiceBase->%s: create hLogicExecutionThread failed with error %lu "
                      L"\n",
-                     name_, error);
-            return error;
+                     name_, result_);
+            return;
         }
         LogTrace(Site, L"WindowsServiceBase->%s: thread with main action logic was created\n",
                  name_);
         if (record_.finalAtOnce) {
             service_.SetServiceStatusSafe(record_.finalState, ERROR_SUCCESS, 0);
         }
-        return AwaitLogic();
+        AwaitLogic();
     }
 
-    DWORD StartPendingReporter() {
+    /// False if there is none.
+    bool StartPendingReporter() {
         auto copy = std::make_unique<ServiceActionRecord>(record_);
         pendingThread_ = StartThread(record_.pendingRoutine, copy.get());
         if (!pendingThread_) {
-            const DWORD error = ::GetLastError();
+            Fail(::GetLastError());
             LogError(Site,
                      L"WindowsServiceBase->%s: pending thread creation failed with error %lu\n",
-                     name_, error);
-            return error;
+                     name_, result_);
+            return false;
         }
         // The thread owns it now.
         static_cast<void>(copy.release());
         LogTrace(Site, L"WindowsServiceBase->%s: pending thread was created\n", name_);
-        return ERROR_SUCCESS;
+        return true;
     }
 
-    DWORD AwaitLogic() {
-        const DWORD waitError = WaitForEnd(logicThread_);
-        if (waitError != ERROR_SUCCESS) {
+    void AwaitLogic() {
+        if (!WaitForEnd(logicThread_)) {
+            Fail(::GetLastError());
             LogError(Site,
                      L"WindowsServiceBase->%s: WaitForSingleObject hLogicExecutionThread failed "
                      L"with error %lu \n",
-                     name_, waitError);
-            return waitError;
+                     name_, result_);
+            return;
         }
         LogTrace(Site, L"WindowsServiceBase->%s: thread with main action logic was finished\n",
                  name_);
-        DWORD result = ERROR_SUCCESS;
-        if (::GetExitCodeThread(logicThread_.Get(), &result) == FALSE) {
-            result = ::GetLastError();
+        DWORD logicResult = ERROR_SUCCESS;
+        if (::GetExitCodeThread(logicThread_.Get(), &logicResult) == FALSE) {
+            Fail(::GetLastError());
             LogError(Site, L"WindowsServiceBase->%s: GetExitCodeThread failed with error %lu \n",
-                     name_, result);
+                     name_, result_);
+        } else if (logicResult != ERROR_SUCCESS) {
+            Fail(logicResult);
         }
-        return result;
     }
 
-    void ReportOutcome(DWORD result) {
-        if (result != ERROR_SUCCESS) {
-            service_.SetServiceStatusSafe(record_.failureState, result, 0);
+    void ReportOutcome() {
+        if (failed_) {
+            service_.SetServiceStatusSafe(record_.failureState, result_, 0);
         } else if (!record_.finalAtOnce) {
             service_.SetServiceStatusSafe(record_.finalState, ERROR_SUCCESS, 0);
         }
@@ -134,17 +137,16 @@ class ServiceActionRun {
 
     /// The reporter ends by itself now that the state is another one. An error replaces the result,
     /// though the SCM has had its report.
-    DWORD AwaitPendingReporter(DWORD result) {
-        const DWORD waitError = WaitForEnd(pendingThread_);
-        if (waitError != ERROR_SUCCESS) {
+    void AwaitPendingReporter() {
+        if (!WaitForEnd(pendingThread_)) {
+            Fail(::GetLastError());
             LogError(Site,
                      L"WindowsServiceBase->%s: WaitForSingleObject hPendingThread failed with "
                      L"error %lu \n",
-                     name_, waitError);
-            return waitError;
+                     name_, result_);
+            return;
         }
         LogTrace(Site, L"WindowsServiceBase->%s: pending thread was finished\n", name_);
-        return result;
     }
 
     const ServiceActionRecord& record_;
@@ -152,6 +154,8 @@ class ServiceActionRun {
     const wchar_t* name_;
     KernelHandle logicThread_;
     KernelHandle pendingThread_;
+    bool failed_ = false;
+    DWORD result_ = ERROR_SUCCESS;  ///< of the logic, or the error of what failed
 };
 
 // SERVICE_RUNNING is told as soon as the start logic has a thread, so the start needs neither a
@@ -207,28 +211,37 @@ void WindowsServiceBase::ServiceAction(const ServiceActionRecord& record) {
     if (record.finalState != SERVICE_STOPPED) {
         return;
     }
-    const DWORD waitError = WaitForEnd(thread);
-    if (waitError != ERROR_SUCCESS) {
+    if (!WaitForEnd(thread)) {
         LogError(Site,
                  L"WindowsServiceBase->%s: WaitForSingleObject hServiceActionRoutine failed with "
                  L"error %lu \n",
-                 name, waitError);
+                 name, ::GetLastError());
     }
     LogTrace(Site, L"WindowsServiceBase->%s: thread hServiceActionRoutine was finished\n", name);
 }
 
 DWORD WINAPI WindowsServiceBase::ServiceActionRoutine(void* parameter) {
-    const std::unique_ptr<ServiceActionRecord> record(static_cast<ServiceActionRecord*>(parameter));
-    LogTrace(ServiceActionRun::Site, L"WindowsServiceBase->%s: entered ServiceActionRoutine\n",
-             record->actionName.c_str());
-    // Held to the end, so that the object outlives the process's own reference.
-    const auto service = GetInstance();
-    return ServiceActionRun(*record, *service).Run();
+    DWORD result = ERROR_SUCCESS;
+    CallOnFilterFrame([parameter, &result] {
+        const std::unique_ptr<ServiceActionRecord> record(
+            static_cast<ServiceActionRecord*>(parameter));
+        LogTrace(ServiceActionRun::Site, L"WindowsServiceBase->%s: entered ServiceActionRoutine\n",
+                 record->actionName.c_str());
+        // Held to the end, so that the object outlives the process's own reference.
+        const auto service = GetInstance();
+        result = ServiceActionRun(*record, *service).Run();
+    });
+    return result;
 }
 
 // Keeps the SCM from giving up on a slow action. Timed by counted sleeps, not by a clock; the end
 // of the pending state is its one stop signal, whoever reports the other state.
 DWORD WINAPI WindowsServiceBase::PendingReporterRoutine(void* parameter) {
+    CallOnFilterFrame([parameter] { ReportPending(parameter); });
+    return 0;
+}
+
+void WindowsServiceBase::ReportPending(void* parameter) {
     constexpr DWORD PollIntervalMs = 100;
     const std::unique_ptr<ServiceActionRecord> record(static_cast<ServiceActionRecord*>(parameter));
     const auto service = GetInstance();
@@ -245,15 +258,18 @@ DWORD WINAPI WindowsServiceBase::PendingReporterRoutine(void* parameter) {
         elapsedMs += PollIntervalMs;
         guard.lock();
     }
-    return 0;
 }
 
 DWORD WINAPI WindowsServiceBase::RunOnStartLogic(void* /*unused*/) {
-    return GetInstance()->OnStart();
+    DWORD result = ERROR_SUCCESS;
+    CallOnFilterFrame([&result] { result = GetInstance()->OnStart(); });
+    return result;
 }
 
 DWORD WINAPI WindowsServiceBase::RunOnStopLogic(void* /*unused*/) {
-    return GetInstance()->OnStop();
+    DWORD result = ERROR_SUCCESS;
+    CallOnFilterFrame([&result] { result = GetInstance()->OnStop(); });
+    return result;
 }
 
 }  // namespace tarnwick

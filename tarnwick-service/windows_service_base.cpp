@@ -1,5 +1,7 @@
 #include "tarnwick-service/windows_service_base.h"
 
+#include <cstring>
+#include <new>
 #include <shared_mutex>
 #include <utility>
 
@@ -63,6 +65,10 @@ WindowsServiceBase::WindowsServiceBase(const wchar_t* name, BYTE canStop, BYTE c
 
 WindowsServiceBase::~WindowsServiceBase() = default;
 
+void* WindowsServiceBase::operator new(std::size_t size) {
+    return std::memset(::operator new(size), 0, size);
+}
+
 BOOL WindowsServiceBase::Run() {
     SERVICE_TABLE_ENTRYW table[] = {{serviceName.data(), ServiceMain}, {nullptr, nullptr}};
     return ::StartServiceCtrlDispatcherW(table);
@@ -105,7 +111,9 @@ void WindowsServiceBase::ResetInstance() {
 std::shared_ptr<WindowsServiceBase> WindowsServiceBase::GetOrCreateBaseInstance(
     const wchar_t* serviceName, BYTE canStop, BYTE canShutdown, BYTE canPause) {
     return GetOrCreate([&] {
-        return std::make_shared<WindowsServiceBase>(serviceName, canStop, canShutdown, canPause);
+        // Not make_shared, which takes no zero-filled storage.
+        return std::shared_ptr<WindowsServiceBase>(
+            new WindowsServiceBase(serviceName, canStop, canShutdown, canPause));
     });
 }
 

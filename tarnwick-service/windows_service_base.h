@@ -3,6 +3,7 @@
 #ifndef TARNWICK_SERVICE_WINDOWS_SERVICE_BASE_H
 #define TARNWICK_SERVICE_WINDOWS_SERVICE_BASE_H
 
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -24,6 +25,10 @@ class WindowsServiceBase {
     virtual ~WindowsServiceBase();
     WindowsServiceBase(const WindowsServiceBase&) = delete;
     WindowsServiceBase& operator=(const WindowsServiceBase&) = delete;
+
+    /// Zero-filled, padding included. Out of line, because a compiler that sees both drops what is
+    /// written to an object before its constructor.
+    static void* operator new(std::size_t size);
 
     /// Serves the SCM until the service has stopped; blocks for all that time. The result of
     /// `StartServiceCtrlDispatcherW`. Logs nothing.
@@ -99,6 +104,7 @@ class WindowsServiceBase {
     void ServiceAction(const ServiceActionRecord& record);
     static DWORD WINAPI ServiceActionRoutine(void* parameter);
     static DWORD WINAPI PendingReporterRoutine(void* parameter);
+    static void ReportPending(void* parameter);
     static DWORD WINAPI RunOnStartLogic(void* unused);
     static DWORD WINAPI RunOnStopLogic(void* unused);
 

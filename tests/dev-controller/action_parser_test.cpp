@@ -82,8 +82,12 @@ TEST(ActionParser, Crash_ReadsEachKind) {
         {L"crash read", CrashKind::Read},
         {L"crash write", CrashKind::Write},
         {L"crash execute", CrashKind::Execute},
+        {L"crash guard", CrashKind::Guard},
+        {L"crash misaligned", CrashKind::Misaligned},
         {L"crash divide", CrashKind::Divide},
+        {L"crash overflow", CrashKind::Overflow},
         {L"crash illegal", CrashKind::Illegal},
+        {L"crash privileged", CrashKind::Privileged},
         {L"crash breakpoint", CrashKind::Breakpoint},
         {L"crash cpp", CrashKind::Cpp},
         {L"crash raise 1", CrashKind::Raise},
@@ -101,6 +105,9 @@ TEST(ActionParser, Crash_ReadsEachKind) {
 
 TEST(ActionParser, Crash_ReadsCodesAndCounts) {
     EXPECT_EQ(Parsed<CrashNow>(L"crash raise 0xE0001234").request.code, 0xE0001234U);
+    EXPECT_FALSE(Parsed<CrashNow>(L"crash raise 1").request.continuable);
+    EXPECT_TRUE(Parsed<CrashNow>(L"crash raise 1 continuable").request.continuable);
+    ExpectMistake(L"crash raise 1 again");
     const auto handled = Parsed<CrashNow>(L"crash handled 100000").request;
     EXPECT_EQ(handled.count, 100000U);
     EXPECT_EQ(handled.code, 0U);

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "tests/support/log_capture.h"
 #include "tests/support/platform_hooks.h"
@@ -74,6 +76,53 @@ TEST_F(Keldane, SecondCall_GivesTheFirstObjectWhateverItAsksFor) {
     second->ReportCurrentStatus();
     EXPECT_EQ(statuses.Last().dwControlsAccepted, 4U);
     EXPECT_EQ(controller.Events(), (Events{"CoInitializeEx", "create"}));
+}
+
+/// Every byte of the object that belongs to no field.
+std::vector<unsigned char> Padding(const KeldaneService& service) {
+    // Behind the status record; behind the flag; behind the descriptor's three flags.
+    constexpr std::size_t Flag = sizeof(WindowsServiceBase);
+    constexpr std::pair<std::size_t, std::size_t> Gaps[] = {
+        {Flag - 20, 4}, {Flag + 1, 7}, {Flag + 27, 5}};
+    static_assert(sizeof(KeldaneService) == Flag + 40);
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(&service);
+    std::vector<unsigned char> padding;
+    for (const auto& [offset, size] : Gaps) {
+        padding.insert(padding.end(), bytes + offset, bytes + offset + size);
+    }
+    return padding;
+}
+
+TEST_F(Keldane, Object_IsZeroFilledBetweenItsFields) {
+    const auto service = Make();
+    EXPECT_EQ(Padding(dynamic_cast<const KeldaneService&>(*service)),
+              std::vector<unsigned char>(16, 0));
+}
+
+TEST_F(Keldane, Loader_IsZeroFilledBetweenItsFields) {
+    const auto service = Make();
+    const test::RecordBytes& loader = controller.AtCreate();
+    for (std::size_t offset = 2; offset < test::LoaderLayout::Controller; ++offset) {
+        EXPECT_EQ(loader.At<std::uint8_t>(offset), 0U) << "at " << offset;
+    }
+    EXPECT_EQ(loader.Word(test::LoaderLayout::Controller), 0U);
+}
+
+TEST_F(Keldane, OnStopWithoutAController_SetsTheFlag) {
+    controller.results["create"] = 5;
+    const auto service = Make();
+    const auto* const flag =
+        reinterpret_cast<const unsigned char*>(dynamic_cast<KeldaneService*>(service.get())) +
+        sizeof(WindowsServiceBase);
+    EXPECT_EQ(*flag, 0U);
+    EXPECT_EQ(service->OnStart(), 1359U);
+    EXPECT_EQ(*flag, 0U);
+    log.Clear();
+    EXPECT_EQ(service->OnStop(), 1359U);
+    EXPECT_EQ(*flag, 1U);
+    EXPECT_EQ(log.Lines(), (Lines{TraceLine(L"Keldane in OnStop started"),
+                                  ErrorLine(L"orrin does not initialized"),
+                                  TraceLine(L"Keldane in OnStop finished ")}));
 }
 
 TEST_F(Keldane, TwoThreadsAtOnce_GetOneObjectAndOneCreateCall) {

@@ -453,6 +453,107 @@ TEST_P(StopActions, FailingWaitForTheReporter_ReplacesTheLogicsError) {
     EXPECT_EQ(lines[7], ErrorLine(Named(L": finished with error 6 ")));
 }
 
+// A failed call that leaves 0 as its error is a failure all the same.
+
+TEST_F(ServiceActions, StartWithoutLogicThreadNorError_GoesFromPendingToStopped) {
+    threads.FailCreation(LogicThreadOfStart, 0);
+    service->StartAction();
+    threads.JoinAll();
+    EXPECT_EQ(statuses.Reports(), Describe(Reports{StartPending, Stopped(0)}));
+    EXPECT_EQ(
+        log.Lines(),
+        (Lines{TraceLine(L"WindowsServiceBase->Start: entered ServiceActionRoutine"),
+               StartPendingLine(),
+               ErrorLine(L"WindowsServiceBase->Start: create hLogicExecutionThread failed "
+                         L"with error 0 "),
+               StoppedLine(0), ErrorLine(L"WindowsServiceBase->Start: finished with error 0 ")}));
+}
+
+TEST_F(ServiceActions, StartWithFailingWaitWithoutError_IsStoppedAndReadsNoExitCode) {
+    test::Signal mayEnd;
+    service->start = [&]() -> DWORD {
+        EXPECT_TRUE(mayEnd.Wait());
+        return 0;
+    };
+    threads.FailWaitAtOnce(LogicThreadOfStart, 0);
+    service->StartAction();
+    threads.Join(ActionThread);
+    EXPECT_EQ(statuses.Reports(), Describe(Reports{StartPending, Running, Stopped(0)}));
+    EXPECT_EQ(
+        log.Lines(),
+        (Lines{TraceLine(L"WindowsServiceBase->Start: entered ServiceActionRoutine"),
+               StartPendingLine(),
+               TraceLine(L"WindowsServiceBase->Start: thread with main action logic was "
+                         L"created"),
+               RunningLine(),
+               ErrorLine(L"WindowsServiceBase->Start: WaitForSingleObject "
+                         L"hLogicExecutionThread failed with error 0 "),
+               StoppedLine(0), ErrorLine(L"WindowsServiceBase->Start: finished with error 0 ")}));
+    mayEnd.Set();
+    threads.JoinAll();
+}
+
+TEST_F(ServiceActions, StartWithUnreadableExitCodeWithoutError_IsStopped) {
+    threads.FailExitCode(LogicThreadOfStart, 0);
+    service->StartAction();
+    threads.JoinAll();
+    EXPECT_EQ(statuses.Reports(), Describe(Reports{StartPending, Running, Stopped(0)}));
+    const Lines lines = log.Lines();
+    ASSERT_EQ(lines.size(), 8U);
+    EXPECT_EQ(lines[5],
+              ErrorLine(L"WindowsServiceBase->Start: GetExitCodeThread failed with error 0 "));
+    EXPECT_EQ(lines[7], ErrorLine(L"WindowsServiceBase->Start: finished with error 0 "));
+}
+
+TEST_P(StopActions, WithoutPendingThreadNorError_DoesNotRunTheLogic) {
+    service->stop = [] {
+        ADD_FAILURE() << "the logic runs";
+        return DWORD{0};
+    };
+    threads.FailCreation(PendingThread, 0);
+    RunAction();
+    EXPECT_EQ(threads.Creations().size(), 2U);
+    EXPECT_EQ(statuses.Reports(), Describe(Reports{StopPending(0), Stopped(0)}));
+    EXPECT_EQ(log.Lines(),
+              (Lines{TraceLine(Named(L": entered ServiceActionRoutine")), StopPendingLine(),
+                     ErrorLine(Named(L": pending thread creation failed with error 0")),
+                     StoppedLine(0), ErrorLine(Named(L": finished with error 0 ")),
+                     TraceLine(Named(L": thread hServiceActionRoutine was finished"))}));
+}
+
+TEST_P(StopActions, FailingWaitForTheReporterWithoutError_ReplacesTheLogicsError) {
+    service->stop = [] { return DWORD{1359}; };
+    threads.FailWait(PendingThread, 0);
+    RunAction();
+    EXPECT_EQ(statuses.Reports(), Describe(Reports{StopPending(0), Stopped(1359)}));
+    const Lines lines = log.Lines();
+    ASSERT_GE(lines.size(), 3U);
+    EXPECT_EQ(lines[lines.size() - 3],
+              ErrorLine(Named(L": WaitForSingleObject hPendingThread failed with error 0 ")));
+    EXPECT_EQ(lines[lines.size() - 2], ErrorLine(Named(L": finished with error 0 ")));
+    EXPECT_EQ(threads.ExitCode(ActionThread), 0U);
+}
+
+TEST_P(StopActions, FailingWaitForTheActionWithoutError_LeavesItsLine) {
+    threads.FailWait(ActionThread, 0);
+    RunAction();
+    const Lines lines = log.Lines();
+    ASSERT_GE(lines.size(), 2U);
+    EXPECT_EQ(
+        lines[lines.size() - 2],
+        ErrorLine(Named(L": WaitForSingleObject hServiceActionRoutine failed with error 0 ")));
+    EXPECT_EQ(lines.back(), TraceLine(Named(L": thread hServiceActionRoutine was finished")));
+}
+
+TEST_P(StopActions, WithoutActionThreadNorError_IsStopped) {
+    threads.FailCreation(ActionThread, 0);
+    RunAction();
+    EXPECT_EQ(statuses.Reports(), Describe(Reports{Stopped(0)}));
+    EXPECT_EQ(log.Lines(),
+              (Lines{ErrorLine(Named(L": create hServiceActionRoutine failed with error 0 ")),
+                     StoppedLine(0)}));
+}
+
 TEST_P(StopActions, FailingWaitForTheAction_StillSaysThatItWasFinished) {
     threads.FailWait(ActionThread, 6);
     RunAction();

@@ -3,16 +3,17 @@
 #include <gtest/gtest.h>
 
 #include <mutex>
+#include <optional>
 
 namespace test {
 namespace {
 
 constexpr DWORD JoinLimitMs = 30000;
 
-/// The error chosen for a thread, or 0.
-DWORD ErrorFor(const std::map<std::size_t, DWORD>& errors, std::size_t thread) {
+/// The error chosen for a thread, which can be 0.
+std::optional<DWORD> ErrorFor(const std::map<std::size_t, DWORD>& errors, std::size_t thread) {
     const auto found = errors.find(thread);
-    return found == errors.end() ? 0 : found->second;
+    return found == errors.end() ? std::nullopt : std::optional(found->second);
 }
 
 HANDLE Duplicate(HANDLE handle) {
@@ -50,9 +51,8 @@ HANDLE ThreadWatch::Create(LPSECURITY_ATTRIBUTES security, SIZE_T stackSize,
     const std::size_t number = creations_.size();
     const bool isPlain = security == nullptr && stackSize == 0 && flags == 0 && threadId == nullptr;
     creations_.push_back({isPlain, routine, parameter});
-    const DWORD error = ErrorFor(creationErrors_, number);
-    if (error != 0) {
-        ::SetLastError(error);
+    if (const auto error = ErrorFor(creationErrors_, number)) {
+        ::SetLastError(*error);
         return nullptr;
     }
     const HANDLE thread =
@@ -72,21 +72,20 @@ DWORD ThreadWatch::Wait(HANDLE handle, DWORD limitMs) {
         const std::lock_guard guard(lock_);
         waits_.push_back(number);
     }
-    DWORD error = ErrorFor(waitErrorsAtOnce_, number);
-    if (error == 0) {
+    std::optional<DWORD> error = ErrorFor(waitErrorsAtOnce_, number);
+    if (!error) {
         if (WaitForSingleObjectHook::Real(handle, JoinLimitMs) != WAIT_OBJECT_0) {
             ADD_FAILURE() << "thread " << number << " doesn't end";
         }
         error = ErrorFor(waitErrors_, number);
     }
-    ::SetLastError(error);
-    return error == 0 ? WAIT_OBJECT_0 : WAIT_FAILED;
+    ::SetLastError(error.value_or(ERROR_SUCCESS));
+    return error ? WAIT_FAILED : WAIT_OBJECT_0;
 }
 
 BOOL ThreadWatch::ReadExitCode(HANDLE handle, DWORD* exitCode) {
-    const DWORD error = ErrorFor(exitCodeErrors_, NumberOf(handle));
-    if (error != 0) {
-        ::SetLastError(error);
+    if (const auto error = ErrorFor(exitCodeErrors_, NumberOf(handle))) {
+        ::SetLastError(*error);
         return FALSE;
     }
     return GetExitCodeThreadHook::Real(handle, exitCode);
@@ -134,7 +133,7 @@ void ThreadWatch::Join(std::size_t thread) {
 void ThreadWatch::JoinAll() {
     // A thread that is waited for may create others.
     for (std::size_t number = 0; number < Creations().size(); ++number) {
-        if (ErrorFor(creationErrors_, number) == 0) {
+        if (!ErrorFor(creationErrors_, number)) {
             Join(number);
         }
     }

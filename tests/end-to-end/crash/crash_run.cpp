@@ -33,6 +33,10 @@ bool OnWine() {
     return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
+std::uint32_t DivisionOverflow() {
+    return OnWine() ? DivisionByZero : IntegerOverflow;
+}
+
 CrashRun::CrashRun(const std::wstring& subfolder) : host_(subfolder) {
     // Children inherit it.
     ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);

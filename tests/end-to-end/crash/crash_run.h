@@ -16,12 +16,21 @@ inline constexpr std::uint32_t Breakpoint = 0x80000003;
 inline constexpr std::uint32_t IllegalInstruction = 0xC000001D;
 inline constexpr std::uint32_t DivisionByZero = 0xC0000094;
 inline constexpr std::uint32_t HeapCorruption = 0xC0000374;
+inline constexpr std::uint32_t IntegerOverflow = 0xC0000095;
 inline constexpr std::uint32_t FailFastExit = 0xC0000409;
 /// What a thrown C++ exception is for the platform depends on the compiler.
 #ifdef _MSC_VER
 inline constexpr std::uint32_t CppException = 0xE06D7363;
 #else
 inline constexpr std::uint32_t CppException = 0x20474343;
+#endif
+
+/// A host built by GCC has no frame for C++ exceptions out of the free call, and for those whose
+/// dump fails.
+#if defined(__GNUC__) && !defined(__clang__)
+inline constexpr bool HasFilterFrame = false;
+#else
+inline constexpr bool HasFilterFrame = true;
 #endif
 
 /// Script lines: every dump counts as written although none is. It takes seconds under Wine, and
@@ -39,6 +48,8 @@ inline constexpr const char* Forever = "wait-event Local\\tarnwick-test-never 60
 [[nodiscard]] Records DumpFailed(std::uint64_t thread, const std::wstring& why);
 
 [[nodiscard]] bool OnWine();
+/// The code of a division that overflows. Wine takes it for a division by zero.
+[[nodiscard]] std::uint32_t DivisionOverflow();
 
 /// Crashes are left to the crash handling: no debugger and no message box, also in children.
 class CrashRun {

@@ -108,6 +108,29 @@ TEST(FailedDump, WithoutAnError_CountsAsSuccess) {
     EXPECT_EQ(ends[0].Number("arg2") & 0xFFFFFFFF, AccessViolation);
 }
 
+class FailedDumpOfACppException : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(FailedDumpOfACppException, IsLeftToThePlatform) {
+    if (!test::HasFilterFrame) {
+        GTEST_SKIP() << "a host built by GCC has no filter frame";
+    }
+    CrashRun run;
+    run.Script(std::string(TraceEnd) + "fail-import MiniDumpWriteDump every 112\n" + GetParam());
+    EXPECT_EQ(run.Run(L"-run"), test::CppException);
+    const std::uint64_t thread = run.CrashingThread();
+    EXPECT_EQ(run.CrashRecords(),
+              Join({test::PassBegins(thread),
+                    test::DumpFailed(thread, L"MiniDumpWriteDump failed with error 112")}));
+    EXPECT_EQ(OwnEnds(run), 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Places, FailedDumpOfACppException,
+                         ::testing::Values("on load crash cpp\n",
+                                           "on load return 5\non free crash cpp\n"),
+                         [](const auto& test) {
+                             return std::string(test.index == 0 ? "LoadAddons" : "Free");
+                         });
+
 const wchar_t* const HeapLine = L"VectoredExceptionProcessing occured for heap corruption";
 
 TEST(FailedDump, AfterHeapCorruption_HasASecondPassWithTheCallback) {

@@ -52,6 +52,9 @@ Records CrashRecords(const test::Service& service) {
 class CrashedService : public ::testing::TestWithParam<ServiceCrash> {};
 
 TEST_P(CrashedService, IsDumpedShownAsStoppedAndCanBeRestarted) {
+    if (!test::HasFilterFrame && std::string(GetParam().name) == "CppExceptionInFree") {
+        GTEST_SKIP() << "a host built by GCC has no filter frame";
+    }
     const CrashRun run;
     const test::SharedEvent go(run.Host(), "go");
     run.Script(WithEventName(GetParam().script, go.Name()));

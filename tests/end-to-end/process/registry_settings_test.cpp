@@ -123,6 +123,23 @@ TEST(TraceLevelsMask, OfAnyWrongType_IsIgnoredInSilence) {
     }
 }
 
+/// The bytes that a short number lacks count as zeroes.
+TEST(TraceLevelsMask, OfFewerThanFourBytes_CountsAsANumber) {
+    for (const std::size_t size : {1U, 2U, 3U}) {
+        SCOPED_TRACE(size);
+        const ServiceKey key(L"TraceLevelsMask", REG_DWORD, Number(8, size));
+        const test::HostFolder host;
+        host.Script(VerboseLineScript());
+        EXPECT_THAT(LogOfVerboseRun(host), testing::ElementsAre(L"[V][quillon] deep"));
+    }
+    const ServiceKey key(L"TraceLevelsMask", REG_DWORD, "");
+    const test::HostFolder host;
+    EXPECT_EQ(host.Start(L"-foo")->Wait(), 0U);
+    const auto files = test::LogFilesIn(host.Logs());
+    ASSERT_EQ(files.size(), 1U);
+    EXPECT_EQ(test::ReadLogBytes(files[0]), "\xFF\xFE") << "not taken for 0";
+}
+
 /// A file in the log folder that is this old and this large; the folder is made.
 std::filesystem::path MakeOldLog(const test::HostFolder& host, const wchar_t* name, int days,
                                  std::uint64_t size) {

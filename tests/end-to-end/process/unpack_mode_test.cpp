@@ -7,10 +7,12 @@
 
 namespace {
 
-TEST(UnpackMode, LibraryGetsTheLogSinkAndZeroesOnly) {
+class UnpackRecord : public testing::TestWithParam<const wchar_t*> {};
+
+TEST_P(UnpackRecord, HoldsTheLogSinkAndZeroesOnly) {
     const test::HostFolder host;
     host.Script("");
-    EXPECT_EQ(host.Start(L"-zevrunzip")->Wait(), 0U);
+    EXPECT_EQ(host.Start(GetParam())->Wait(), 0U);
     const test::Transcript transcript = host.ReadTranscript();
     EXPECT_THAT(transcript.Calls(), testing::ElementsAre("bootstrap"));
     const test::TranscriptEntry params = transcript.Only("record", "params");
@@ -21,6 +23,10 @@ TEST(UnpackMode, LibraryGetsTheLogSinkAndZeroesOnly) {
     EXPECT_NE(params.Number("OrrinLoggingCallback"), 0U);
     EXPECT_EQ(bytes.substr(32), std::string(128, '0'));
 }
+
+INSTANTIATE_TEST_SUITE_P(CommandLines, UnpackRecord,
+                         testing::Values(L"-zevrunzip", L"-zevrunzip -archive /C:\\a.zevr -7",
+                                         L"-dump 1 2 3 -test -zevrunzip -sleep 0"));
 
 TEST(UnpackMode, HasNoCom) {
     const test::HostFolder host;

@@ -8,6 +8,7 @@
 #include <initializer_list>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <tuple>
 #include <vector>
@@ -720,6 +721,37 @@ TEST_F(ExceptionFilterTest, CrashInsideALogCallOfTheSameThread_GoesThrough) {
         });
     InternalTrace(LevelTrace.bit, L"interrupted");
     EXPECT_EQ(log_.Lines(), Began() + DumpSucceeded() + Of({L"[T][quillon] interrupted"}));
+}
+
+TEST(CrashInsideTheFileSwitch, KeepsItsDumpAndLosesItsLines) {
+    LoggerConfig config = test::QuietConfig();
+    config.MaxFileSize = 1;
+    // Made first: its own line would be the one that fills the file.
+    const ExceptionFilter filter(Config());
+    const test::LogCapture log(config);
+    bool armed = true;
+    Lines atTheEnd = {L"the process wasn't ended"};
+    test::CrashPathCalls platform;
+    const test::ScopedHook<test::TerminateProcessHook> end([&](auto...) {
+        atTheEnd = log.Lines();
+        return FALSE;
+    });
+    const test::ScopedHook<test::CreateFileWHook> create([&](const wchar_t* name, auto... rest) {
+        const std::wstring_view file(name);
+        if (armed && file.ends_with(L".log")) {
+            armed = false;
+            test::MadeUpException exception(AccessViolation);
+            ExceptionFilter::ExceptionProcessing(exception.Pointers());
+        }
+        return file.ends_with(L".dmp") ? test::FakeDumpFile
+                                       : test::CreateFileWHook::Real(name, rest...);
+    });
+    InternalTrace(LevelTrace.bit, L"the record that fills the file");
+    EXPECT_FALSE(armed) << "no switch";
+    EXPECT_EQ(platform.Count("write dump"), 1U);
+    for (const std::wstring& line : atTheEnd) {
+        EXPECT_EQ(line.find(L"(Thread "), std::wstring::npos) << "written after all";
+    }
 }
 
 /// What this thread allocates while it does `work`.
