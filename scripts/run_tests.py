@@ -59,6 +59,7 @@ class Test:
         self.disabled = bool(values.get("DISABLED", False))
         self.sets_up = set(values.get("FIXTURES_SETUP", []))
         self.requires = set(values.get("FIXTURES_REQUIRED", []))
+        self.locks = set(values.get("RESOURCE_LOCK", []))
         self.skip_code = values.get("SKIP_RETURN_CODE")
         if unknown := UNSUPPORTED & values.keys():
             sys.exit(f"run_tests: {self.name} has {', '.join(unknown)}, which is not supported here")
@@ -263,8 +264,10 @@ class Runner:
         self.seconds = {}
         with contextlib.suppress(OSError, ValueError):
             self.seconds = json.loads(self.seconds_file.read_text())
-        self.first = [[test] for test in tests if test.sets_up]
-        self.units = self.make_units([test for test in tests if not test.sets_up])
+        self.held = set()  # resource locks
+        self.setups = [test for test in tests if test.sets_up]
+        self.units = [[test] for test in self.setups]
+        self.units += self.make_units([test for test in tests if not test.sets_up])
 
     @property
     def seconds_file(self):
@@ -345,27 +348,44 @@ class Runner:
                 alone = ProgramRun(prefix, [test], self.options).results[test]
                 self.note(test, f"run alone after that: {alone.verdict}")
 
-    def work(self, prefix, units):
+    def may_begin(self, unit):
+        """Whether its fixtures have been set up, or have failed, and no other holds its locks."""
+        waiting = any(setup.sets_up & unit[0].requires and setup not in self.results
+                      for setup in self.setups)
+        return not waiting and not unit[0].locks & self.held
+
+    def take_unit(self):
+        """The next unit that may begin; none at the end."""
+        while not self.stopped and not Process.ending:
+            with self.lock:
+                if not self.units:
+                    return None
+                unit = next(filter(self.may_begin, self.units), None)
+                if unit:
+                    self.units.remove(unit)
+                    self.held |= unit[0].locks
+                    return unit
+            time.sleep(0.1)
+        return None
+
+    def work(self, prefix):
         try:
-            while not self.stopped and not Process.ending:
-                with self.lock:
-                    if not units:
-                        return
-                    unit = units.pop(0)
+            while unit := self.take_unit():
                 self.run_unit(prefix, unit)
+                with self.lock:
+                    self.held -= unit[0].locks
         except Exception as error:  # the main thread ends the run with it
             self.error = error
             self.stopped = True
 
     def run(self, prefixes):
-        for units in (self.first, self.units):
-            threads = [threading.Thread(target=self.work, args=(prefix, units), daemon=True)
-                       for prefix in prefixes]
-            for thread in threads:
-                thread.start()
-            for thread in threads:
-                while thread.is_alive():  # a signal is handled between two waits
-                    thread.join(0.5)
+        threads = [threading.Thread(target=self.work, args=(prefix,), daemon=True)
+                   for prefix in prefixes]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            while thread.is_alive():  # a signal is handled between two waits
+                thread.join(0.5)
         if self.error:
             raise self.error
 

@@ -159,6 +159,22 @@ class RunnerTest(unittest.TestCase):
                                        with_fixture(2, "maker", ["false"], "FIXTURES_SETUP")]),
                          {"maker": "Failed", "user": "Not Run"})
 
+    def test_fixtures_and_locks_are_kept_by_all_jobs(self):
+        log = self.folder / "log"
+
+        def step(number, name, **properties):
+            command = f"echo {name} >>{log}; sleep 0.3; echo {name} >>{log}"
+            return run_tests.Test(number, {"name": name, "command": ["sh", "-c", command],
+                                           "properties": [{"name": key, "value": [value]}
+                                                          for key, value in properties.items()]})
+        self.run_all([step(1, "user", FIXTURES_REQUIRED="b", RESOURCE_LOCK="x"),
+                      step(2, "other", FIXTURES_REQUIRED="b", RESOURCE_LOCK="x"),
+                      step(3, "second", FIXTURES_REQUIRED="a", FIXTURES_SETUP="b"),
+                      step(4, "first", FIXTURES_SETUP="a")], jobs=3)
+        self.assertEqual(log.read_text().split()[:4], ["first", "first", "second", "second"])
+        last = log.read_text().split()[4:]
+        self.assertEqual((last[0], last[2], len(last)), (last[1], last[3], 4))
+
     def test_an_error_of_the_runner_ends_the_run(self):
         with self.assertRaises(FileNotFoundError):
             self.run_all([run_tests.Test(1, {"name": "none", "command": ["/nothing/there"]})])
