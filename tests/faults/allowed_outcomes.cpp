@@ -1,6 +1,7 @@
 // Where the product is meant to come to a bad end, and why.
 
 #include <sstream>
+#include <string_view>
 
 #include "tests/faults/outcomes.h"
 
@@ -110,6 +111,13 @@ constexpr AllowedOutcome Table[] = {
     {"retention", "FindNextFileW", "files left", Lasting, "what isn't found isn't deleted"},
     {"retention", "DeleteFileW", "files left", Lasting,
      "a file that can't be deleted stays for the next run"},
+
+    {"rotation", "malloc", "records lost", Once, GivenUp},
+    {"rotation", "malloc", "no end record", Once, GivenUp},
+    {"rotation retention", "operator new", "no end record", Lasting,
+     "nothing is written to a file for whose header there is no memory"},
+    {"retention", "operator new", "files left", Lasting,
+     "without memory there is no list of files"},
 };
 
 bool Names(const char* scenarios, const std::string& scenario) {
@@ -123,6 +131,11 @@ bool Names(const char* scenarios, const std::string& scenario) {
     return false;
 }
 
+bool IsAllocation(const AllowedOutcome& entry) {
+    const std::string_view call = entry.call;
+    return call == "operator new" || call == "malloc";
+}
+
 /// An entry without a use in parentheses stands for all of them.
 bool IsFor(const AllowedOutcome& entry, const std::string& call) {
     return call == entry.call || call.starts_with(std::string(entry.call) + " (");
@@ -130,19 +143,20 @@ bool IsFor(const AllowedOutcome& entry, const std::string& call) {
 
 }  // namespace
 
-std::vector<const AllowedOutcome*> AllowedIn(const std::string& scenario, bool lasting) {
+std::vector<const AllowedOutcome*> AllowedIn(const std::string& scenario, const FaultPlan& plan) {
     std::vector<const AllowedOutcome*> entries;
     for (const AllowedOutcome& entry : Table) {
-        if (Names(entry.scenarios, scenario) && (lasting || entry.when != Lasting)) {
+        if (Names(entry.scenarios, scenario) && (plan.lasting || entry.when != Lasting) &&
+            IsAllocation(entry) == (plan.kind == FaultKind::Allocation)) {
             entries.push_back(&entry);
         }
     }
     return entries;
 }
 
-const AllowedOutcome* FindAllowed(const std::string& scenario, bool lasting,
+const AllowedOutcome* FindAllowed(const std::string& scenario, const FaultPlan& plan,
                                   const std::string& call, const std::string& outcome) {
-    for (const AllowedOutcome* entry : AllowedIn(scenario, lasting)) {
+    for (const AllowedOutcome* entry : AllowedIn(scenario, plan)) {
         if (IsFor(*entry, call) && outcome == entry->outcome) {
             return entry;
         }

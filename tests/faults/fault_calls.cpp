@@ -8,6 +8,7 @@
 
 #include "tests/faults/fault_plan.h"
 #include "tests/faults/played_calls.h"
+#include "tests/support/spoiled_error.h"
 
 // Need windows.h before them.
 #include <objbase.h>
@@ -116,7 +117,11 @@ struct Entry<Call, Result(Args...)> {
             ::SetLastError(Call::Error);
             return static_cast<Result>(Call::Failure());
         }
-        return Call::Real(args...);
+        const Result result = Call::Real(args...);
+        if (!test::IsToldByLastError(Call::Name, result)) {
+            test::SpoilErrors();
+        }
+        return result;
     }
 };
 
@@ -129,7 +134,9 @@ struct Entry<Call, Result(Args...)> {
     struct name##Call {                                              \
         static constexpr const char* Name = #name;                   \
         static constexpr DWORD Error = error;                        \
-        static auto Failure() { return failure; }                    \
+        static auto Failure() {                                      \
+            return failure;                                          \
+        }                                                            \
         template <class... Args>                                     \
         static auto Real(Args... args) {                             \
             return real(args...);                                    \

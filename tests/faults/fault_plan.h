@@ -8,14 +8,25 @@
 
 namespace faults {
 
+/// What fails.
+enum class FaultKind {
+    Call,       ///< a platform call
+    Allocation  ///< an allocation
+};
+
 struct FaultPlan {
-    CallId failingCall = {};
-    bool lasting = false;  ///< so do all later calls of the same function for the same use
+    CallId failingCall = {};  ///< or allocation
+    /// So do all later calls of the same function for the same use, or all later allocations.
+    bool lasting = false;
+    FaultKind kind = FaultKind::Call;
 };
 
 /// Sets the plan and where the run is written down. Once, before the product runs.
 void SetPlan(const FaultPlan& plan, RunRecord& record);
 [[nodiscard]] RunRecord& Record();
+
+/// Whether the plan is about allocations.
+[[nodiscard]] bool CountsAllocations();
 
 /// Calls are counted, and fail, between these two. Before the first no call is counted.
 void OpenWindow();
@@ -24,6 +35,18 @@ void CloseWindow();
 /// Counts a call and says whether it fails. `detail` tells apart what one function is used for; it
 /// and the name are literals.
 [[nodiscard]] bool Fails(const char* function, const char* detail, const void* returnAddress);
+
+/// The same for an allocation.
+[[nodiscard]] bool Refuses(const char* function, const void* returnAddress);
+
+/// What this thread allocates while it lives is this program's own business.
+class OwnAllocations {
+  public:
+    OwnAllocations();
+    ~OwnAllocations();
+    OwnAllocations(const OwnAllocations&) = delete;
+    OwnAllocations& operator=(const OwnAllocations&) = delete;
+};
 
 }  // namespace faults
 

@@ -54,14 +54,14 @@ void TakeRecord(const RunRecord& record, RunFacts& facts) {
     facts.secondPress = record.secondPress != 0;
     facts.controllersLeft = record.created;
     facts.acceptedRecords = record.acceptedRecords;
+    facts.thrownRecords = record.thrownRecords;
+    facts.openHandles = record.openHandles;
     facts.reports.assign(record.reports, record.reports + record.reportCount);
     facts.calls.assign(record.calls,
                        record.calls + std::min<std::uint32_t>(record.callCount, MaxCalls));
 }
 
-void TakeLogText(const std::string& bytes, RunFacts& facts) {
-    std::wstring text(bytes.size() / sizeof(wchar_t), L'\0');
-    std::memcpy(text.data(), bytes.data(), text.size() * sizeof(wchar_t));
+void TakeLogText(const std::wstring& text, RunFacts& facts) {
     const std::size_t markSize = std::wcslen(NumberedText);
     for (std::size_t at = text.find(NumberedText); at != std::wstring::npos;
          at = text.find(NumberedText, at + markSize)) {
@@ -71,13 +71,32 @@ void TakeLogText(const std::string& bytes, RunFacts& facts) {
     facts.endRecord = facts.endRecord || text.find(L"[T][quillon] End\n") != std::wstring::npos;
 }
 
+std::wstring TextOfLog(const std::string& bytes) {
+    std::wstring text(bytes.size() / sizeof(wchar_t), L'\0');
+    std::memcpy(text.data(), bytes.data(), text.size() * sizeof(wchar_t));
+    return text;
+}
+
+/// Whether a log of the product has records and the first isn't its header's.
+bool IsHeadless(const fs::path& path, const std::wstring& text) {
+    const std::size_t lineEnd = text.find(L'\n');
+    return path.filename().wstring().starts_with(L"quillon-") && lineEnd != std::wstring::npos &&
+           text.find(L"build: 804, process: ") > lineEnd;
+}
+
+void TakeLogBytes(const fs::path& path, const std::string& bytes, RunFacts& facts) {
+    const std::wstring text = TextOfLog(bytes);
+    facts.headless = facts.headless || IsHeadless(path, text);
+    TakeLogText(text, facts);
+}
+
 /// A compressed file beside its source is an unfinished copy of it.
 void TakeLogFile(const fs::path& path, RunFacts& facts) {
     if (path.extension() == L".log") {
-        TakeLogText(test::ReadBytes(path), facts);
+        TakeLogBytes(path, test::ReadBytes(path), facts);
     } else if (path.extension() == L".gz" && !fs::exists(fs::path(path).replace_extension())) {
         try {
-            TakeLogText(test::Gunzip(test::ReadBytes(path)), facts);
+            TakeLogBytes(path, test::Gunzip(test::ReadBytes(path)), facts);
         } catch (const std::exception&) {
             facts.damagedLog = true;
         }
@@ -109,7 +128,8 @@ std::wstring SubjectCommandLine(const std::string& scenario, const FaultPlan& pl
     return L'"' + subject.wstring() + L"\" --scenario " +
            std::wstring(scenario.begin(), scenario.end()) + L" --fail " +
            std::wstring(call.begin(), call.end()) + (plan.lasting ? L" --lasting" : L"") +
-           L" --record " + record + L" --folder \"" + folder.wstring() + L'"';
+           (plan.kind == FaultKind::Allocation ? L" --memory" : L"") + L" --record " + record +
+           L" --folder \"" + folder.wstring() + L'"';
 }
 
 /// Under load Wine now and then refuses to start a program, which passes.

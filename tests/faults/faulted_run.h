@@ -22,7 +22,10 @@ struct RunFacts {
     std::uint32_t acceptedRecords = 0;
     std::vector<std::uint32_t> foundRecords;  ///< numbers, in the order of the log files
     bool endRecord = false;
-    bool damagedLog = false;         ///< a compressed file isn't whole and its source is gone
+    bool damagedLog = false;  ///< a compressed file isn't whole and its source is gone
+    bool headless = false;    ///< a log file with records begins with another one
+    std::uint64_t thrownRecords = 0;
+    std::uint32_t openHandles = 0;
     bool dump = false;               ///< there is one, and it isn't empty
     bool dumpBesideProgram = false;  ///< and it isn't in the data folder
     std::vector<std::string> files;  ///< names of what is left in the log folder

@@ -8,6 +8,9 @@
 namespace faults {
 namespace {
 
+/// What GCC's run-time library raises.
+constexpr std::uint32_t CppException = 0x20474343;
+
 bool IsService(const std::string& scenario) {
     return scenario == "start" || scenario == "stop";
 }
@@ -61,7 +64,9 @@ void JudgeRecords(const RunFacts& facts, std::set<std::string>& words) {
     }
     std::uint32_t lost = 0;
     for (std::uint32_t number = 1; number <= facts.acceptedRecords; ++number) {
-        lost += std::binary_search(found.begin(), found.end(), number) ? 0U : 1U;
+        // A call that ran out of memory may have written its record or not.
+        const bool threw = (facts.thrownRecords >> number & 1) != 0;
+        lost += threw || std::binary_search(found.begin(), found.end(), number) ? 0U : 1U;
     }
     if (lost != 0) {
         words.insert(lost == 1 ? "one record lost" : "records lost");
@@ -87,6 +92,27 @@ void JudgeRetention(const RunFacts& facts, std::set<std::string>& words) {
 }
 
 }  // namespace
+
+std::set<std::string> MemoryOutcomesOf(const std::string& scenario, const RunFacts& facts,
+                                       const RunFacts& whole) {
+    std::set<std::string> words;
+    if (facts.exitCode == CppException && scenario != "crash") {
+        words.insert("ended by bad_alloc");
+        JudgeRecords(facts, words);
+        if (!facts.dump) {
+            words.insert("no dump");
+        }
+    } else {
+        words = OutcomesOf(scenario, facts);
+    }
+    if (facts.headless) {
+        words.insert("log without its header");
+    }
+    if (!facts.hung && facts.openHandles > whole.openHandles) {
+        words.insert("handle leaked");
+    }
+    return words;
+}
 
 std::set<std::string> OutcomesOf(const std::string& scenario, const RunFacts& facts) {
     std::set<std::string> words;

@@ -13,6 +13,12 @@ namespace faults {
 /// Everything about the run that differs from a good one; empty if nothing does.
 [[nodiscard]] std::set<std::string> OutcomesOf(const std::string& scenario, const RunFacts& facts);
 
+/// The same for a run with refused allocations. A good end is then also the end at the crash filter
+/// by the C++ exception that left the product, with a dump: all that is lost by that is one
+/// outcome, "ended by bad_alloc". `whole` is a run without a refusal.
+[[nodiscard]] std::set<std::string> MemoryOutcomesOf(const std::string& scenario,
+                                                     const RunFacts& facts, const RunFacts& whole);
+
 /// What it takes for an outcome.
 enum class When {
     Once,     ///< the call fails once
@@ -30,13 +36,13 @@ struct AllowedOutcome {
 };
 
 /// The entry that allows it, or null.
-[[nodiscard]] const AllowedOutcome* FindAllowed(const std::string& scenario, bool lasting,
+[[nodiscard]] const AllowedOutcome* FindAllowed(const std::string& scenario, const FaultPlan& plan,
                                                 const std::string& call,
                                                 const std::string& outcome);
 
 /// All entries of a scenario, for the look whether each is needed.
 [[nodiscard]] std::vector<const AllowedOutcome*> AllowedIn(const std::string& scenario,
-                                                           bool lasting);
+                                                           const FaultPlan& plan);
 
 }  // namespace faults
 

@@ -1,7 +1,8 @@
 #include "tests/faults/played_controller.h"
 
 #include <atomic>
-#include <string>
+#include <cwchar>
+#include <iterator>
 
 #include "controller-abi/orrin_ctrl_abi.h"
 #include "tests/faults/fault_plan.h"
@@ -17,8 +18,10 @@ std::atomic<bool> notified{false};
 void WriteRecords() {
     RunRecord& record = Record();
     for (std::uint32_t index = 0; index < RecordsPerCall; ++index) {
-        const std::wstring text = NumberedText + std::to_wstring(record.acceptedRecords + 1);
-        host.OrrinLoggingCallback(nullptr, ORRIN_LOG_TRACE, L"played", text.c_str());
+        wchar_t text[64];
+        ::_snwprintf(text, std::size(text), L"%ls%u", NumberedText,
+                     static_cast<unsigned>(record.acceptedRecords + 1));
+        host.OrrinLoggingCallback(nullptr, ORRIN_LOG_TRACE, L"played", text);
         ++record.acceptedRecords;
     }
     host.LogFlush();

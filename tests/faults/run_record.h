@@ -34,11 +34,13 @@ struct ReportRecord {
 struct RunRecord {
     std::atomic<std::uint32_t> callCount;
     std::atomic<std::uint32_t> reportCount;
-    std::atomic<std::uint32_t> acceptedRecords;  ///< numbered records whose log call has returned
+    std::atomic<std::uint32_t> acceptedRecords;  ///< numbered records whose log call is over
     std::atomic<std::uint32_t> dispatched;       ///< ServiceMain was called
     std::atomic<std::uint32_t> unsettled;        ///< the start or the stop took longer than allowed
     std::atomic<std::uint32_t> secondPress;      ///< the first Ctrl+C wasn't enough
     std::atomic<std::uint32_t> created;          ///< controllers made, less those freed
+    std::atomic<std::uint32_t> openHandles;      ///< of the process, after the last record
+    std::atomic<std::uint64_t> thrownRecords;    ///< one bit for each numbered record, from 1
     CallRecord calls[MaxCalls];
     ReportRecord reports[MaxReports];
 };

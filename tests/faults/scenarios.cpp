@@ -1,6 +1,8 @@
 #include "tests/faults/scenarios.h"
 
 #include <cstdint>
+#include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -35,6 +37,7 @@ void ProvideSettings() {
 }
 
 int RunProduct(const std::wstring& folder, std::vector<std::wstring> options) {
+    auto own = std::make_unique<OwnAllocations>();
     ProvideSettings();
     ::SetEnvironmentVariableW(L"ALLUSERSPROFILE", folder.c_str());
     options.insert(options.begin(), L"tarnwick-service.exe");
@@ -43,6 +46,7 @@ int RunProduct(const std::wstring& folder, std::vector<std::wstring> options) {
         arguments.push_back(option.data());
     }
     arguments.push_back(nullptr);
+    own.reset();
     return ProductMain(static_cast<int>(options.size()), arguments.data());
 }
 
@@ -57,6 +61,12 @@ framework::LoggerConfig SmallFiles(const std::wstring& folder) {
     config.LogToFile = true;
     config.ExpiredPeriodInDays = 70;
     return config;
+}
+
+std::uint32_t OpenHandles() {
+    DWORD count = 0;
+    ::GetProcessHandleCount(::GetCurrentProcess(), &count);
+    return count;
 }
 
 /// A log file of the past, in the form that retention looks at: a name, a size and an age.
@@ -79,20 +89,35 @@ void MakeOldFile(const std::wstring& folder, const std::wstring& name, std::uint
     ::CloseHandle(file);
 }
 
+/// Logs a numbered record. A caller that outlives a failed allocation goes on with the next one.
+void LogNumbered(std::uint32_t number) {
+    RunRecord& record = Record();
+    try {
+        framework::Logger::Instance().Log(4, L"T", nullptr, L"file", __LINE__, L"function", L"%s%u",
+                                          NumberedText, number);
+    } catch (const std::bad_alloc&) {
+        record.thrownRecords |= std::uint64_t{1} << number;
+    }
+    ++record.acceptedRecords;
+}
+
+/// With `--memory` the window opens behind the start of the logger, whose failed allocations end
+/// the product.
 int RunLogger(const framework::LoggerConfig& config, std::uint32_t records) {
-    OpenWindow();
+    if (!CountsAllocations()) {
+        OpenWindow();
+    }
     framework::Logger& logger = framework::Logger::Instance();
     logger.Configure(config);
     logger.WriteHeader();
-    RunRecord& record = Record();
-    for (std::uint32_t index = 0; index < records; ++index) {
-        const std::wstring text = NumberedText + std::to_wstring(record.acceptedRecords + 1);
-        logger.Log(4, L"T", nullptr, L"file", __LINE__, L"function", L"%s", text.c_str());
-        ++record.acceptedRecords;
+    OpenWindow();
+    for (std::uint32_t number = 1; number <= records; ++number) {
+        LogNumbered(number);
     }
     logger.Flush();
     // The run of retention at the end is left out while one is in progress.
     AwaitProductThreads();
+    Record().openHandles = OpenHandles();
     return 0;
 }
 
@@ -128,6 +153,11 @@ int Usage(const std::wstring& folder) {
     return RunProduct(folder, {L"run"});
 }
 
+int Unpack(const std::wstring& folder) {
+    OpenWindow();
+    return RunProduct(folder, {L"-zevrunzip"});
+}
+
 int Rotation(const std::wstring& folder) {
     constexpr std::uint32_t Records = 30;
     framework::LoggerConfig config = SmallFiles(folder);
@@ -158,8 +188,9 @@ int RunScenario(const std::wstring& name, const std::wstring& folder) {
         int (*run)(const std::wstring& folder);
     };
     constexpr Scenario Scenarios[] = {
-        {L"start", Start}, {L"stop", Stop},   {L"console", Console},   {L"crash", Crash},
-        {L"dump", Dump},   {L"usage", Usage}, {L"rotation", Rotation}, {L"retention", Retention}};
+        {L"start", Start},   {L"stop", Stop},         {L"console", Console},
+        {L"crash", Crash},   {L"dump", Dump},         {L"usage", Usage},
+        {L"unpack", Unpack}, {L"rotation", Rotation}, {L"retention", Retention}};
     SetProgramFolder(folder);
     for (const Scenario& scenario : Scenarios) {
         if (name == scenario.name) {

@@ -15,6 +15,7 @@ namespace faults {
 ///     crash      a console run whose controller writes to a null pointer; from there on
 ///     dump       a dumper, asked for a dump of its own process
 ///     usage      a run with a wrong option, which prints how to do it right
+///     unpack     a run that unpacks an archive
 ///     rotation   a logger whose file is switched and compressed twice, to the end of the process
 ///     retention  a logger that finds expired files and too many of them, to the end of the process
 int RunScenario(const std::wstring& name, const std::wstring& folder);

@@ -1,9 +1,12 @@
 // The product, with one call failing.
 //
-//   fault_subject --scenario NAME --folder FOLDER [--fail SITE.K] [--lasting] [--record MAPPING]
+//   fault_subject --scenario NAME --folder FOLDER [--memory] [--fail SITE.K] [--lasting]
+//                 [--record MAPPING]
 //
+//   --memory           allocations are counted and fail, not platform calls
 //   --fail SITE.K      the K-th call that is made from this place of the program fails
-//   --lasting          and so do all later calls of the same function for the same use
+//   --lasting          and so do all later calls of the same function for the same use, or all
+//                      later allocations
 //   --record MAPPING   name of the memory that takes the run's record; without it the calls are
 //                      printed
 
@@ -39,6 +42,8 @@ Arguments ParseArguments(int argc, wchar_t** argv) {
         const std::wstring name = argv[index];
         if (name == L"--lasting") {
             arguments.plan.lasting = true;
+        } else if (name == L"--memory") {
+            arguments.plan.kind = faults::FaultKind::Allocation;
         } else if (index + 1 < argc && name == L"--scenario") {
             arguments.scenario = argv[++index];
         } else if (index + 1 < argc && name == L"--folder") {

@@ -21,7 +21,8 @@ bool LongTests() {
 
 std::string Replay(const std::string& scenario, const FaultPlan& plan) {
     return "cmake/wine.sh build/mingw/bin/fault_subject.exe --scenario " + scenario + " --fail " +
-           TextOf(plan.failingCall) + (plan.lasting ? " --lasting" : "") + " --folder EMPTY-FOLDER";
+           TextOf(plan.failingCall) + (plan.lasting ? " --lasting" : "") +
+           (plan.kind == FaultKind::Allocation ? " --memory" : "") + " --folder EMPTY-FOLDER";
 }
 
 /// The first call that was made to fail, or null.
@@ -33,8 +34,10 @@ const CallRecord* FailedCall(const RunFacts& facts) {
 
 class Sweep : public testing::TestWithParam<const char*> {
   protected:
+    explicit Sweep(FaultKind kind = FaultKind::Call) : kind_(kind) {}
+
     void SetUp() override {
-        whole_ = RunFaulted(Scenario(), {});
+        whole_ = RunFaulted(Scenario(), {{}, false, kind_});
         ASSERT_EQ(OutcomesOf(Scenario(), whole_), std::set<std::string>{});
         ASSERT_GT(whole_.calls.size(), 0U);
         ASSERT_LT(whole_.calls.size(), MaxCalls);
@@ -49,8 +52,10 @@ class Sweep : public testing::TestWithParam<const char*> {
     void PrintTally();
 
   private:
+    [[nodiscard]] std::set<std::string> OutcomesOfRun(const RunFacts& facts) const;
     void Judge(const FaultPlan& plan, const std::string& call, const std::string& outcome);
 
+    FaultKind kind_;
     RunFacts whole_;
     std::uint32_t runs_ = 0;
     std::map<std::string, std::uint32_t> tally_;
@@ -58,10 +63,15 @@ class Sweep : public testing::TestWithParam<const char*> {
     std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
 };
 
+std::set<std::string> Sweep::OutcomesOfRun(const RunFacts& facts) const {
+    return kind_ == FaultKind::Call ? OutcomesOf(Scenario(), facts)
+                                    : MemoryOutcomesOf(Scenario(), facts, whole_);
+}
+
 void Sweep::RunWith(const CallRecord& call, bool lasting) {
     // Where threads race a call can be left out: retention that still runs isn't run again.
     constexpr int Tries = 3;
-    const FaultPlan plan = {call.id, lasting};
+    const FaultPlan plan = {call.id, lasting, kind_};
     RunFacts facts;
     for (int tries = 0; tries < Tries && FailedCall(facts) == nullptr; ++tries) {
         ++runs_;
@@ -69,7 +79,7 @@ void Sweep::RunWith(const CallRecord& call, bool lasting) {
     }
     const CallRecord* const failed = FailedCall(facts);
     EXPECT_NE(failed, nullptr) << call.name << " isn't made: " << Replay(Scenario(), plan);
-    const std::set<std::string> outcomes = OutcomesOf(Scenario(), facts);
+    const std::set<std::string> outcomes = OutcomesOfRun(facts);
     if (outcomes.empty()) {
         ++tally_["good"];
     }
@@ -82,7 +92,7 @@ void Sweep::RunWith(const CallRecord& call, bool lasting) {
 
 void Sweep::Judge(const FaultPlan& plan, const std::string& call, const std::string& outcome) {
     ++tally_[outcome];
-    const AllowedOutcome* const allowed = FindAllowed(Scenario(), plan.lasting, call, outcome);
+    const AllowedOutcome* const allowed = FindAllowed(Scenario(), plan, call, outcome);
     if (allowed == nullptr) {
         ADD_FAILURE() << Scenario() << ", " << call << ": " << outcome << "\n  "
                       << Replay(Scenario(), plan);
@@ -91,7 +101,7 @@ void Sweep::Judge(const FaultPlan& plan, const std::string& call, const std::str
 }
 
 void Sweep::ExpectAllAllowedSeen(bool lasting) {
-    for (const AllowedOutcome* const entry : AllowedIn(Scenario(), lasting)) {
+    for (const AllowedOutcome* const entry : AllowedIn(Scenario(), {{}, lasting, kind_})) {
         if (entry->when == (lasting ? When::Lasting : When::Once)) {
             EXPECT_TRUE(seen_.contains(entry))
                 << Scenario() << ", " << entry->call << ": " << entry->outcome
@@ -102,7 +112,8 @@ void Sweep::ExpectAllAllowedSeen(bool lasting) {
 
 void Sweep::PrintTally() {
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin_;
-    std::cout << Scenario() << ": " << Calls().size() << " calls, " << runs_ << " runs, "
+    std::cout << Scenario() << ": " << Calls().size()
+              << (kind_ == FaultKind::Call ? " calls, " : " allocations, ") << runs_ << " runs, "
               << time.count() << " s\n";
     for (const auto& [outcome, count] : tally_) {
         std::cout << "    " << count << ' ' << outcome << '\n';
@@ -140,6 +151,36 @@ TEST_P(Sweep, EachKindOfCallFailingFromThenOn_EndsAsAllowed) {
     ExpectAllAllowedSeen(true);
     PrintTally();
 }
+
+class MemorySweep : public Sweep {
+  protected:
+    MemorySweep() : Sweep(FaultKind::Allocation) {}
+};
+
+TEST_P(MemorySweep, EachAllocationRefusedOnce_EndsAsAllowed) {
+    for (const CallRecord& allocation : Calls()) {
+        if (IsLookedAt(allocation, Calls())) {
+            RunWith(allocation, false);
+        }
+    }
+    ExpectAllAllowedSeen(false);
+    PrintTally();
+}
+
+// Without an allocation left, a run mostly ends at the next: in the short mode the first of each
+// place is enough.
+TEST_P(MemorySweep, AllAllocationsRefusedFromThenOn_EndsAsAllowed) {
+    for (const CallRecord& allocation : Calls()) {
+        if (allocation.id.occurrence == 1 || LongTests()) {
+            RunWith(allocation, true);
+        }
+    }
+    ExpectAllAllowedSeen(true);
+    PrintTally();
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenarios, MemorySweep, testing::Values("crash", "rotation", "retention"),
+                         [](const auto& scenario) { return std::string(scenario.param); });
 
 INSTANTIATE_TEST_SUITE_P(Scenarios, Sweep,
                          testing::Values("start", "stop", "console", "crash", "dump", "usage",

@@ -5,6 +5,9 @@
 ///     test::ScopedHook<test::CreateThreadHook> hook(
 ///         [](auto...) -> HANDLE { ::SetLastError(8); return nullptr; });
 ///
+/// A call that doesn't report its failure by the last error leaves a spoiled one behind, and a
+/// spoiled `errno`, with or without a replacement.
+///
 /// A replacement reaches the real function as `test::CreateThreadHook::Real(...)`. Set hooks before
 /// the threads that meet them start; a replacement may be entered by several threads at once.
 #ifndef TESTS_SUPPORT_PLATFORM_HOOKS_H
@@ -12,9 +15,11 @@
 
 #include <atomic>
 #include <functional>
+#include <type_traits>
 #include <utility>
 
 #include "framework/system/platform.h"
+#include "tests/support/spoiled_error.h"
 
 // Need windows.h before them.
 #include <dbghelp.h>
@@ -32,7 +37,18 @@ class PlatformHook<Call, Result(Args...)> {
     using Function = std::function<Result(Args...)>;
 
     /// What `__imp_NAME` points to.
-    static Result Enter(Args... args) { return replacement ? replacement(args...) : Real(args...); }
+    static Result Enter(Args... args) {
+        if constexpr (std::is_void_v<Result>) {
+            Run(args...);
+            SpoilErrors();
+        } else {
+            const Result result = Run(args...);
+            if (!IsToldByLastError(Call::Name, result)) {
+                SpoilErrors();
+            }
+            return result;
+        }
+    }
 
     static Result Real(Args... args) {
         // Not a static of this function: the lock behind one can need a hooked call itself.
@@ -48,6 +64,8 @@ class PlatformHook<Call, Result(Args...)> {
     inline static Function replacement;
 
   private:
+    static Result Run(Args... args) { return replacement ? replacement(args...) : Real(args...); }
+
     using Pointer = Result (*)(Args...);
     inline static constinit std::atomic<Pointer> real{nullptr};
 };

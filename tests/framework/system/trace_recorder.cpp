@@ -4,6 +4,7 @@
 
 #include "framework/system/trace.h"
 #include "framework/system/wide_format.h"
+#include "tests/support/spoiled_error.h"
 
 namespace test {
 namespace {
@@ -31,6 +32,7 @@ void TraceRecorder::Record(std::uint32_t level, const wchar_t* format, std::va_l
     const std::lock_guard guard(current->lock_);
     current->lines_.push_back(std::to_wstring(level) + L' ' +
                               framework::PrintToString(format, args));
+    SpoilErrors();
 }
 
 }  // namespace test
