@@ -1,6 +1,7 @@
 #include "tools/quillon-log/runs.h"
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 #include "tools/quillon-log/output.h"
@@ -58,8 +59,8 @@ std::vector<RunId> ListRuns(const std::vector<Folder>& folders) {
             }
         }
     }
-    std::stable_sort(runs.begin(), runs.end(), [](const RunId& left, const RunId& right) {
-        return left.run.start < right.run.start;
+    std::sort(runs.begin(), runs.end(), [](const RunId& left, const RunId& right) {
+        return std::tie(left.run.start, left) < std::tie(right.run.start, right);
     });
     return runs;
 }

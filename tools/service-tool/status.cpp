@@ -1,10 +1,12 @@
 #include "tools/service-tool/status.h"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cwchar>
 #include <optional>
+#include <ratio>
 #include <string>
 
 #include "framework/system/unique_handle.h"
@@ -15,7 +17,8 @@
 namespace service_tool {
 namespace {
 
-using quillon_log::LogFolder;
+using quillon_log::Folder;
+using quillon_log::LogFile;
 using quillon_log::TimePoint;
 
 constexpr std::uint64_t TicksOfSecond = 10000000;  // of a FILETIME
@@ -63,34 +66,12 @@ std::wstring TimeText(const FILETIME& time) {
     return TimeText(parts) + L" (" + AgeText(Ticks(time)) + L")";
 }
 
-/// As in the names of log files: YYYYMMDDhhmmssmmm.
-TimePoint ToTimePoint(const FILETIME& time) {
-    SYSTEMTIME parts = {};
-    ::FileTimeToSystemTime(&time, &parts);
-    TimePoint point = parts.wYear;
-    for (const WORD part : {parts.wMonth, parts.wDay, parts.wHour, parts.wMinute, parts.wSecond}) {
-        point = point * 100 + part;
-    }
-    return point * 1000 + parts.wMilliseconds;
-}
-
 FILETIME ToFileTime(TimePoint point) {
-    const auto take = [&point](TimePoint unit) {
-        const auto part = static_cast<WORD>(point % unit);
-        point /= unit;
-        return part;
-    };
-    SYSTEMTIME parts = {};
-    parts.wMilliseconds = take(1000);
-    parts.wSecond = take(100);
-    parts.wMinute = take(100);
-    parts.wHour = take(100);
-    parts.wDay = take(100);
-    parts.wMonth = take(100);
-    parts.wYear = static_cast<WORD>(point);
-    FILETIME time = {};
-    ::SystemTimeToFileTime(&parts, &time);
-    return time;
+    using Ticks100ns = std::chrono::duration<std::uint64_t, std::ratio<1, TicksOfSecond>>;
+    constexpr TimePoint Epoch = std::chrono::sys_days{std::chrono::January / 1 / 1601};
+    ULARGE_INTEGER ticks;
+    ticks.QuadPart = std::chrono::duration_cast<Ticks100ns>(point - Epoch).count();
+    return {ticks.LowPart, ticks.HighPart};
 }
 
 std::wstring SizeText(std::uint64_t bytes) {
@@ -126,10 +107,10 @@ std::optional<WIN32_FILE_ATTRIBUTE_DATA> FileData(const std::wstring& path) {
 }
 
 /// The last log that belongs to a run before `limit`; every run of the executable has one.
-const LogFolder::value_type* LastLogBefore(const LogFolder& logs, TimePoint limit) {
-    const LogFolder::value_type* last = nullptr;
-    for (const auto& log : logs) {
-        if (log.first.start < limit) {
+const LogFile* LastLogBefore(const Folder& logs, TimePoint limit) {
+    const LogFile* last = nullptr;
+    for (const LogFile& log : logs.Files()) {
+        if (log.run.start < limit) {
             last = &log;
         }
     }
@@ -149,22 +130,26 @@ std::wstring ExitText(const SERVICE_STATUS_PROCESS& status) {
 }
 
 void PrintRuns(const Place& place, const std::optional<SERVICE_STATUS_PROCESS>& status) {
-    const LogFolder logs = quillon_log::ListLogs(place.logs).value_or(LogFolder());
+    Folder logs(place.logs);
+    // A folder that can't be read has no logs to show.
+    static_cast<void>(logs.Refresh());
     const bool runs = status && status->dwProcessId != 0;
     const std::optional<FILETIME> start = runs ? ProcessStart(status->dwProcessId) : std::nullopt;
-    const TimePoint limit = start ? ToTimePoint(*start) : ~TimePoint{0};
-    const auto* last = LastLogBefore(logs, limit);
+    const TimePoint limit =
+        start ? quillon_log::FromFileTime(start->dwLowDateTime, start->dwHighDateTime)
+              : TimePoint::max();
+    const LogFile* const last = LastLogBefore(logs, limit);
     if (start) {
         PrintFact(L"last start", TimeText(*start));
     } else if (last != nullptr) {
-        PrintFact(L"last start", TimeText(ToFileTime(last->first.start)) + L", by the newest log");
+        PrintFact(L"last start", TimeText(ToFileTime(last->run.start)) + L", by the newest log");
     } else {
         PrintFact(L"last start", L"none known");
     }
     std::wstring end = L"none known";
     if (last != nullptr && (start || !runs)) {
-        const auto& location = last->second;
-        const auto data = FileData(location.plain.empty() ? location.compressed : location.plain);
+        const auto data = FileData(last->plain ? logs.PlainPath(last->run, last->number)
+                                               : logs.CompressedPath(last->run, last->number));
         end = data ? TimeText(data->ftLastWriteTime) + L", by the newest log" : end;
     }
     PrintFact(L"last end", status && !runs ? end + L"; " + ExitText(*status) : end);
