@@ -157,13 +157,9 @@ constexpr std::pair<std::wstring_view, Parser> Parsers[] = {
     {L"remove-callback", [](ScriptWords&) -> Action { return {RemoveCallback{}}; }},
     {L"crash", ParseCrash},
     {L"thread",
-     [](ScriptWords& words) -> Action {
-         return {StartThreads{1, true, ParseBody(words)}};
-     }},
+     [](ScriptWords& words) -> Action { return {StartThreads{1, true, ParseBody(words)}}; }},
     {L"detached-thread",
-     [](ScriptWords& words) -> Action {
-         return {StartThreads{1, false, ParseBody(words)}};
-     }},
+     [](ScriptWords& words) -> Action { return {StartThreads{1, false, ParseBody(words)}}; }},
     {L"threads", ParseThreads},
     {L"after", ParseAfter},
     {L"when-event", ParseWhenEvent},

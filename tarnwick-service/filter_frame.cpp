@@ -15,8 +15,8 @@ void CallOnFilterFrame(void (*call)(const void* argument), const void* argument)
 #else
 
 // In ntdll; the platform's headers don't declare it.
-extern "C" __declspec(dllimport) LONG NTAPI
-    NtRaiseException(EXCEPTION_RECORD* record, CONTEXT* context, BOOLEAN firstChance);
+extern "C" __declspec(dllimport) LONG NTAPI NtRaiseException(EXCEPTION_RECORD* record,
+                                                             CONTEXT* context, BOOLEAN firstChance);
 
 namespace tarnwick {
 namespace {

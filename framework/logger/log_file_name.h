@@ -19,8 +19,8 @@ namespace framework {
 /// also in the directory or the prefix.
 [[nodiscard]] std::wstring MakeFileName(const std::wstring& nameTemplate, std::uint32_t number);
 
-/// Patterns of all log files, whoever wrote them. Defined in the source file: the compiler would take
-/// a short text apart, and the executable holds each in one piece.
+/// Patterns of all log files, whoever wrote them. Defined in the source file: the compiler would
+/// take a short text apart, and the executable holds each in one piece.
 extern const wchar_t PlainLogPattern[];
 extern const wchar_t CompressedLogPattern[];
 

@@ -166,7 +166,9 @@ TEST(LoaderOnAThreadWithCom, ComStaysWithItsOwner) {
     test::LogCapture log;
     test::FakeController controller;
     ASSERT_EQ(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
-    { const OrrinLoader loader; }
+    {
+        const OrrinLoader loader;
+    }
     EXPECT_EQ(log.Lines().front(), ErrorLine(L"CoInitializeEx failed with hResult 1"));
     EXPECT_EQ(controller.Events(), (Events{"create", "free"}));
     ::CoUninitialize();

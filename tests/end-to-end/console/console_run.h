@@ -34,7 +34,8 @@ class ConsoleRun {
     std::unique_ptr<Child> process_;
 };
 
-/// The texts that most console runs share. Constants, so that lists at namespace scope may hold them.
+/// The texts that most console runs share. Constants, so that lists at namespace scope may hold
+/// them.
 inline constexpr wchar_t ComReady[] = L"[T][quillon] CoInitializeEx successed";
 inline constexpr wchar_t Working[] = L"[T][quillon] Keldane is working... Press Ctrl+c to stop ";
 inline constexpr wchar_t StartBegun[] = L"[T][quillon] VelmoraTarnwickService in OnStart started";

@@ -430,8 +430,8 @@ TEST(LoggerConsole, TextOutsideTheCodePage_IsWrittenWholeAsUtf8) {
         longMessage += "漢";
     }
     const std::string output = child.Output();
-    const std::string expected =
-        head + "C:\\收件箱\\😀 — ж, then more\r\nsecond line\r\n" + head + longMessage + "\r\n" + "";
+    const std::string expected = head + "C:\\收件箱\\😀 — ж, then more\r\nsecond line\r\n" + head +
+                                 longMessage + "\r\n" + "";
     // Behind them stands the closing record, whose time is that of the process's end.
     EXPECT_EQ(output.substr(0, expected.size()), expected);
     EXPECT_EQ(output.substr(std::min(output.size(), expected.size() + 21)), "[T][Почта] End\r\n");

@@ -29,7 +29,9 @@ TEST(SystemTrace, Line_ReachesTheSinkWithItsLevelAndArguments) {
 }
 
 TEST(SystemTrace, WithoutSink_IsDropped) {
-    { const test::TraceRecorder trace; }
+    {
+        const test::TraceRecorder trace;
+    }
     SystemTrace(1, L"nobody hears %s", L"this");
     const test::TraceRecorder trace;
     EXPECT_TRUE(trace.Lines().empty());

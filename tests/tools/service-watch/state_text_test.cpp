@@ -44,7 +44,7 @@ TEST(SameReport, EachFieldOfTheReport_Counts) {
     SERVICE_STATUS_PROCESS other = one;
     other.dwProcessId = 5;  // not part of what a service reports
     EXPECT_TRUE(SameReport(one, other));
-    for (DWORD SERVICE_STATUS_PROCESS::*field :
+    for (DWORD SERVICE_STATUS_PROCESS::* field :
          {&SERVICE_STATUS_PROCESS::dwCurrentState, &SERVICE_STATUS_PROCESS::dwControlsAccepted,
           &SERVICE_STATUS_PROCESS::dwWin32ExitCode,
           &SERVICE_STATUS_PROCESS::dwServiceSpecificExitCode, &SERVICE_STATUS_PROCESS::dwCheckPoint,
