@@ -26,9 +26,9 @@ bool Show(const std::filesystem::path& file) {
     int read = 0;
     do {
         read = ::gzread(stream, text.data(), BufferSize);
-        const int size = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), std::max(read, 0) / 2,
-                                               bytes.data(), static_cast<int>(bytes.size()),
-                                               nullptr, nullptr);
+        const int size =
+            ::WideCharToMultiByte(CP_UTF8, 0, text.data(), std::max(read, 0) / 2, bytes.data(),
+                                  static_cast<int>(bytes.size()), nullptr, nullptr);
         DWORD written = 0;
         ::WriteFile(::GetStdHandle(STD_OUTPUT_HANDLE), bytes.data(), static_cast<DWORD>(size),
                     &written, nullptr);
