@@ -396,7 +396,7 @@ class Show {
     bool isAnyShown_ = false;
     std::uint64_t ignoredMatches_ = 0;  ///< so many matches are older than the last COUNT
     bool isOver_ = false;               ///< the time of --until has come
-    bool isAnyNew_ = false;             ///< since the cursor was saved
+    bool isAnyNew_ = true;              ///< since the cursor was saved, or it never was
     std::size_t savedAt_ = 0;
 };
 

@@ -33,8 +33,15 @@ bool WriteTo(HANDLE output, std::wstring_view text) {
     DWORD written = 0;
     DWORD mode = 0;
     if (::GetConsoleMode(output, &mode) != FALSE) {
-        return ::WriteConsoleW(output, text.data(), static_cast<DWORD>(text.size()), &written,
-                               nullptr) != FALSE;
+        constexpr std::size_t MostCharacters = 8 * 1024;  // consoles refuse more than some 30000
+        bool isWritten = true;
+        while (isWritten && !text.empty()) {
+            const std::wstring_view part = text.substr(0, MostCharacters);
+            isWritten = ::WriteConsoleW(output, part.data(), static_cast<DWORD>(part.size()),
+                                        &written, nullptr) != FALSE;
+            text.remove_prefix(part.size());
+        }
+        return isWritten;
     }
     return WriteBytes(output, framework::ToUtf8(text));
 }
