@@ -38,7 +38,7 @@ ENDED = re.compile(r"\[ +(OK|FAILED|SKIPPED) +\] (\S+?)(?:, where .*)?(?: \((\d+
 VERDICTS = {"OK": "Passed", "FAILED": "Failed", "SKIPPED": "Skipped"}
 # Properties of ctest's that would change a verdict.
 UNSUPPORTED = {"WILL_FAIL", "PASS_REGULAR_EXPRESSION", "FAIL_REGULAR_EXPRESSION", "REQUIRED_FILES",
-               "DEPENDS", "FIXTURES_CLEANUP"}
+               "FIXTURES_CLEANUP"}
 QUIET = {"stdin": subprocess.DEVNULL, "stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
 
 
