@@ -95,7 +95,7 @@ engine_packages=(python3 curl)
     engine_packages+=(clickhouse-server)
 package_packages=(zip unzip wixl msitools faketime procps python3 osslsigncode openssl)
 dump_packages=(lldb-19 unzip wine64)
-lint_packages=(clang-14 clang-format-14 clang-tidy-14 shellcheck git libspdlog-dev libfmt-dev)
+lint_packages=("clang-format-$llvm_version" "clang-tidy-$llvm_version" shellcheck git libspdlog-dev libfmt-dev)
 
 missing_packages() {
     local package

@@ -34,17 +34,17 @@ bool WriteBytes(HANDLE file, const void* data, std::uint32_t byteCount) noexcept
     OVERLAPPED endOfFile = {};
     endOfFile.Offset = 0xFFFFFFFF;
     endOfFile.OffsetHigh = 0xFFFFFFFF;
+    constexpr const wchar_t* WriteFailed = L"Write operation failed, error: ";
     DWORD written = 0;
     wchar_t text[128];
     if (::WriteFile(file, data, byteCount, &written, &endOfFile) == FALSE) {
-        PrintStrict(text, std::size(text), L"Write operation failed, error: %lu", ::GetLastError());
+        PrintStrict(text, std::size(text), L"%s%lu", WriteFailed, ::GetLastError());
         ::OutputDebugStringW(text);
         return false;
     }
     if (written != byteCount) {
-        PrintStrict(text, std::size(text),
-                    L"Write operation failed, error: %lu(written bytes) != %lu(bytes to write)",
-                    written, byteCount);
+        PrintStrict(text, std::size(text), L"%s%lu%s%lu%s", WriteFailed, written,
+                    L"(written bytes) != ", byteCount, L"(bytes to write)");
         ::OutputDebugStringW(text);
         return false;
     }

@@ -101,13 +101,20 @@ class Arena {
   private:
     class Lock {
       public:
-        explicit Lock(SRWLOCK& lock) : lock_(lock) { ::AcquireSRWLockExclusive(&lock_); }
-        ~Lock() { ::ReleaseSRWLockExclusive(&lock_); }
+        explicit Lock(SRWLOCK& lock) : lock_(lock), lastError_(::GetLastError()) {
+            ::AcquireSRWLockExclusive(&lock_);
+        }
+        // Like the heap that this one stands in for, it leaves the last error alone.
+        ~Lock() {
+            ::ReleaseSRWLockExclusive(&lock_);
+            ::SetLastError(lastError_);
+        }
         Lock(const Lock&) = delete;
         Lock& operator=(const Lock&) = delete;
 
       private:
         SRWLOCK& lock_;
+        DWORD lastError_;
     };
 
     bool Begin() {

@@ -24,9 +24,10 @@ void PrintTo(const ShippedImage& image, std::ostream* stream) {
 
 const ShippedImage ShippedImages[] = {
     {L"tarnwick-service.exe",
-     {"advapi32.dll", "dbghelp.dll", "kernel32.dll", "ole32.dll", "orrin-ctrl.dll", "shlwapi.dll"}},
+     {"advapi32.dll", "dbghelp.dll", "kernel32.dll", "ntdll.dll", "ole32.dll", "orrin-ctrl.dll",
+      "shlwapi.dll"}},
     {L"quillon-log.exe", {"advapi32.dll", "kernel32.dll", "shlwapi.dll"}},
-    {L"controller-check.exe", {"advapi32.dll", "kernel32.dll", "ole32.dll"}},
+    {L"controller-check.exe", {"advapi32.dll", "kernel32.dll", "ntdll.dll", "ole32.dll"}},
     {L"service-tool.exe",
      {"advapi32.dll", "kernel32.dll", "shlwapi.dll", "userenv.dll", "version.dll"}},
     {L"tarnwick-messages.dll", {}},
