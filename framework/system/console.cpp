@@ -57,10 +57,13 @@ void WriteToConsole(std::wstring_view text) {
 }
 
 void ConsolePrintChecked(const wchar_t* format, ...) {
+    // As in WriteToConsole; formatting comes before it.
+    const DWORD lastError = ::GetLastError();
     std::va_list args;
     va_start(args, format);
     const std::wstring text = PrintToString(format, args);
     va_end(args);
+    ::SetLastError(lastError);
     WriteToConsole(text);
 }
 
