@@ -1,8 +1,9 @@
 #!/bin/bash
 # Checks all sources, scripts and build files of the checkout and says how to fix each finding.
 #
-#   scripts/lint.sh
+#   scripts/lint.sh [--tidy]
 #
+# With --tidy clang-tidy looks at all sources but the tests too, which takes some twenty minutes at first.
 # What passed is remembered in build/lint and checked again only when it, a header that it includes,
 # or a rule has changed. Packages that are missing are installed by apt (as root, or
 # through sudo).
@@ -13,8 +14,10 @@
 # shellcheck source=scripts/lint_visual_cpp.sh
 . "$root/scripts/lint_visual_cpp.sh"
 
+tidy=
 case ${1:-} in
     '') ;;
+    --tidy) tidy=yes ;;
     -h | --help) show_help && exit ;;
     *) die "unknown argument: $1 (see --help)" ;;
 esac
@@ -125,6 +128,7 @@ check_source() {
     compiler_flags "$1"
     key=$({
         "clang-tidy-$llvm_version" --version
+        echo "$tidy"
         declare -f compiler_flags
         # The rule file, and the source with all headers that it includes, less the system's.
         "clang-$llvm_version" "${flags[@]}" -MM "$1" | tr -s '\134[:blank:]' '[\n*]' | grep -v ':$' |
@@ -136,13 +140,13 @@ check_source() {
     # clang-tidy follows each matcher of a test into the test library: minutes for one file.
     case $1 in
         *.c | tests/*) ;;
-        *) check_tidy "$1" || return ;;
+        *) [ -z "$tidy" ] || check_tidy "$1" || return ;;
     esac
     touch "$stamp"
 }
 
 check_sources() {
-    export llvm_version
+    export llvm_version tidy
     export -f check_source check_tidy compiler_flags
     # shellcheck disable=SC2016 # expanded by the inner shell
     sources '*.cpp' '*.c' | tr '\n' '\0' |

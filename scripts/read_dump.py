@@ -117,11 +117,17 @@ def frame_text(frame):
 
 def show_thread(thread, crashed):
     print(f"Thread {thread.GetThreadID()}{', crashed' if crashed else ''}")
-    for frame in thread:
+    frames = list(thread)
+    for frame, caller in zip(frames, frames[1:] + [None]):
         print(f"  {frame.idx:2} {frame_text(frame)}")
-    last = thread.GetFrameAtIndex(thread.GetNumFrames() - 1)
-    if last.module.IsValid() and not is_there(last.module):
-        print(f"     Goes on, but can't be followed without {last.module.file.basename}.")
+        if not frame.module.IsValid() or is_there(frame.module):
+            continue
+        name = frame.module.file.basename
+        if caller is None:
+            print(f"     Goes on, but can't be followed without {name}.")
+        elif caller.module != frame.module:
+            # The debugger went on by the frame pointer, past callers that use none.
+            print(f"     Callers that can't be followed without {name} may be missing here.")
     print()
 
 
