@@ -105,6 +105,8 @@ compiler_flags() {
         *) flags+=(-std=c++20 -fsized-deallocation -Wnon-virtual-dtor -Woverloaded-virtual
             -Wextra-semi -Wold-style-cast) ;;
     esac
+    flags+=(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-align
+        -Wnull-dereference -Wundef)
     case $1 in
         # __try, as in its CMakeLists.txt.
         */filter_frame.cpp) flags+=(-fms-extensions -Wno-language-extension-token) ;;
@@ -112,8 +114,6 @@ compiler_flags() {
         bench/log/peers.cpp) flags+=(-isystem build/lint/peers -DSPDLOG_HEADER_ONLY
             -DFMT_HEADER_ONLY -DSPDLOG_FMT_EXTERNAL) ;;
     esac
-    flags+=(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-align
-        -Wnull-dereference -Wundef)
 }
 
 check_tidy() {
