@@ -10,7 +10,7 @@ const TimePoint Now = ParseStamp(L"20261120-183005-123").value();
 Options Parse(const std::vector<std::wstring>& arguments) {
     const auto parsed = ParseOptions(arguments, Now);
     if (const auto* error = std::get_if<OptionError>(&parsed)) {
-        ADD_FAILURE() << std::string(error->text.begin(), error->text.end());
+        ADD_FAILURE() << testing::PrintToString(error->text);
         return {};
     }
     return std::get<Options>(parsed);

@@ -8,7 +8,7 @@ namespace {
 bool Matches(const std::wstring& expression, const std::wstring& text) {
     const auto pattern = Pattern::Parse(expression);
     if (!std::holds_alternative<Pattern>(pattern)) {
-        ADD_FAILURE() << std::string(expression.begin(), expression.end());
+        ADD_FAILURE() << testing::PrintToString(expression);
         return false;
     }
     return std::get<Pattern>(pattern).IsIn(text);
