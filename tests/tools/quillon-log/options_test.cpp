@@ -82,7 +82,7 @@ TEST(ParseOptions, WrongLines_AreRefused) {
                                   {L"--cursor-file", L"x", L"one", L"two"},
                                   {L"--cursor-file", L"x", L"--until", L"now"},
                                   {L"--cursor-file", L"x", L"--after-cursor", L"y"}}) {
-        EXPECT_TRUE(Fails(arguments)) << std::string(arguments[0].begin(), arguments[0].end());
+        EXPECT_TRUE(Fails(arguments)) << testing::PrintToString(arguments[0]);
     }
 }
 
