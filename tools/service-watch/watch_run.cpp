@@ -119,7 +119,7 @@ class WatchedRun {
             case Woken::Second:
                 return terminal_.Heading("The service stopped by itself");
             case Woken::ByLimit:
-                return terminal_.Heading("Time is over: stopping the service");
+                return terminal_.Heading("Time is up; stopping the service");
         }
     }
 
