@@ -94,7 +94,7 @@ engine_packages=(python3 curl)
 [ "$(. /etc/os-release && echo "${ID:-}${VERSION_ID:-}")" != debian12 ] ||
     engine_packages+=(clickhouse-server)
 package_packages=(zip unzip wixl msitools faketime procps python3 osslsigncode openssl)
-dump_packages=(lldb-19 unzip wine64)
+dump_packages=("lldb-$llvm_version" unzip wine64)
 lint_packages=("clang-format-$llvm_version" "clang-tidy-$llvm_version" shellcheck git libspdlog-dev libfmt-dev)
 
 missing_packages() {

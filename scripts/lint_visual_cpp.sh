@@ -38,7 +38,7 @@ prepare_visual_cpp() {
     if [ ! -e "$visual_cpp_headers.pch" ] ||
         ! cmp -s "$visual_cpp_headers.new" "$visual_cpp_headers"; then
         mv "$visual_cpp_headers.new" "$visual_cpp_headers"
-        clang++-19 "${visual_cpp_flags[@]}" -w -x c++-header "$visual_cpp_headers" \
+        "clang++-$llvm_version" "${visual_cpp_flags[@]}" -w -x c++-header "$visual_cpp_headers" \
             -o "$visual_cpp_headers.pch"
     fi
 }
@@ -60,7 +60,7 @@ warnings_for_visual_cpp() {
 
 # The source and the headers of this tree that it includes.
 own_files_of() {
-    clang++-19 -MM -MG -nostdinc -nostdinc++ -D_MSC_VER=1940 -I. "$1" |
+    "clang++-$llvm_version" -MM -MG -nostdinc -nostdinc++ -D_MSC_VER=1940 -I. "$1" |
         tr -s '\134[:blank:]' '[\n*]' | while IFS= read -r path; do
         [ ! -f "$path" ] || echo "$path"
     done
@@ -69,14 +69,14 @@ own_files_of() {
 check_source_for_visual_cpp() {
     local key stamp found
     key=$({
-        clang++-19 --version
+        "clang++-$llvm_version" --version
         echo "$visual_cpp_flag_text"
         own_files_of "$1" | xargs -d '\n' sha256sum "$visual_cpp_headers"
     } 2>&1 | sha256sum)
     stamp=build/lint/${key%% *}
     [ ! -e "$stamp" ] || return 0
     # shellcheck disable=SC2086 # a list of words
-    found=$(clang++-19 $visual_cpp_flag_text -include-pch "$visual_cpp_headers.pch" \
+    found=$("clang++-$llvm_version" $visual_cpp_flag_text -include-pch "$visual_cpp_headers.pch" \
         -fsyntax-only "$1" 2>&1 | warnings_for_visual_cpp)
     if [ -n "$found" ]; then
         echo "$found"
@@ -94,7 +94,7 @@ check_visual_cpp() {
         echo "a constant cast to a smaller type (C4310), or an int cast to a pointer (C4312)"
         status=1
     fi
-    export visual_cpp_headers visual_cpp_flag_text="${visual_cpp_flags[*]}"
+    export llvm_version visual_cpp_headers visual_cpp_flag_text="${visual_cpp_flags[*]}"
     export -f check_source_for_visual_cpp own_files_of warnings_for_visual_cpp
     # shellcheck disable=SC2016 # expanded by the inner shell
     sources '*.cpp' "${not_for_visual_cpp[@]}" | tr '\n' '\0' |

@@ -47,7 +47,7 @@ export READ_DUMP_FILE=$dump READ_DUMP_MODULES=$work/modules READ_DUMP_SYMBOLS
 READ_DUMP_SYMBOLS=$(printf '%s\n' "${folders[@]}")
 # Wine's own libraries, without which no stack can be followed through them.
 export READ_DUMP_SYSTEM=/usr/lib/x86_64-linux-gnu/wine/x86_64-windows
-LLDB_USE_NATIVE_PDB_READER=1 lldb-19 --no-lldbinit --batch \
+LLDB_USE_NATIVE_PDB_READER=1 "lldb-$llvm_version" --no-lldbinit --batch \
     -o "command script import $root/scripts/read_dump.py" 2>"$work/errors" >"$work/output" || true
 sed '/^(lldb) /d' "$work/output"
 grep -qx 'End of the dump' "$work/output" || {

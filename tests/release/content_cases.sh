@@ -9,7 +9,8 @@ Case_Symbols_LieAsDebuggersLookForThem() {
     unpack "$(package .zip)"
     local name image pdb
     for name in "${programs[@]}"; do
-        llvm-readobj-19 --file-headers --coff-debug-directory "$scratch/unpacked/$name" >"$scratch/output"
+        "llvm-readobj-$llvm_version" --file-headers --coff-debug-directory \
+            "$scratch/unpacked/$name" >"$scratch/output"
         image=$(sed -n 's/^  TimeDateStamp: .*(0x\(.*\))/\1/p' "$scratch/output")
         image=$(printf '%08X%x' "0x$image" "$(sed -n 's/^ *SizeOfImage: //p' "$scratch/output")")
         pdb=$(sed -n 's/^ *PDBGUID: {\(.*\)}/\1/p' "$scratch/output" | tr -d -)
