@@ -3,11 +3,11 @@
 #
 #   scripts/bench.sh [--quick]
 #
-#   --quick   only checks that every measurement runs; its figures mean nothing
+#   --quick   only checks that every measurement runs; its figures are meaningless
 #
-# The table is written to out/bench/performance.md and out/bench/performance.json too. Everything,
-# Wine's server included, is bound to one processor where a row does not need two. Packages that are
-# missing are installed by apt (as root, or through sudo). docs/performance.md tells how to read it.
+# The table is also written to out/bench/performance.md and out/bench/performance.json. Everything,
+# Wine's server included, is bound to one processor unless a row needs two. docs/performance.md
+# explains the table. Missing packages are installed with apt (as root, or through sudo).
 
 # shellcheck source=scripts/lib.sh
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -20,7 +20,7 @@ case ${1:-} in
     *) die "unknown argument: $1 (see --help)" ;;
 esac
 
-# A build folder of its own, as the measuring programs are built on request only; the product in it
+# A separate build folder, because the measuring programs are built only on request. The product in it
 # is built as it ships.
 build_folder=$root/build/bench
 build_bench() {
@@ -42,7 +42,7 @@ mkdir -p "$root/out/bench"
 : >"$rows"
 
 claim_service
-# From here on one processor for this command and for all that it starts.
+# From here on, this command and all its programs use one processor.
 taskset -pc 0 $$ >/dev/null
 begin_wine
 

@@ -1,10 +1,9 @@
 #!/bin/bash
-# Builds the service host and puts it into out/bin, with what it needs to run and the tools that
-# ship beside it.
+# Builds the service host and puts it into out/bin, with the files it needs and its tools.
 #
 #   scripts/build.sh
 #
-# Packages that are missing are installed by apt (as root, or through sudo).
+# Missing packages are installed with apt (as root, or through sudo).
 
 # shellcheck source=scripts/lib.sh
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -26,9 +25,9 @@ for name in "${programs[@]}"; do
     case $name in
         tarnwick-service.exe) what="the service host" ;;
         quillon-log.exe) what="reads and follows its log files" ;;
-        controller-check.exe) what="tells what a controller library does wrong" ;;
-        orrin-ctrl.dll) what="development controller; stands in for the closed library" ;;
-        probe-plain.exe) what="sample program that waits, for the option -test" ;;
+        controller-check.exe) what="checks a controller library" ;;
+        orrin-ctrl.dll) what="development controller, in place of the closed library" ;;
+        probe-plain.exe) what="sample program for the option -test" ;;
     esac
     printf '  %-22s%6d KiB  %s\n' "$name" $(($(stat -c %s "out/bin/$name") / 1024)) "$what"
 done

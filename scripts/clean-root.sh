@@ -1,19 +1,19 @@
 #!/bin/bash
-# Runs a command of this checkout on a bare Debian, in a folder that holds nothing else.
+# Runs a command of this checkout in a minimal Debian system.
 #
 #   scripts/clean-root.sh [--release NAME] [--user] [COMMAND [ARGUMENT...]]
 #
-#   --release NAME   bookworm (Debian 12) or trixie (Debian 13); without it the one of the two that
-#                    this system is not
-#   --user           as an ordinary user who may use sudo; without it as root
+#   --release NAME   bookworm (Debian 12) or trixie (Debian 13). Default: the one that this system
+#                    is not
+#   --user           as an ordinary user with sudo. Default: as root
 #
 #   scripts/clean-root.sh                                  all tests on the other release
 #   scripts/clean-root.sh --release trixie .ci/run         what CI runs there
 #   scripts/clean-root.sh --user scripts/run.sh --for 4
 #
-# The last commit is cloned into the new system, with nothing of build/ and out/, and the command
-# installs what it needs. The system is in build/clean-root; it is made anew each time and stays for a
-# look. No process survives the command. Needs root or sudo, and the network.
+# The last commit is cloned into the new system, without build/ and out/. The command installs the
+# packages it needs. The system is in build/clean-root; it is created again each time, and kept for
+# inspection. No process survives the command. Needs root or sudo, and the network.
 
 # shellcheck source=scripts/lib.sh
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -39,7 +39,7 @@ done
 
 system=$root/build/clean-root/$release
 
-# The one that this system's own packages come from.
+# The mirror of this system's packages.
 # shellcheck disable=SC2016,SC2317 # the fields are apt's; called by make_system
 mirror() {
     apt-get indextargets --format '$(REPO_URI) $(RELEASE)' 'Created-By: Packages' |
@@ -61,11 +61,11 @@ make_system() {
     fi
 }
 
-heading "Preparing a bare Debian ($release)"
+heading "Preparing a minimal Debian ($release)"
 need_packages mmdebstrap git
 quietly system make_system
 
-# Mounts and processes of its own: both end with the command.
+# In separate mount and process namespaces, which end with the command.
 # shellcheck disable=SC2016 # expanded by the inner shell
 in_system='
     system=$1 user=$2

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Makes the table of a coverage run: coverage.py GCOVR.json REASONS.txt.
+"""Prints the table of a coverage run: coverage.py GCOVR.json REASONS.txt.
 
-A line of the reasons is FILE | TEXT OF THE SOURCE LINE | REASON. Fails if a line that wasn't run
-has no reason, if a reason fits no such line, or if fewer than 97 of 100 lines were run.
+A line of the reasons is FILE | TEXT OF THE SOURCE LINE | REASON. Fails if a line that wasn't run has
+no reason, if a reason matches no such line, or if fewer than 97 of 100 lines were run.
 """
 
 import collections

@@ -3,11 +3,11 @@
 #
 #   scripts/coverage.sh [--all] [ctest arguments]
 #
-#   --all     all tests; without it the unit tests, and those of the command line for the entry point
+#   --all     all tests. Default: the unit tests, and the command line tests for the entry point
 #
-# Prints a table, and fails if fewer than 97 of 100 lines were run, if a line that wasn't has no
-# reason in tests/coverage_reasons.txt, or if a reason there is no longer needed. Packages that are
-# missing are installed by apt (as root, or through sudo).
+# Prints a table. Fails if fewer than 97 of 100 lines were run, if a line that wasn't run has no reason
+# in tests/coverage_reasons.txt, or if a reason there is outdated. Missing packages are installed with
+# apt (as root, or through sudo).
 
 # shellcheck source=scripts/lib.sh
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -36,8 +36,8 @@ find "$build_folder" -name '*.gcda' -delete
 claim_service
 begin_wine
 
-# A program writes its counts to the path of its object, on the drive where it happens to work. The
-# other drive gets a way to the same folder.
+# A program writes its counts to the path of its object file on its current drive. A link on drive C
+# leads to the same folder.
 other_drive=$TARNWICK_WINEPREFIX/drive_c$(dirname "$build_folder")
 mkdir -p "$other_drive"
 ln -sfn "$build_folder" "$other_drive/$(basename "$build_folder")"

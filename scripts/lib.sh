@@ -1,30 +1,29 @@
 # shellcheck shell=bash
 # shellcheck disable=SC2034 # most of the names here are read by the commands
-# What the commands of this folder share. A command reads this file first and then calls
-# need_packages, build_targets, claim_service and begin_wine as it needs them.
+# Shared by the commands of this folder. A command reads this file first and then calls
+# need_packages, build_targets, claim_service and begin_wine as needed.
 #
-# Everything that is made stands below build/ and out/ of the checkout; nothing is written to the
-# user's home folder.
+# All output goes to build/ and out/ of the checkout; nothing is written to the user's home folder.
 
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 command_file=$root/scripts/${0##*/}
-# The preset of CMakePresets.json that is built, and its folder. A command that wants another one
-# calls use_preset before anything else.
+# The preset of CMakePresets.json to build, and its folder. A command for another preset calls
+# use_preset before anything else.
 use_preset() { preset=$1 build_folder=$root/build/$1; }
 use_preset mingw
-# Run from any folder, work in one: Windows programs get relative paths, which need no translation.
+# Always work in the checkout: Windows programs get relative paths, which need no translation.
 cd "$root"
 mkdir -p "$root/build"
 
-# Names with foreign letters reach Windows programs only under a UTF-8 locale, and Debian has this
-# one without any set-up.
+# Names with foreign letters reach Windows programs only under a UTF-8 locale. Debian always has this
+# one.
 export LC_ALL=C.UTF-8
-# No window is ever wanted, and a display that can't be reached costs time.
+# Wine needs no window, and an unreachable display costs time.
 unset DISPLAY WAYLAND_DISPLAY
 
-# One Wine prefix for each checkout. Whoever names another one keeps it.
+# One Wine prefix per checkout, unless the caller has set another one.
 export TARNWICK_WINEPREFIX=${TARNWICK_WINEPREFIX:-$root/build/wineprefix}
 wine_users=$TARNWICK_WINEPREFIX.users
 
@@ -44,8 +43,8 @@ die() {
 # Prints the comment block at the top of the running command.
 show_help() { sed -n '2,${/^#/!q;s/^# \{0,1\}//p}' "$command_file"; }
 
-# with_progress LABEL LOG COMMAND...: runs the command into the log. On a terminal it shows the last
-# line that begins with a count in brackets, as ninja's do.
+# with_progress LABEL LOG COMMAND...: runs the command with its output in the log. On a terminal it
+# shows the last line that begins with a count in brackets, like ninja's.
 with_progress() {
     local label=$1 log=$2
     shift 2
@@ -63,7 +62,7 @@ with_progress() {
     return "$result"
 }
 
-# quietly LABEL COMMAND...: one line for a step that went well; all that it said when it failed.
+# quietly LABEL COMMAND...: prints one line for a successful step, the whole output of a failed one.
 quietly() {
     local label=$1 log=$root/build/${1// /-}.$$.log began=$SECONDS
     shift
@@ -83,12 +82,12 @@ quietly() {
 
 # ---- packages ----------------------------------------------------------------------------------
 
-# The version of clang and its tools is written in one place.
+# The version of clang and its tools has one source.
 llvm_version=$(sed -n 's/^set(llvm_version \([0-9]*\))$/\1/p' cmake/mingw64-target.cmake)
 build_packages=("clang-$llvm_version" "lld-$llvm_version" "llvm-$llvm_version"
     g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest cmake ninja-build)
 wine_packages=(wine wine64)
-# What the tests of shipping/ need. Debian 13 has no ClickHouse, and these tests say so there.
+# For the tests of shipping/. Debian 13 has no ClickHouse; these tests report that there.
 engine_packages=(python3 curl)
 # shellcheck source=/dev/null
 [ "$(. /etc/os-release && echo "${ID:-}${VERSION_ID:-}")" != debian12 ] ||
@@ -107,8 +106,8 @@ missing_packages() {
     done
 }
 
-# The package manager refuses a second one that runs at the same time. Taking turns on its folder
-# lets two checkouts be set up at once.
+# The package manager fails if another one is running. A lock on its folder lets two checkouts be set
+# up at the same time.
 as_root() {
     local -a sudo=()
     [ "$(id -u)" -eq 0 ] || sudo=(sudo)
@@ -120,7 +119,7 @@ install_packages() {
         as_root apt-get -o DPkg::Lock::Timeout=300 install -y --no-install-recommends "$@"
 }
 
-# need_packages PACKAGE...: installs what is missing; looks at the network only if something is.
+# need_packages PACKAGE...: installs missing packages. Uses the network only if one is missing.
 need_packages() {
     local -a missing
     command -v dpkg-query >/dev/null ||
@@ -135,16 +134,16 @@ need_packages() {
 
 # ---- building ----------------------------------------------------------------------------------
 
-# The executable, what it needs beside it, and what the commands here need.
+# The executable, the files it needs, and the programs that these commands need.
 product_targets=(tarnwick-service orrin_ctrl probe_plain service-watch)
 
 configure_and_build() {
-    # A build folder that was copied or moved with the checkout belongs to another place.
+    # A build folder that was copied or moved with the checkout has the old paths.
     local cache=$build_folder/CMakeCache.txt
     if [ -f "$cache" ] && ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$cache"; then
         rm -rf "$build_folder"
     fi
-    # In CI a warning is an error; a person who only builds isn't stopped by one.
+    # Warnings are errors only in CI.
     local errors=CMAKE_COMPILE_WARNING_AS_ERROR
     if [ -n "${CI:-}" ]; then errors+=:BOOL=ON; else errors+=:BOOL=OFF; fi
     if [ ! -f "$build_folder/build.ninja" ] || ! grep -qxF "$errors" "$cache"; then
@@ -153,8 +152,8 @@ configure_and_build() {
     cmake --build --preset "$preset" "$@"
 }
 
-# build_targets TARGET...: one build at a time in one checkout; the lock is not handed on to the
-# programs that the build starts.
+# build_targets TARGET...: one build at a time per checkout. Programs that the build starts don't
+# inherit the lock.
 build_targets() {
     (
         flock 8
@@ -162,8 +161,7 @@ build_targets() {
     ) 8>"$root/build/build.lock"
 }
 
-# put_in_out FILE...: copies programs of the build folder to out/bin, each in one step so
-# that nobody ever sees half a file.
+# put_in_out FILE...: copies programs of the build folder to out/bin. Each file appears there complete.
 put_in_out() {
     local name
     mkdir -p "$root/out/bin"
@@ -179,21 +177,20 @@ put_in_out() {
 
 wine_server() { WINEPREFIX=$TARNWICK_WINEPREFIX WINEDEBUG=-all timeout 60 wineserver "$@"; }
 
-# Prefixes are copies of this one, in which nothing has run: making one takes Wine ten seconds.
+# Prefixes are copies of this unused one, because creating one takes Wine ten seconds.
 blank_prefix=$root/build/wineprefix-blank
 
 make_blank_prefix() {
     rm -rf "$blank_prefix" &&
         mkdir -p "$blank_prefix" &&
-        # A new prefix links its document folders to those of the home folder; without one it keeps
-        # to itself.
+        # A new prefix links its document folders to those of the home folder, unless there is none.
         HOME=$blank_prefix/no-home TARNWICK_WINEPREFIX=$blank_prefix \
             timeout 300 setsid -w "$root/cmake/wine.sh" wineboot -i &&
         WINEPREFIX=$blank_prefix timeout 60 wineserver -w &&
         "$root/cmake/wine.sh" --version >"$blank_prefix/.made"
 }
 
-# need_blank_prefix: makes it if there is none, or one of another version of Wine.
+# need_blank_prefix: creates it if it is missing or of another version of Wine.
 need_blank_prefix() {
     (
         flock 9
@@ -202,17 +199,17 @@ need_blank_prefix() {
     ) 9>"$blank_prefix.lock"
 }
 
-# need_prefix: makes the checkout's own prefix if there is none.
+# need_prefix: creates the checkout's own prefix if it is missing.
 need_prefix() {
     need_blank_prefix
     [ ! -f "$TARNWICK_WINEPREFIX/.made" ] || return 0
     rm -rf "$TARNWICK_WINEPREFIX"
     cp -al "$blank_prefix" "$TARNWICK_WINEPREFIX"
-    # Wine writes into a registry file in place if the file has more than one link.
+    # Wine overwrites a registry file in place if it has more than one link.
     cp --remove-destination "$blank_prefix"/*.reg "$TARNWICK_WINEPREFIX/"
 }
 
-# Runs a function while no other command begins or ends its use of the prefix.
+# Runs a function while no other command enters or leaves the prefix.
 with_prefix_lock() {
     (
         flock 9
@@ -220,7 +217,7 @@ with_prefix_lock() {
     ) 9>"$TARNWICK_WINEPREFIX.lock"
 }
 
-# Every command that uses the prefix keeps a file there named by its process id.
+# Each command that uses the prefix has a file there, named after its process id.
 prefix_in_use() {
     local entry
     for entry in "$wine_users"/*; do
@@ -238,7 +235,7 @@ stop_wine() {
 }
 
 enter_prefix() {
-    # A command that was killed could not clear up behind itself.
+    # A killed command has left its file behind.
     if [ -d "$wine_users" ] && ! prefix_in_use; then
         stop_wine
     fi
@@ -247,12 +244,12 @@ enter_prefix() {
     need_prefix
     [ -O "$TARNWICK_WINEPREFIX" ] ||
         die "$TARNWICK_WINEPREFIX belongs to another user; remove it or work as that user"
-    # The server lives until the last command ends, and with it the Service Control Manager that
-    # the first program starts. That one gets none of our files: whoever waits for the end of this
-    # command's output would wait for the manager's end too.
+    # The server lives until the last command ends, and so does the Service Control Manager that the
+    # first program starts. The manager must not inherit our output, or a reader of that output would
+    # wait for the manager's end too.
     wine_server -p >/dev/null 2>&1 </dev/null || true
     timeout 60 setsid -w "$root/cmake/wine.sh" cmd /c exit >/dev/null 2>&1 </dev/null ||
-        die "Wine doesn't start in $TARNWICK_WINEPREFIX; remove that folder to have it made anew"
+        die "Wine doesn't start in $TARNWICK_WINEPREFIX; remove that folder and try again"
 }
 
 leave_prefix() {
@@ -262,8 +259,8 @@ leave_prefix() {
     fi
 }
 
-# A command that has something to undo before Wine goes puts it into a function of its own of this
-# name. It finds the exit status of the command in $status.
+# A command redefines this function to clean up before Wine ends. $status is the command's exit
+# status.
 before_end_of_wine() { :; }
 
 end_wine() {
@@ -275,7 +272,7 @@ end_wine() {
     exit "$status"
 }
 
-# begin_wine: from here to the end of the command Wine is ready, and nothing of it stays behind.
+# begin_wine: starts Wine for the rest of the command. No process of it remains after the command.
 begin_wine() {
     mkdir -p "$(dirname "$TARNWICK_WINEPREFIX")"
     trap end_wine EXIT
@@ -285,9 +282,9 @@ begin_wine() {
     with_prefix_lock enter_prefix
 }
 
-# claim_service: the service's name stands once in a prefix, so one command at a time may use it.
-# File 7 holds the claim until the command ends; no program that may live longer gets it. A command
-# that was started by the one that holds the claim shares it.
+# claim_service: a prefix has one service of this name, so only one command at a time may use it.
+# File descriptor 7 holds the claim until the command ends; programs that may live longer don't inherit
+# it. A command started by the owner of the claim shares it.
 claim_service() {
     [ "${TARNWICK_SERVICE_CLAIM:-}" != "$TARNWICK_WINEPREFIX" ] || return 0
     mkdir -p "$(dirname "$TARNWICK_WINEPREFIX")"
@@ -299,8 +296,8 @@ claim_service() {
 wine_quietly() { timeout 60 "$root/cmake/wine.sh" "$@" >/dev/null 2>&1 </dev/null 7>&- || true; }
 
 # service_data_folder: prints the Windows path of the machine-wide data folder of services
-# (ALLUSERSPROFILE). Versions of Wine give a service another one than a console program, so a service
-# is asked: a command that fails to be one, but runs as one.
+# (ALLUSERSPROFILE). In some versions of Wine it differs from that of console programs, so a command
+# registered as a service prints it. As a service it fails, but it runs.
 service_data_folder() {
     local name=TarnwickQuestion$$
     local answer=$TARNWICK_WINEPREFIX/drive_c/windows/temp/$name.txt

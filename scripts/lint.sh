@@ -1,13 +1,12 @@
 #!/bin/bash
-# Checks all sources, scripts and build files of the checkout and says how to fix each finding.
+# Checks all sources, scripts and build files of the checkout and prints a fix for each finding.
 #
 #   scripts/lint.sh [--all]
 #
-# With --all each source is compiled alone, analysed by clang-tidy (but for tests) and parsed as Visual
-# C++ would, which takes half an hour at first.
-# What passed is remembered in build/lint and checked again only when it, a header that it includes,
-# or a rule has changed. Packages that are missing are installed by apt (as root, or
-# through sudo).
+# With --all each source is also compiled alone, analysed by clang-tidy (except tests) and parsed as
+# Visual C++ would. The first such run takes half an hour. build/lint caches what passed; a source is
+# checked again only if it, a header that it includes, or a rule has changed. Missing packages are
+# installed with apt (as root, or through sudo).
 
 # shellcheck disable=SC2317 # the checks are called by their names
 # shellcheck source=scripts/lib.sh
@@ -25,7 +24,7 @@ esac
 
 # ---- which files -------------------------------------------------------------------------------
 
-# Files that git knows or would take, by the patterns given.
+# Files that match the patterns and are in git, or would be added by it.
 sources() {
     local path
     git -c safe.directory="$root" ls-files -co --exclude-standard -- "$@" |
@@ -49,7 +48,8 @@ check_format() {
         xargs -0r "clang-format-$llvm_version" --dry-run -Werror
 }
 
-# Rules of this code base that no general tool knows. Each line: the files, what must not be there.
+# Rules of this code base that no general tool knows. Each line: the reason, the forbidden pattern, the
+# files.
 check_conventions() {
     local status=0
     forbid() {
@@ -76,7 +76,7 @@ check_shell() { shell_scripts | tr '\n' '\0' | xargs -0r shellcheck -x; }
 
 check_json() { sources '*.json' | tr '\n' '\0' | xargs -0r cmake -P scripts/check_json.cmake; }
 
-# Configures in a folder of its own and looks whether every list file took part.
+# Configures in a separate folder and checks that every list file is used.
 check_cmake() {
     local folder=$root/build/lint/cmake trace=$root/build/lint/cmake.trace status=0 path
     rm -rf "$folder"
@@ -123,14 +123,14 @@ check_tidy() {
     "clang-tidy-$llvm_version" --quiet --header-filter='.*' "$@" "$file" -- "${flags[@]}" 2>/dev/null
 }
 
-# check_source FILE: clang and, but for tests, clang-tidy, unless both accepted the same text before.
+# check_source FILE: runs clang and, except for tests, clang-tidy, unless the same text has passed.
 check_source() {
     local flags key stamp
     compiler_flags "$1"
     key=$({
         "clang-tidy-$llvm_version" --version
         declare -f compiler_flags
-        # The rule file, and the source with all headers that it includes, less the system's.
+        # The rule file, and the source with all included headers except the system's.
         "clang-$llvm_version" "${flags[@]}" -MM "$1" | tr -s '\134[:blank:]' '[\n*]' | grep -v ':$' |
             xargs -d '\n' sha256sum .clang-tidy
     } 2>&1 | sha256sum)
@@ -179,10 +179,10 @@ find build/lint -maxdepth 1 -type f -mtime +14 -delete
 
 check format "clang-format-$llvm_version -i FILE for each file named above" check_format
 check conventions "change the lines named above" check_conventions
-check shell "shellcheck's wiki tells about each number: https://www.shellcheck.net/wiki/SC...." \
+check shell "https://www.shellcheck.net/wiki/SC.... explains each number" \
     check_shell
 check json "the message names file and place" check_json
-check cmake "a list file is taken in by add_subdirectory in the one above it" check_cmake
+check cmake "add the list file by add_subdirectory in the one above it" check_cmake
 if [ -n "$all" ]; then
     check sources "change the code; a place that must stay gets a NOLINT with the check and the reason" \
         check_sources

@@ -1,16 +1,15 @@
 # shellcheck shell=bash
-# Parses the sources as Visual C++ would read them, as far as clang and the headers of MinGW-w64
-# allow. For lint.sh.
+# Parses the sources like Visual C++, as far as clang and the headers of MinGW-w64 allow. For lint.sh.
 #
 # The system headers are read first, under their own rules. After them `_MSC_VER` is defined and
 # `__MINGW32__` is not, so that every conditional of this tree takes its branch for Visual C++.
-# Not covered: what Visual C++ and its own headers would say beyond these warnings.
+# Not covered: further warnings of Visual C++ and its headers.
 
 # Sources that Visual C++ does not build: see the conditions in the CMakeLists.txt of their folders.
 not_for_visual_cpp=(':!bench' ':!tests/faults' ':!*_cases.cpp'
     ':!tests/support/undefined_traps_test.cpp' ':!tarnwick-service/mingw_start_up.cpp')
 
-# The warnings that stand for those of /W4. Unreachable code stands for C4702 and C4127.
+# The nearest equivalent of /W4. Unreachable code covers C4702 and C4127.
 visual_cpp_flags=(--target=x86_64-w64-mingw32 -std=c++20 -DUNICODE -D_UNICODE -I.
     -isystem /usr/src/googletest/googletest/include
     -isystem /usr/src/googletest/googlemock/include
@@ -23,8 +22,8 @@ visual_cpp_headers=build/lint/visual_cpp.h
 # Compiles the system headers of all sources ahead of them.
 prepare_visual_cpp() {
     {
-        # Some headers need windows.h before them. dbghelp.h is left to the sources, as one of them
-        # renames a function of it.
+        # Some headers need windows.h before them. dbghelp.h is left to the sources, because one of
+        # them renames one of its functions.
         printf '#define %s\n' NOMINMAX WIN32_LEAN_AND_MEAN 'WINVER 0x0A00' '_WIN32_WINNT 0x0A00'
         printf '#include <windows.h>\n'
         sources '*.cpp' '*.h' '*.c' "${not_for_visual_cpp[@]}" | tr '\n' '\0' |
@@ -32,7 +31,7 @@ prepare_visual_cpp() {
             grep -vE '<(windows|dbghelp|gcov|intrin)\.h>'
         printf '#undef %s\n' NOMINMAX WIN32_LEAN_AND_MEAN WINVER _WIN32_WINNT __MINGW32__ \
             __MINGW64__
-        # The second one keeps intrin.h from declaring again what windows.h has declared.
+        # The second one prevents intrin.h from repeating declarations of windows.h.
         printf '#define %s\n' '_MSC_VER 1940' __INTRIN_H
     } >"$visual_cpp_headers.new"
     if [ ! -e "$visual_cpp_headers.pch" ] ||
@@ -43,8 +42,8 @@ prepare_visual_cpp() {
     fi
 }
 
-# Warnings about this tree, and those of system headers over a narrow text that a source here makes
-# of a wide one (C4244); the headers' own are left out.
+# Keeps warnings about this tree, and those of system headers about a source here that narrows wide
+# text (C4244). Drops the headers' own warnings.
 warnings_for_visual_cpp() {
     awk '
         function end_of_one() { if (ours) printf "%s", text; text = ""; ours = 0 }
@@ -87,7 +86,7 @@ check_source_for_visual_cpp() {
 
 check_visual_cpp() {
     prepare_visual_cpp || return
-    # C4310 and C4312, which clang has no warning for.
+    # C4310 and C4312: clang has no such warnings.
     local status=0 byte='0x[89A-Fa-f][0-9A-Fa-f]|12[89]|1[3-9][0-9]|2[0-9][0-9]'
     if sources '*.cpp' '*.h' "${not_for_visual_cpp[@]}" | tr '\n' '\0' | xargs -0r grep -nE \
         "static_cast<(char|signed char|std::int8_t)>\(($byte)\)|reinterpret_cast<[^>]*>\(-?[0-9A-Fa-fx]+\)"; then

@@ -3,8 +3,8 @@
 
 mutation.py [--seed N] [--count N] [--only TEXT] [--list]; see mutation.sh, which calls it.
 
-A broken place counts as noticed when a test fails, fails to end, or ends its program, and does so
-a second time. One that doesn't compile isn't counted and another is drawn from the same file.
+A broken place counts as noticed if a test fails, hangs, or ends its program, twice. A place that
+doesn't compile isn't counted; another one of the same file replaces it.
 """
 
 import argparse
@@ -24,8 +24,8 @@ import time
 
 import mutation_sites
 
-# Tests mirror the tree, so the folder of a source names its test programs. The entry point is no
-# part of a library that unit tests link; the tests that start the executable stand in.
+# Tests mirror the tree, so the folder of a source determines its test programs. Unit tests don't link
+# the entry point; the tests that start the executable cover it.
 PROGRAMS = {
     "framework/system": ["framework_system_tests"],
     "framework/logger": ["framework_logger_tests", "framework_log_files_tests"],
@@ -33,19 +33,19 @@ PROGRAMS = {
     "tarnwick-service": ["tarnwick_service_tests"],
     "tarnwick-service/main.cpp": ["process_tests"],
 }
-# What has to be refused at compile time is tested by compiling, beside the programs.
+# Code that the compiler must reject is also tested by compiling.
 COMPILE_TESTS = {
     "framework/system/wide_format.h": "FormatCheck",
     "framework/logger/log_line.h": "LogCall",
 }
-# Places where a change can't matter, each with the reason; they are passed over.
+# Places where a change has no effect, each with the reason; they are skipped.
 HARMLESS = "tests/mutation_reasons.txt"
 REQUIRED = 0.95
 BUILD_LIMIT = 900  # seconds
 
 
 def copy_tree():
-    """Brings the copy up to date; files that are the same keep their time, and so their objects."""
+    """Updates the copy. Unchanged files keep their time, so their objects stay valid."""
     root = pathlib.Path(__file__).resolve().parent.parent
     copy = root / "build" / "mutation" / "tree"
     listed = subprocess.run(
@@ -66,13 +66,13 @@ def copy_tree():
 
 
 class Program:
-    """A test program, run in as few processes as it bears."""
+    """A test program, run in as few processes as possible."""
 
     def __init__(self, folder, name):
         self.path = folder / "build" / "mutation" / "bin" / f"{name}.exe"
         self.wine = folder / "cmake" / "wine.sh"
         self.name = name
-        self.alone = []  # tests that pass in a process of their own only
+        self.alone = []  # tests that pass only in a separate process
         self.limit = 900.0
 
     def run(self, names=None, fail_fast=True):
@@ -80,11 +80,11 @@ class Program:
         chosen = ":".join(names) if names else "*-" + ":".join(self.alone)
         command = [self.wine, self.path, f"--gtest_filter={chosen}"]
         environment = dict(os.environ, GTEST_FAIL_FAST="1" if fail_fast else "0")
-        # A file, not a pipe: what the program leaves behind may keep a pipe open.
-        with tempfile.TemporaryFile() as said:
-            # Not beside the programs: Windows finds a controller library in the working folder.
+        # A file, not a pipe: a process that the program has started may keep a pipe open.
+        with tempfile.TemporaryFile() as output:
+            # Not in the programs' folder: Windows loads a controller library from the working folder.
             process = subprocess.Popen(command, cwd=self.wine.parent, env=environment,
-                                       stdin=subprocess.DEVNULL, stdout=said,
+                                       stdin=subprocess.DEVNULL, stdout=output,
                                        stderr=subprocess.STDOUT, start_new_session=True)
             try:
                 well = process.wait(timeout=self.limit) == 0
@@ -93,8 +93,8 @@ class Program:
                 process.wait()
                 restart_wine()
                 well = False
-            said.seek(0)
-            text = said.read().decode("utf-8", "replace").replace("\r", "")
+            output.seek(0)
+            text = output.read().decode("utf-8", "replace").replace("\r", "")
         failed = re.findall(r"^\[  FAILED  \] ([^\s,]+)", text, re.M)
         begun = re.findall(r"^\[ RUN      \] (\S+)", text, re.M)
         ended = "[  PASSED  ]" in text
@@ -103,14 +103,14 @@ class Program:
         return well and ended, list(dict.fromkeys(failed))
 
     def calibrate(self):
-        """Finds which tests need a process of their own, and how long the whole run takes."""
+        """Finds the tests that need a separate process, and the duration of the whole run."""
         while True:
             began = time.monotonic()
             well, failed = self.run(fail_fast=False)
             if well:
                 break
             if not failed:
-                sys.exit(f"mutation: {self.name} begins or ends badly with nothing broken")
+                sys.exit(f"mutation: {self.name} fails outside its tests with nothing broken")
             for name in failed:
                 if name in self.alone or not self.run([name])[0]:
                     sys.exit(f"mutation: {self.name}: {name} fails with nothing broken")
@@ -120,23 +120,23 @@ class Program:
                 sys.exit(f"mutation: {self.name}: {name} fails with nothing broken")
         took = time.monotonic() - began
         self.limit = 4 * took + 30
-        print(f"  {self.name}: {took:.0f} s, {len(self.alone)} tests in processes of their own",
+        print(f"  {self.name}: {took:.0f} s, {len(self.alone)} tests in separate processes",
               flush=True)
 
     def failing_test(self):
-        """The name of a test that notices, twice; None if all pass."""
+        """The name of a test that fails twice; None if all pass."""
         for names in [None] + [[name] for name in self.alone]:
             well, failed = self.run(names)
             if well:
                 continue
-            # A program that Wine didn't start once in a thousand times has noticed nothing.
+            # Once in a thousand times Wine fails to start a program; that isn't a failed test.
             if not self.run(failed[:1] or names)[0] or not self.run(names)[0]:
                 return failed[0] if failed else "the program's beginning or end"
         return None
 
 
 class CompileTests:
-    """Tests of ctest's that start the compiler instead of a program."""
+    """ctest tests that start the compiler instead of a program."""
 
     def __init__(self, folder, pattern):
         self.command = ["ctest", "--test-dir", folder / "build" / "mutation", "--no-tests=error",
@@ -162,7 +162,7 @@ def program_names(path):
 
 
 def configure(folder):
-    # Neither optimised nor with names for a debugger: a broken file is compiled once and run once.
+    # Neither optimised nor with debug information: a broken file is compiled once and run once.
     command = ["cmake", "--preset", "mingw", "-B", "build/mutation", "-DCMAKE_BUILD_TYPE=Debug",
                "-DCMAKE_CXX_FLAGS_DEBUG=-O0", "-DCMAKE_C_FLAGS_DEBUG=-O0"]
     subprocess.run(command, cwd=folder, check=True, stdout=subprocess.DEVNULL)
@@ -176,7 +176,7 @@ def build(folder, names):
 
 
 def read_harmless(folder):
-    """The places that can't matter, with their reasons, as (file, text of the line, change)."""
+    """The places where a change has no effect, as (file, text of the line, change)."""
     harmless = set()
     for line in (folder / HARMLESS).read_text(encoding="utf-8").splitlines():
         if line.strip() and not line.startswith("#"):
@@ -200,7 +200,7 @@ def draw(folder, only, count, seed):
                 sites = mutation_sites.find(path.read_text(encoding="utf-8"))
                 if sites:
                     files[relative] = mutation_sites.shuffled(sites, chance)
-    # Spread over all files; a long one gets more, though not in proportion.
+    # Spread over all files; a long one gets more, but not in proportion.
     share = dict.fromkeys(files, 0)
     for _ in range(min(count, sum(map(len, files.values())))):
         open_files = [path for path in files if share[path] < len(files[path])]
@@ -210,14 +210,14 @@ def draw(folder, only, count, seed):
         rows = (folder / path).read_text(encoding="utf-8").splitlines()
         files[path] = [site for site in files[path]
                        if (path, rows[site.line - 1].strip(), site.describe()) not in harmless]
-    # Headers last: what includes them has to be compiled too.
+    # Headers last, because their includers are compiled too.
     order = sorted(files, key=lambda path: (path.endswith(".h"), path))
     return [(path, files[path], share[path]) for path in order if share[path]]
 
 
 class Verdicts:
-    """What earlier runs with the same seed on the same tree found, so that one that was ended early
-    goes on where it was."""
+    """Results of earlier runs with the same seed on the same tree, so that an interrupted run
+    continues."""
 
     def __init__(self, folder, seed):
         text = hashlib.sha256()
@@ -278,7 +278,7 @@ def judge_file(folder, path, sites, count, tests, tally):
             return
         began = time.monotonic()
         place = f"{path}:{site.line}  {site.describe()}"
-        # A line may hold two places of one description.
+        # A line may have two places with the same description.
         noticed_by = tally.verdicts.of(f"{site.start} {place}",
                                        lambda: try_site(folder, path, site, tests))
         if noticed_by is None:
@@ -325,7 +325,7 @@ def main():
         if path in COMPILE_TESTS:
             tests.append(CompileTests(folder, COMPILE_TESTS[path]))
         judge_file(folder, path, sites, count, tests, tally)
-    # What a broken product left behind could make tests fail that would have passed.
+    # Leftovers of a broken product could make tests fail.
     well = build(folder, names)[0] and not any(p.failing_test() for p in programs.values())
     print(f"\n  with nothing broken all tests {'pass' if well else 'DO NOT PASS'}")
     print(f"  seed {chosen.seed}: {tally.noticed} of {tally.judged()} noticed, "

@@ -3,16 +3,16 @@
 #
 #   scripts/mutation.sh [--seed N] [--count N] [--only TEXT] [--list]
 #
-#   --seed N      draws the same places again; without it a new seed is drawn and named
-#   --count N     as many broken places that compile (100)
-#   --only TEXT   in sources whose path holds TEXT alone
-#   --list        shows the places that would be drawn and ends
+#   --seed N      selects the same places again. Default: a new seed, which is printed
+#   --count N     number of broken places that compile, 100 by default
+#   --only TEXT   only in sources whose path contains TEXT
+#   --list        only lists the places
 #
-# A run that was ended early goes on where it was when it is called with its seed again.
+# An interrupted run continues if it is started with its seed again.
 #
-# Works in a copy of the checkout and in a Wine prefix of its own, both below build/mutation. The
-# exit code is 1 if fewer than 95 of 100 were noticed. Packages that are missing are installed by
-# apt (as root, or through sudo).
+# It uses a copy of the checkout and its own Wine prefix, both below build/mutation. The exit code is 1
+# if fewer than 95 of 100 places were noticed. Missing packages are installed with apt (as root, or
+# through sudo).
 
 # shellcheck source=scripts/lib.sh
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"

@@ -1,18 +1,17 @@
 #!/bin/bash
-# Builds the service host and packs what an administrator needs: a zip and an installer package; and
-# for those who read dumps, a zip of the symbols.
+# Builds the service host and its packages: a zip and an installer package for administrators, and a
+# zip of the symbols for reading dumps.
 #
 #   scripts/package.sh [--sign CERTIFICATE KEY]
 #
 #   --sign    signs the programs, the message library and the installer package. Both files are PEM;
-#             the certificate's issuers can follow it in its file. There is no time stamp. Without
-#             this option nothing is signed.
+#             the first may also hold the issuers' certificates. There is no time stamp. Without this
+#             option nothing is signed.
 #
-# All are put into out/package, with SHA256SUMS for them. The controller library is not in them, as
-# it belongs to the components; docs/installing.md tells the rest, docs/releasing.md how a release is
-# made. The same commit is packed into the same bytes each time and in each folder: times are those
-# of the last commit, or SOURCE_DATE_EPOCH. Packages that are missing are installed by apt (as root,
-# or through sudo).
+# The packages and their SHA256SUMS are written to out/package. They don't contain the controller
+# library, which comes with the components. See docs/installing.md and docs/releasing.md. The same
+# commit gives the same bytes each time and in each folder: files have the time of the last commit, or
+# SOURCE_DATE_EPOCH. Missing packages are installed with apt (as root, or through sudo).
 
 called_from=$PWD
 # shellcheck source=scripts/lib.sh
@@ -49,12 +48,12 @@ targets=(tarnwick-service quillon-log controller-check service-tool tarnwick_mes
 documents=(installing operating crashes writing-a-controller)
 packages=$root/out/package
 
-# The time of everything that is packed: the packers know this variable or are told.
+# The time of all packed files. The packers know this variable or get it as an argument.
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git -c safe.directory="$root" log -1 --format=%ct \
     2>/dev/null || stat -c %Y CMakeLists.txt)}
 export SOURCE_DATE_EPOCH TZ=UTC
 
-# fill FOLDER: everything that is packed, as it lies on the target machine.
+# fill FOLDER: all files of a package, as on the target machine.
 fill() {
     local folder=$1 name
     mkdir -p "$folder/controller-abi" "$folder/docs" "$folder/dev-controller/example"
@@ -76,13 +75,13 @@ fill() {
     settle "$folder"
 }
 
-# settle FOLDER: the same modes and times, whoever packs and when.
+# settle FOLDER: sets modes and times that depend neither on the user nor on the time of day.
 settle() {
     find "$1" -type f -exec chmod 644 {} +
     find "$1" -exec touch -d "@$SOURCE_DATE_EPOCH" {} +
 }
 
-# Refuses a key that isn't the certificate's before anything is built.
+# Refuses a key that doesn't belong to the certificate before anything is built.
 check_key() {
     [ -n "$certificate" ] || return 0
     local own
@@ -107,19 +106,19 @@ pack_zip() {
     files_of "${folder%/*}" "${folder##*/}" | (cd "${folder%/*}" && zip -X -9 -q -@ "$root/$result")
 }
 
-# guid TEXT: an identifier that is the same for the same text.
+# guid TEXT: the same identifier for the same text.
 guid() {
     printf %s "$1" | sha1sum |
         sed -E 's/^(.{8})(.{4}).(.{3}).(.{3})(.{12}).*/\1-\2-5\3-8\4-\5/' | tr a-f A-F
 }
 
-# The installer compares three fields of a version only: the third is the build here.
+# The installer compares only three fields of a version, so the third is the build number.
 installer_version() { sed -E 's/^([0-9]+\.[0-9]+)\.[0-9]+\.([0-9]+)$/\1.\2/' <<<"$1"; }
 
 at_source_date() { faketime -f "$(date -d "@$SOURCE_DATE_EPOCH" '+%F %T')" "$@"; }
 
-# msi_version_rows FILE NAME: an upgrade keeps the newer one of two files that tell a version, and
-# compares all others by time and contents. wixl knows no versions.
+# msi_version_rows FILE NAME: an upgrade keeps the newer of two files with a version, and compares all
+# others by time and contents. wixl writes no versions.
 msi_version_rows() {
     local row=${2//[-.]/_}
     at_source_date msibuild "$1" -q "UPDATE \`File\` SET \`Version\`='$version',
@@ -137,13 +136,13 @@ pack_msi() {
     for name in "${programs[@]}"; do
         msi_version_rows "$result" "$name"
     done
-    # Otherwise the code of the package is a new one each time.
+    # Otherwise the package code differs each time.
     at_source_date msibuild "$result" -s "Tarnwick service host $version" Velmora 'x64;1033' \
         "{$(guid "$contents")}"
     sign "$result"
 }
 
-# Called bare, so that the first step that fails ends the command.
+# Not called in a condition, so that the first failing step ends the command.
 pack_all() {
     local name=tarnwick-service-$version
     scripts/release.py check "$version" "${built[@]}"
@@ -151,7 +150,7 @@ pack_all() {
     mkdir -p "$work/done" "$work/$name-symbols"
     pack_zip "$work/done/$name.zip" "$work/$name"
     pack_msi "$work/done/$name.msi" "$work/$name"
-    # As they were built: a signature changes nothing that a debugger looks at.
+    # The unsigned files: a signature changes nothing that a debugger compares.
     scripts/release.py symbols "$work/$name-symbols" "${built[@]}"
     settle "$work/$name-symbols"
     pack_zip "$work/done/$name-symbols.zip" "$work/$name-symbols"
@@ -167,7 +166,7 @@ check_key
 build_targets "${targets[@]}"
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build_folder/CMakeCache.txt")
 built=("${programs[@]/#/$build_folder/bin/}")
-# Relative, as wixl takes no other paths.
+# Relative, because wixl accepts no other paths.
 work=build/package
 rm -rf "$work"
 pack_all

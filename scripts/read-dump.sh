@@ -1,16 +1,15 @@
 #!/bin/bash
-# Shows what a dump of the service host says: the exception, and the stacks of all threads with
-# function, file and line, the crashed thread first.
+# Prints a dump of the service host: the exception, and the stacks of all threads with function, file
+# and line, the crashed thread first.
 #
 #   scripts/read-dump.sh DUMP SYMBOLS...
 #
 #   DUMP       tarnwick-service.exe.dmp
 #   SYMBOLS    the symbols zip of the release that crashed, or a folder with programs, libraries and
-#              their PDBs, as the one of a controller library; can be given several times
+#              their PDBs, for example of a controller library; can be repeated
 #
-# What isn't known is named as such: a module that is in none of SYMBOLS, or there from another
-# build. A stack ends early at a library that isn't there. Packages that are missing are installed by
-# apt (as root, or through sudo).
+# Unknown parts are marked: a module that is in none of SYMBOLS, or only from another build. A stack
+# ends early at a missing library. Missing packages are installed with apt (as root, or through sudo).
 
 called_from=$PWD
 # shellcheck source=scripts/lib.sh
@@ -19,7 +18,7 @@ called_from=$PWD
 case ${1:-} in
     -h | --help) show_help && exit ;;
 esac
-[ $# -ge 2 ] || die "a dump and its symbols are to be named (see --help)"
+[ $# -ge 2 ] || die "name a dump and its symbols (see --help)"
 cd "$called_from"
 for path in "$@"; do
     [ -e "$path" ] || die "no such file: $path"
@@ -45,7 +44,7 @@ done
 mkdir "$work/modules"
 export READ_DUMP_FILE=$dump READ_DUMP_MODULES=$work/modules READ_DUMP_SYMBOLS
 READ_DUMP_SYMBOLS=$(printf '%s\n' "${folders[@]}")
-# Wine's own libraries, without which no stack can be followed through them.
+# Wine's own libraries; without them a stack ends there.
 export READ_DUMP_SYSTEM=/usr/lib/x86_64-linux-gnu/wine/x86_64-windows
 LLDB_USE_NATIVE_PDB_READER=1 "lldb-$llvm_version" --no-lldbinit --batch \
     -o "command script import $root/scripts/read_dump.py" 2>"$work/errors" >"$work/output" || true

@@ -1,14 +1,14 @@
 #!/usr/bin/env python3
-"""What a release says about itself; called by scripts/package.sh.
+"""Checks and describes the files of a release; called by scripts/package.sh.
 
-    release.py check VERSION FILE...            every file has this version and a PDB of its own
+    release.py check VERSION FILE...            every file has this version and its own PDB
     release.py symbols FOLDER FILE...           the files and their PDBs as a symbol store
-    release.py notices FILE...                  licences of what is linked into the files
+    release.py notices FILE...                  licences of the libraries linked into the files
     release.py sbom VERSION SECONDS FOLDER FILE...
                                                 SPDX document for FOLDER; SECONDS: time of the source
 
-FILE is a program or library that ships, as it was built, with its PDB beside it. A problem is told
-on standard error, with exit code 1.
+FILE is a program or library that ships, as it was built, with its PDB next to it. Problems are
+reported on standard error, with exit code 1.
 """
 
 import hashlib
@@ -29,9 +29,9 @@ LLVM = "19"
 
 
 def pdb_guid(path):
-    said = subprocess.run([f"llvm-pdbutil-{LLVM}", "dump", "--summary", path],
-                          capture_output=True, text=True, check=True).stdout
-    return re.search(r"GUID: \{([0-9A-F-]+)\}", said)[1].replace("-", "")
+    output = subprocess.run([f"llvm-pdbutil-{LLVM}", "dump", "--summary", path],
+                            capture_output=True, text=True, check=True).stdout
+    return re.search(r"GUID: \{([0-9A-F-]+)\}", output)[1].replace("-", "")
 
 
 def check(version, files):
@@ -57,9 +57,9 @@ def symbols(folder, files):
             shutil.copy(source, place)
 
 
-# ---- what is linked in -----------------------------------------------------------------------------
+# ---- linked libraries ------------------------------------------------------------------------------
 
-# Debian packages of libraries: name, licence of what is linked, texts that their notices refer to.
+# Debian packages of libraries: name, licence of the linked part, texts that their notices refer to.
 GCC = ("GCC run-time libraries (libstdc++, libgcc)", "GPL-3.0-or-later WITH GCC-exception-3.1",
        ["GPL-3"])
 COMPONENTS = {
@@ -74,12 +74,12 @@ TOOLS = [f"clang-{LLVM}", f"lld-{LLVM}"]
 
 
 def linked_packages(files):
-    """The Debian packages whose libraries the linker took something of, by the PDBs."""
+    """The Debian packages of the linked libraries, by the PDBs."""
     archives = set()
     for image in map(Image, files):
-        said = subprocess.run([f"llvm-pdbutil-{LLVM}", "dump", "--modules", image.pdb()],
-                              capture_output=True, text=True, check=True).stdout
-        archives.update(map(os.path.normpath, re.findall(r"Obj: `(/usr/[^`]+)`", said)))
+        output = subprocess.run([f"llvm-pdbutil-{LLVM}", "dump", "--modules", image.pdb()],
+                                capture_output=True, text=True, check=True).stdout
+        archives.update(map(os.path.normpath, re.findall(r"Obj: `(/usr/[^`]+)`", output)))
     owners = subprocess.run(["dpkg-query", "-S", *sorted(archives)],
                             capture_output=True, text=True, check=True).stdout
     packages = sorted({line.split(":")[0] for line in owners.splitlines()})

@@ -4,12 +4,12 @@
 #   scripts/run.sh [--for SECONDS]             as a service, until Ctrl+C or for some seconds
 #   scripts/run.sh --console [--for SECONDS]   in a console, with the log on the terminal
 #
-# As a service it is registered with the Service Control Manager of a private Wine prefix, started,
-# shown with its states and its log, stopped, and removed again. What stays are the log files. The
-# exit code is 0 if the service started, stopped in order, and reported no error.
+# As a service it is registered with the Service Control Manager of a private Wine prefix and started.
+# Its states and its log are shown. Then it is stopped and removed; the log files stay. The exit code
+# is 0 if the service started, stopped in order, and reported no error.
 #
-# Colours are left out when the output is no terminal, or when NO_COLOR is set. Packages that are
-# missing are installed by apt (as root, or through sudo).
+# There are no colours if the output isn't a terminal or NO_COLOR is set. Missing packages are
+# installed with apt (as root, or through sudo).
 
 # shellcheck source=scripts/lib.sh
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -36,9 +36,8 @@ done
 shown_path() { printf '%s' "${1#"$root/"}"; }
 drive_c=$(shown_path "$TARNWICK_WINEPREFIX/drive_c")
 
-# run_windows_program COMMAND...: runs a program away from the terminal, so that Wine draws no
-# console of its own over it, and turns Ctrl+C and a request to end into the program's own Ctrl+C.
-# The result is the program's exit code.
+# run_windows_program COMMAND...: runs a program detached from the terminal, so that Wine draws no
+# console over it. Ctrl+C and SIGTERM become the program's own Ctrl+C. Returns its exit code.
 run_windows_program() {
     local program reader status=0
     exec 6> >(trap '' INT TERM HUP && exec sed -u 's|\r$||' 7>&-)
@@ -48,7 +47,7 @@ run_windows_program() {
     exec 6>&-
     # shellcheck disable=SC2064 # this program's id, as it is now
     trap "kill -INT $program 2>/dev/null || true" INT TERM HUP
-    # A signal ends a wait; the program goes on to its own end.
+    # A signal interrupts the wait; the program continues until its own end.
     while kill -0 "$program" 2>/dev/null; do
         wait "$program" || true
     done
@@ -65,7 +64,7 @@ run_as_service() {
     field "log files" "$(shown_path "$(unix_path "$TARNWICK_WINEPREFIX" "$(service_data_folder)")/$logs")"
     field ends "${seconds:+after $seconds s, or }with Ctrl+C"
     echo
-    # The program removes the service itself; this is for the case that it can't.
+    # The program removes the service itself; this is for when it couldn't.
     before_end_of_wine() {
         [ "$status" -eq 0 ] ||
             "$root/cmake/wine.sh" "$watch" --remove "$service" >/dev/null 2>&1 </dev/null 7>&-

@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
 """Runs the tests of a build folder on Wine; scripts/test.sh calls it.
 
-ctest selects the tests. Cases of one test program run together in one process, as starting a
-process takes longer than most cases. Each job has a Wine prefix of its own, so tests that run at the
-same time share no machine-wide state: log folder, service names, registry.
+ctest selects the tests. The cases of a test program share a process, because starting a process
+takes longer than most cases. Each job has its own Wine prefix, so concurrent tests share no
+machine-wide state: log folder, service names, registry.
 
-No test gets a second try. A case that failed next to others runs once more alone, to report whether
-it fails alone too; its verdict stays.
+A failed test is never retried. A case that failed next to others runs once more alone, only to
+report whether it fails alone too.
 """
 
 import argparse
@@ -27,28 +27,28 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 WINE = ROOT / "cmake" / "wine.sh"
 KNOWN_CASES = ROOT / "tests" / "known_cases.txt"
-# A process gets cases until these are expected to take so long.
+# Cases are added to a process up to this expected duration.
 SECONDS_PER_PROCESS = 12
-# Of a case of which nothing is known yet.
+# The expected duration of a case that has never run.
 EXPECTED_SECONDS = 0.05
-# For the end of a process after its last case, and for the end of Wine.
+# Limit for the end of a process after its last case, and for the end of Wine.
 END_LIMIT = 60
 STARTED = re.compile(r"\[ RUN      \] (\S+)")
 ENDED = re.compile(r"\[ +(OK|FAILED|SKIPPED) +\] (\S+?)(?:, where .*)?(?: \((\d+) ms\))?$")
 VERDICTS = {"OK": "Passed", "FAILED": "Failed", "SKIPPED": "Skipped"}
-# Properties of ctest's that would change a verdict.
+# ctest properties that would change a verdict.
 UNSUPPORTED = {"WILL_FAIL", "PASS_REGULAR_EXPRESSION", "FAIL_REGULAR_EXPRESSION", "REQUIRED_FILES",
                "FIXTURES_CLEANUP"}
 QUIET = {"stdin": subprocess.DEVNULL, "stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
 
 
 class Test:
-    """One test of ctest's list."""
+    """A test in ctest's list."""
 
     def __init__(self, number, entry):
         self.number = number
         self.name = entry["name"]
-        # ctest's names of parameterized cases end with the parameter, which says nothing new.
+        # ctest appends the parameter to the names of parameterized cases; it adds no information.
         self.shown = self.name.split("  # GetParam()")[0]
         self.command = entry.get("command", [])
         values = {each["name"]: each["value"] for each in entry.get("properties", [])}
@@ -68,7 +68,7 @@ class Test:
 
     @property
     def program(self):
-        """The test program of a case; of another test its name up to the first dot."""
+        """The test program of a case. For another test its name up to the first dot."""
         return pathlib.Path(self.command[1]).stem if self.case else self.name.split(".")[0]
 
 
@@ -91,7 +91,7 @@ class Prefix:
         self.environment = dict(
             os.environ, TARNWICK_WINEPREFIX=str(folder), WINEPREFIX=str(folder), WINEDEBUG="-all")
         subprocess.run(["cp", "-al", blank, folder], check=True)
-        # Wine writes into a registry file in place if the file has more than one link.
+        # Wine overwrites a registry file in place if it has more than one link.
         for registry in folder.glob("*.reg"):
             copy = registry.with_suffix(".copy")
             shutil.copy2(registry, copy)
@@ -129,7 +129,7 @@ class Process:
         Process.running.add(self)
 
     def pieces(self):
-        """Yields new output, or nothing in an empty text, until the process has ended."""
+        """Yields new output, perhaps empty, until the process has ended."""
         ended = False
         while not ended:
             with contextlib.suppress(subprocess.TimeoutExpired):
@@ -159,13 +159,13 @@ class Process:
             os.killpg(self.child.pid, signal.SIGKILL)
         self.child.wait()
         self.forget()
-        # The processes that it started end with the server.
+        # Its child processes end with the server.
         self.prefix.stop()
         self.prefix.start()
 
 
 def run_single(prefix, test, options):
-    """Runs a test that is no case of a test program."""
+    """Runs a test that isn't a case of a test program."""
     began = time.monotonic()
     limit = float(test.limit or options.timeout)
     process = Process(prefix, test, test.command, options.verbose)
@@ -183,7 +183,7 @@ def run_single(prefix, test, options):
 
 
 class ProgramRun:
-    """One run of a test program with some of its cases. `results` has those that were begun."""
+    """A run of a test program with some of its cases. `results` has those that were started."""
 
     def __init__(self, prefix, tests, options):
         self.tests = {test.case: test for test in tests}
@@ -234,7 +234,7 @@ class ProgramRun:
         self.finish()
 
     def finish(self):
-        """The end of the process must agree with the verdicts, or a case fails for it."""
+        """If the exit code contradicts the verdicts, a case fails."""
         code = self.process.child.returncode
         killed = code == -signal.SIGKILL
         failed = any(not result.good for result in self.results.values())
@@ -295,7 +295,7 @@ class Runner:
                 unit.append(test)
                 expected += self.expected(test)
             units.append(unit)
-        # The long ones first: a short one at the end keeps no job waiting.
+        # The long ones first, so that all jobs end at about the same time.
         return sorted(units, key=lambda unit: -sum(map(self.expected, unit)))
 
     # ---- reports ----
@@ -349,13 +349,13 @@ class Runner:
                 self.note(test, f"run alone after that: {alone.verdict}")
 
     def may_begin(self, unit):
-        """Whether its fixtures have been set up, or have failed, and no other holds its locks."""
+        """Whether its fixtures are set up, or have failed, and its locks are free."""
         waiting = any(setup.sets_up & unit[0].requires and setup not in self.results
                       for setup in self.setups)
         return not waiting and not unit[0].locks & self.held
 
     def take_unit(self):
-        """The next unit that may begin; none at the end."""
+        """The next unit that may start; None at the end."""
         while not self.stopped and not Process.ending:
             with self.lock:
                 if not self.units:
@@ -425,7 +425,7 @@ class Runner:
 
 
 def select(prefix, options):
-    """The tests that ctest selects. It asks test programs for their cases if they are new."""
+    """The tests that ctest selects. It queries new test programs for their cases."""
     command = ["ctest", "--test-dir", options.build, "--show-only=json-v1", *options.selection]
     answer = subprocess.run(command, env=prefix.environment, stdin=subprocess.DEVNULL,
                             stdout=subprocess.PIPE, text=True, check=False)
@@ -467,8 +467,8 @@ def compare_with_known(counts, exact):
             print(f"{name}: {now} tests, {before} in {KNOWN_CASES.relative_to(ROOT)}")
             wrong = wrong or now < before or exact
     if wrong:
-        print("If that is meant, scripts/test.sh --count writes the new numbers; commit them with the "
-              "change and say why tests went.")
+        print("If this is intended, run scripts/test.sh --count, commit the new numbers with the "
+              "change, and state why tests were removed.")
     return wrong
 
 
@@ -526,7 +526,7 @@ def main(options, prefixes):
 
 
 def with_prefixes(options):
-    """Makes the prefixes, runs, and leaves no process and no folder."""
+    """Creates the prefixes, runs the tests, removes all processes and folders."""
     for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
         signal.signal(number, lambda signal_number, _: sys.exit(128 + signal_number))
     folder = pathlib.Path(tempfile.mkdtemp(prefix=f"wine-{os.getpid()}-", dir=ROOT / "build"))

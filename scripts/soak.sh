@@ -1,19 +1,19 @@
 #!/bin/bash
-# Runs the service for a long time under load and judges what it used.
+# Runs the service for a long time under load and checks its resource use.
 #
-#   scripts/soak.sh [--minutes N]    10 minutes unless told otherwise
+#   scripts/soak.sh [--minutes N]    default: 10 minutes
 #
-# Four threads of the development controller log without a break, so that a file is closed and
-# compressed every few seconds. The log folder is filled up beforehand, so that retention has
-# something to take away. The service is stopped and started from time to time. Its handles, threads,
-# private memory and log folder are sampled once a second.
+# Four threads of the development controller log continuously, so that a file is closed and compressed
+# every few seconds. The log folder is full at the start, so that retention has files to delete. The
+# service is restarted from time to time. Its handles, threads, private memory and log folder are
+# sampled every second.
 #
-# The result is a verdict, a picture (out/soak/soak.svg) and the table behind it
-# (out/soak/samples.csv). The exit code is 0 if nothing grew, nothing was lost and every limit was
-# kept. docs/soak.md tells what each check means.
+# The results are a verdict, a chart (out/soak/soak.svg) and its samples (out/soak/samples.csv). The
+# exit code is 0 if nothing grew, nothing was lost and every limit was kept. docs/soak.md explains the
+# checks.
 #
-# It works in a Wine prefix of its own, so that other commands can run beside it. Packages that are
-# missing are installed by apt (as root, or through sudo).
+# It uses its own Wine prefix, so other commands can run at the same time. Missing packages are
+# installed with apt (as root, or through sudo).
 
 soak_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 export TARNWICK_WINEPREFIX=${TARNWICK_WINEPREFIX:-$soak_root/build/wineprefix-soak}
@@ -34,8 +34,8 @@ while [ $# -gt 0 ]; do
     shift
 done
 
-# Lives of one minute, or of two where there is time for five of them. The first half minute of each
-# is its warm-up.
+# A life of the service takes one minute, or two if there is time for five. Its first half minute is a
+# warm-up.
 seconds=$((minutes * 60))
 life=$((minutes < 10 ? 60 : 120))
 

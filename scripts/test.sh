@@ -3,20 +3,20 @@
 #
 #   scripts/test.sh [--traps | --gcc] [--long] [ctest arguments]
 #
-#   scripts/test.sh --traps       in a build that ends a program where the behaviour is undefined
+#   scripts/test.sh --traps       in a build that traps undefined behaviour
 #   scripts/test.sh --gcc         in a build by the second compiler
-#   scripts/test.sh --long        the tests that draw cases or provoke races take their time
+#   scripts/test.sh --long        long form of the tests with random cases or races
 #
-#   scripts/test.sh -R Logger     only tests whose name matches; -E, -L, -LE and -I as ctest has them
-#   scripts/test.sh --rerun-failed    only those that failed in the last run
+#   scripts/test.sh -R Logger     only tests whose name matches; -E, -L, -LE and -I as in ctest
+#   scripts/test.sh --rerun-failed    only the tests that failed in the last run
 #   scripts/test.sh -N            lists the tests of the last build
 #   scripts/test.sh -j1 -V        one at a time, with their output
 #   scripts/test.sh --repeat until-fail:N, --stop-on-failure, --timeout SECONDS
 #   scripts/test.sh --count       writes the number of tests of each program to tests/known_cases.txt
 #
-# Two test programs run at a time, each in a Wine prefix of its own. The exit code is not 0 if a test
+# Two test programs run at a time, each in its own Wine prefix. The exit code is not 0 if a test
 # failed, if none matched, or if a complete run has fewer tests than tests/known_cases.txt says.
-# Packages that are missing are installed by apt (as root, or through sudo).
+# Missing packages are installed with apt (as root, or through sudo).
 
 # shellcheck source=scripts/lib.sh
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -72,7 +72,7 @@ while [ $# -gt 0 ]; do
         --repeat)
             need_value "$@"
             [[ $2 =~ ^until-fail:[1-9][0-9]{0,4}$ ]] ||
-                die "--repeat takes until-fail:N; nothing here tries a failed test again"
+                die "--repeat takes until-fail:N; failed tests are never retried"
             running+=(--rounds "${2#*:}")
             shift
             ;;
@@ -84,7 +84,7 @@ while [ $# -gt 0 ]; do
     shift
 done
 
-# check_patterns: whether all are regular expressions as ctest takes them, which are CMake's.
+# check_patterns: ends the command unless all are regular expressions of ctest, which are CMake's.
 check_patterns() {
     local pattern
     for pattern in "${patterns[@]}"; do
@@ -110,7 +110,7 @@ with_prefix_lock need_prefix
 if [ "$build" = yes ]; then
     heading "Running the tests"
     setarch -R true 2>/dev/null ||
-        field note 'no fixed addresses here: a start of Wine in some 8,000 fails (docs/testing.md)'
+        field note 'no fixed addresses: about one start of Wine in 8,000 fails (docs/testing.md)'
 fi
 case $preset:$count in
     mingw:compare) [ -z "${CI:-}" ] || count=exact ;;

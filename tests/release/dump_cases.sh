@@ -82,7 +82,7 @@ Case_Dump_WhatIsNotKnownIsNamed() {
 Case_Dump_WrongArgumentsAreTold() {
     echo text >"$scratch/text"
     run scripts/read-dump.sh
-    says 'a dump and its symbols are to be named'
+    says 'name a dump and its symbols'
     run scripts/read-dump.sh "$scratch/none" "$(package -symbols.zip)"
     says "no such file: $scratch/none"
     run scripts/read-dump.sh "$scratch/text" "$(package -symbols.zip)"

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Judges a soak run.
+"""Evaluates a soak run.
 
   report.py FOLDER LOGS    reads FOLDER/samples.csv and the log files, prints the verdict and
-                           draws FOLDER/soak.svg; the exit code is 0 if every check held
+                           draws FOLDER/soak.svg; the exit code is 0 if every check passed
   report.py --fill LOGS    fills a log folder up to its limit with old files
 
-docs/soak.md tells what each check means.
+docs/soak.md explains the checks.
 """
 
 import collections
@@ -33,7 +33,7 @@ CHATTERS = 4
 
 
 def fill(logs):
-    """Old files that no run reads, as large together as retention allows."""
+    """Creates old files, unused by the run, up to the limit of retention."""
     logs.mkdir(parents=True)
     for number in range(FILLERS):
         filler = logs / FILLER_NAME.format(number)
@@ -51,7 +51,7 @@ def read_samples(path):
 
 
 def lives(samples):
-    """The samples of each life, its warm-up left out."""
+    """The samples of each life without its warm-up."""
     by_number = collections.defaultdict(list)
     for sample in samples:
         by_number[sample["generation"]].append(sample)
