@@ -1,11 +1,11 @@
-# Makes an import library out of a module definition file alone, so that the executable links
-# without the library whose exports the file lists.
+# Creates an import library from a module definition file only, so that the executable links without
+# the library whose exports the file lists.
 function(add_import_library target definition)
   set(library ${CMAKE_CURRENT_BINARY_DIR}/${target}${CMAKE_STATIC_LIBRARY_SUFFIX})
   if(MSVC)
     set(command ${CMAKE_AR} /nologo /machine:x64 /def:${definition} /out:${library})
   else()
-    # By its name alone, as the path would become part of symbols.
+    # Without its path, which would become part of symbols.
     set(command ${CMAKE_DLLTOOL} --input-def ${definition} --output-lib
                 ${target}${CMAKE_STATIC_LIBRARY_SUFFIX})
   endif()

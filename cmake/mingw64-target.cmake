@@ -1,4 +1,4 @@
-# Shared by the two toolchain files: the target, its libraries, and how its programs run.
+# Shared by both toolchain files: the target, its libraries, and how its programs are run.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 

@@ -1,7 +1,7 @@
-# The same sources give the same bytes, wherever and whenever they are built: debug information
-# names the sources below this folder instead of the checkout's. (A path with a drive letter, as the
-# compiler joins others with the build folder. The compiler cache names sources on the way back from
-# the build folder.)
+# Reproducible builds: the same sources give the same bytes in every folder and at every time. Debug
+# information names the sources below this folder instead of the checkout's. The path has a drive
+# letter, because the compiler joins other paths with the build folder. The compiler cache names
+# sources relative to the build folder.
 set(source_folder_in_symbols "C:/tarnwick-service")
 if(CMAKE_CXX_COMPILER_ID STREQUAL Clang AND NOT MSVC)
   file(RELATIVE_PATH build_folder ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})

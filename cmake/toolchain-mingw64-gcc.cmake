@@ -1,5 +1,5 @@
-# As toolchain-mingw64.cmake, compiled by GCC. The link is clang's: Debian's cross GCC can run no
-# linker but GNU ld, which takes 15 seconds for a test program.
+# Like toolchain-mingw64.cmake, but compiled by GCC. clang links: Debian's cross GCC supports only GNU
+# ld, which takes 15 seconds for a test program.
 include(${CMAKE_CURRENT_LIST_DIR}/mingw64-target.cmake)
 
 set(CMAKE_C_COMPILER ${triple}-gcc-posix)

@@ -9,9 +9,9 @@ set(CMAKE_CXX_COMPILER_TARGET ${triple})
 set(CMAKE_AR llvm-ar-${llvm_version})
 set(CMAKE_RANLIB llvm-ranlib-${llvm_version})
 
-# Each program gets a PDB next to it, with the program's name. It is all the debug information there
-# is: with a symbol table or the DWARF of the run-time libraries in the program, LLDB doesn't take
-# the PDB. Neither file tells a time or a folder; cmake/same_bytes.cmake has the compiler's part.
+# Each program has a PDB next to it, with the program's name. The program itself has no debug
+# information: LLDB ignores the PDB if the program has a symbol table or the DWARF of the run-time
+# libraries. Neither file contains a time or a folder; cmake/same_bytes.cmake has the compiler's part.
 add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-gcodeview>)
 # As in libstdc++, whose std::call_once and std::promise don't link with the platform's own kind.
 add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-femulated-tls>)

@@ -1,6 +1,6 @@
 # add_version_resource(TARGET DESCRIPTION [line...])
-# Gives a program or library the version of the project. As a program takes one resource file only,
-# its other resources are the lines that follow.
+# Gives a program or library the version of the project. A program can have only one resource file, so
+# the lines are its other resources.
 function(add_version_resource target description)
   list(JOIN ARGN "\n" other_resources)
   string(REPLACE "." ", " numbers ${PROJECT_VERSION})
@@ -19,6 +19,6 @@ function(add_version_resource target description)
   set(resource ${CMAKE_CURRENT_BINARY_DIR}/${target}-resource.rc)
   configure_file(${PROJECT_SOURCE_DIR}/version/resource.rc.in ${resource} @ONLY)
   target_sources(${target} PRIVATE ${resource})
-  # Files that the lines name lie beside it.
+  # Files that the lines name are in the same folder.
   target_include_directories(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR})
 endfunction()

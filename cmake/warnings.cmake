@@ -1,5 +1,5 @@
-# The flags of the compiler that builds. Every target of this project links project_options.
-# scripts/lint.sh has a list of its own, which is longer.
+# The compiler flags of the build. Every target of this project links project_options.
+# scripts/lint.sh has its own, longer list.
 add_library(project_options INTERFACE)
 target_compile_features(project_options INTERFACE cxx_std_20)
 set(CMAKE_CXX_STANDARD 20)
@@ -34,15 +34,15 @@ else()
   target_link_options(project_options INTERFACE
                       $<$<NOT:$<BOOL:$<TARGET_PROPERTY:KEEPS_UNCALLED_FUNCTIONS>>>:-Wl,--gc-sections>)
   if(TARNWICK_UNDEFINED_TRAPS)
-    # Not for enumerations: the platform's are sets of flags, and a dump gets what the registry says,
-    # bits without a name included.
+    # Not for enumerations: the platform's are flag sets, and the dump type from the registry may have
+    # unnamed bits.
     target_compile_options(
       project_options INTERFACE -fsanitize=undefined -fno-sanitize=enum
                                 $<IF:$<CXX_COMPILER_ID:GNU>,-fsanitize-undefined-trap-on-error,-fsanitize-trap=undefined>)
   endif()
   if(TARNWICK_COVERAGE)
-    # The product alone, by the ends of its paths; tests that include its headers count those too.
-    # Counting all that the test library brings makes links of minutes out of seconds.
+    # Counts only the product, by the ends of its paths, including its headers in tests. Counting the
+    # test library too turns links of seconds into minutes.
     target_compile_options(
       project_options
       INTERFACE --coverage -fprofile-update=atomic

@@ -97,10 +97,9 @@ def field(package, name):
 def notices(files):
     packages = linked_packages(files)
     line = "=" * 78
-    parts = ["The programs of this package contain libraries of others, linked in. Below are the\n"
-             "notices that come with them, then the licences that the notices refer to. Where a\n"
-             "notice names several licences, the one given at its head is that of the part that is\n"
-             "linked in.\n"]
+    parts = ["The programs of this package are linked with libraries of third parties. Their notices\n"
+             "follow, then the licences to which the notices refer. If a notice names several\n"
+             "licences, the one at its head applies to the linked part.\n"]
     texts, shown = [], set()
     for package in packages:
         title, licence, needed = COMPONENTS[package]

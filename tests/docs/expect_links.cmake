@@ -1,8 +1,8 @@
 # cmake -DFOLDER=FOLDER -P this_file
-# Every link between the documents leads to a file that is there, and to a heading that is there.
+# Every link between the documents leads to an existing file and heading.
 cmake_minimum_required(VERSION 3.24)
 
-# The names by which the headings of a document are linked.
+# The anchors of the headings of a document.
 function(anchors_of document result)
   file(READ ${document} page)
   string(REPLACE ";" "" page "${page}")
@@ -39,7 +39,7 @@ foreach(document IN LISTS documents)
       set(target ${place}/${file})
     endif()
     if(NOT EXISTS ${target})
-      message(SEND_ERROR "${document}: ${link} isn't there")
+      message(SEND_ERROR "${document}: ${link} doesn't exist")
     elseif(link MATCHES "#(.+)")
       set(anchor ${CMAKE_MATCH_1})
       anchors_of(${target} anchors)

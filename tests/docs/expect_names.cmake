@@ -1,6 +1,6 @@
 # cmake -DFOLDER=FOLDER -DBUILD=FOLDER -DCTEST=PROGRAM -P this_file
-# What a document names exists: files and folders of the tree, test programs, tests that a command of
-# scripts/test.sh selects, rows of the measurement.
+# Everything that a document names exists: files and folders of the tree, test programs, tests that a
+# command of scripts/test.sh selects, rows of the measurement.
 cmake_minimum_required(VERSION 3.24)
 
 file(GLOB documents RELATIVE ${FOLDER} ${FOLDER}/*.md ${FOLDER}/docs/*.md ${FOLDER}/*/README.md)
@@ -12,7 +12,7 @@ macro(expect condition_result document what)
   endif()
 endmacro()
 
-# Of all matches of an expression in the page, what stands between its first parentheses.
+# The first group of each match of an expression in the page.
 function(matches_in page expression result)
   string(REGEX MATCHALL "${expression}" found "${page}")
   set(texts "")
@@ -24,7 +24,7 @@ function(matches_in page expression result)
   set(${result} "${texts}" PARENT_SCOPE)
 endfunction()
 
-# Whether ctest selects a test by this pattern.
+# Whether ctest selects any test with this pattern.
 function(selects pattern result)
   execute_process(
     COMMAND ${CTEST} --test-dir ${BUILD} -N -R "${pattern}"
@@ -65,7 +65,7 @@ foreach(document IN LISTS documents)
   endforeach()
 endforeach()
 
-# The rows of the measurement. Sources put a number into some of them.
+# The rows of the measurement. Sources insert a number into some of them.
 file(GLOB sources ${FOLDER}/bench/*/*.cpp)
 set(code "")
 foreach(source IN LISTS sources)

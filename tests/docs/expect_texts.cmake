@@ -1,12 +1,12 @@
 # cmake -DSOURCES=FOLDER -DPAGE=FILE [-DMISSING=FILE] -P this_file
-# Every text by which the product tells of a failure stands in the page letter by letter: lines of
-# level E and W, lines of other levels that say "failed", what goes to standard output and to the
-# debugger channel. What a conversion fills in stands there as a word in capitals: N, say, or PATH.
+# The page contains, letter by letter, every text with which the product reports a failure: lines of
+# levels E and W, lines of other levels with "failed", texts on standard output and on the debugger
+# channel. In the page a word in capitals, for example N or PATH, replaces a conversion.
 #
-# A row of the page for a line of the log (| E | `...` |) stands for a text that is in the sources.
+# Each row of the page for a line of the log (| E | `...` |) quotes a text of the sources.
 #
-# With MISSING the page breaks these rules for just the texts that this file lists, and the check is
-# to find each.
+# With MISSING the page breaks these rules for exactly the texts that this file lists, and the check must
+# find each.
 cmake_minimum_required(VERSION 3.24)
 
 # The texts of one source.
@@ -18,16 +18,16 @@ function(texts_of source result)
   string(REPLACE "\\n" "" code "${code}")
   string(REPLACE "\\\"" "'" code "${code}")
   string(REGEX REPLACE "\"[ \n]+L\"" "" code "${code}")
-  # What would end or join the elements of a list of this language.
+  # Characters that separate or join elements of a CMake list.
   string(REPLACE ";" "@" code "${code}")
   string(REGEX REPLACE "[][]" "?" code "${code}")
-  # The texts of a place in the source, which stand before the message.
+  # The texts of a LogSite, which precede the message.
   string(REGEX REPLACE "{(File|L\"[^\"]*\"), (L\"[^\"]*\"|[a-z]+)}" "Site" code "${code}")
 
   string(CONCAT call "(LogError|LogWarning|LogLine|LogTrace|InternalTrace|CrashTrace|SystemTrace|"
          "ConsolePrint|Fail)\\([^@\"]*L\"[^\"]*\"")
   string(REGEX MATCHALL "${call}" found "${code}")
-  # What a debugger sees is put together from pieces.
+  # Texts for the debugger are composed of pieces.
   if(code MATCHES "OutputDebugStringW\\(L|const std::wstring text =")
     string(REGEX MATCHALL "L\"[^\"]*\"" pieces "${code}")
     list(APPEND found ${pieces})
@@ -56,14 +56,14 @@ function(expression_of text result)
   set(${result} "${expression}" PARENT_SCOPE)
 endfunction()
 
-# The text with one letter in the place of all that the page may say in other words.
+# The text with one letter in place of each part that the page may word differently.
 function(plain_form variable)
   string(REGEX REPLACE "%[a-z]+|[0-9]+|[A-Z][A-Z]+" "N" form "${${variable}}")
   string(REPLACE "\"" "'" form "${form}")
   set(${variable} "${form}" PARENT_SCOPE)
 endfunction()
 
-# The texts that rows of the page quote.
+# The texts that the rows of the page quote.
 function(texts_of_rows result)
   set(rows "${page}")
   string(REPLACE ";" "@" rows "${rows}")
