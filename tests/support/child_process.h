@@ -1,4 +1,4 @@
-/// Starting programs and looking at how they end, with all 32 bits of the exit code.
+/// Starts programs and reports how they end, with all 32 bits of the exit code.
 #ifndef TESTS_SUPPORT_CHILD_PROCESS_H
 #define TESTS_SUPPORT_CHILD_PROCESS_H
 
@@ -14,25 +14,24 @@ namespace test {
 
 struct ChildOptions {
     std::map<std::wstring, std::wstring> environment;  ///< added to this process's
-    std::filesystem::path directory;                   ///< working directory; empty: this one's
+    std::filesystem::path directory;                   ///< working directory; empty: this process's
     DWORD creationFlags = 0;
 };
 
-/// A started process. Ended by force in the destructor if it still runs.
+/// A started process. The destructor terminates it if it is still running.
 class Child {
   public:
-    /// `commandLine` as it stands. Throws if it can't start. Standard output and error go to a
-    /// file.
+    /// Starts `commandLine` unchanged. Throws on failure. Standard output and error go to a file.
     explicit Child(std::wstring commandLine, const ChildOptions& options = {});
     ~Child();
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 
-    /// Waits for the end and returns the exit code; throws if it takes longer.
+    /// Waits for the end and returns the exit code. Throws on a timeout.
     std::uint32_t Wait(DWORD limitMs = 60000);
     [[nodiscard]] bool Running() const;
     void Terminate(std::uint32_t exitCode = 1);
-    /// What it has written so far, as bytes.
+    /// The output so far, as bytes.
     [[nodiscard]] std::string Output() const;
     [[nodiscard]] DWORD ProcessId() const noexcept { return processId_; }
     [[nodiscard]] HANDLE Process() const noexcept { return process_.Get(); }
@@ -45,8 +44,8 @@ class Child {
     std::filesystem::path output_;
 };
 
-/// Registers a routine that this test program runs, instead of tests, when it is started by
-/// `StartSelf` under its name. The result is the exit code.
+/// Registers a routine that this test program runs instead of tests when `StartSelf` starts it
+/// under this name. Its result is the exit code.
 ///
 ///     const test::ChildRoutine crash(L"crash", [](const std::vector<std::wstring>& arguments)
 ///     {...});
@@ -56,11 +55,11 @@ class ChildRoutine {
     ChildRoutine(const wchar_t* name, Function function);
 };
 
-/// The command line that starts this program on a child routine.
+/// The command line that starts this program with a child routine.
 [[nodiscard]] std::wstring SelfCommandLine(const std::wstring& name,
                                            const std::vector<std::wstring>& arguments = {});
 
-/// Runs the child routine that the command line names; false if it names none.
+/// Runs the child routine of the command line. False if it names none.
 [[nodiscard]] bool RunChildRoutine(int argc, wchar_t** argv, int& exitCode);
 
 /// Path of the running program.

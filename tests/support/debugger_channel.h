@@ -10,7 +10,7 @@
 
 namespace test {
 
-/// Records what goes to the debugger channel for as long as it lives. Needs the platform hooks.
+/// Records the texts of the debugger channel during its lifetime. Needs the platform hooks.
 class DebuggerChannel {
   public:
     DebuggerChannel()

@@ -3,8 +3,8 @@
 // `__imp_MiniDumpWriteDump`. The import library defines both in one object. Defining only one of
 // them here would pull that object in and define the other one twice.
 //
-// The declaration has another name in this file, so that this definition can't contradict a header
-// that does mark it as imported.
+// The declaration is renamed in this file, so that this definition can't contradict a header that
+// marks it as imported.
 #define MiniDumpWriteDump DeclaredMiniDumpWriteDump
 #include "tests/support/platform_hooks.h"
 #undef MiniDumpWriteDump

@@ -5,13 +5,13 @@
 
 namespace test {
 
-/// Makes a moment out of its parts; the day of the week isn't used.
+/// Builds a time from its parts; the day of the week isn't used.
 [[nodiscard]] inline SYSTEMTIME Moment(WORD year, WORD month, WORD day, WORD hour, WORD minute,
                                        WORD second, WORD millisecond) {
     return {year, month, 0, day, hour, minute, second, millisecond};
 }
 
-/// Stops `GetSystemTime` at one moment for as long as it lives.
+/// Fixes `GetSystemTime` at one time during its lifetime.
 class FixedClock {
   public:
     explicit FixedClock(const SYSTEMTIME& moment)

@@ -16,18 +16,18 @@ namespace {
 
 constexpr std::size_t PageSize = 4096;
 constexpr std::size_t PageCount = std::size_t{1} << 19;  // 2 GiB of addresses
-constexpr std::size_t FirstPage = 1;                     // so that none lies before it
+constexpr std::size_t FirstPage = 1;                     // so that no block is before it
 constexpr unsigned char BeforePattern = 0xFB;
 constexpr unsigned char FreshPattern = 0xCD;
 constexpr unsigned char BehindPattern = 0xFD;
 
 enum class PageState : std::uint8_t { Unused, Used, Freed };
 
-/// What is known of the block that begins on a page.
+/// The data of the block that begins on a page.
 struct Block {
     std::size_t size;
     std::uint32_t alignment;
-    std::uint32_t pages;  ///< those of its own, without the one that can't be touched
+    std::uint32_t pages;  ///< without the inaccessible page
     BlockKind kind;
     PageState state;
 };
@@ -42,7 +42,7 @@ struct Block {
     std::_Exit(static_cast<int>(HeapMisuse));
 }
 
-/// The addresses and what stands there. Made at the first need, never given back.
+/// The addresses and their table. Reserved on first use, never released.
 class Arena {
   public:
     void* Take(std::size_t size, std::size_t alignment, BlockKind kind) {
@@ -65,7 +65,7 @@ class Arena {
         return Fill(first);
     }
 
-    /// False if the block isn't one of this heap.
+    /// False if the block isn't from this heap.
     bool Free(void* block, std::size_t size, std::size_t alignment, BlockKind kind) {
         const auto address = reinterpret_cast<std::uintptr_t>(block);
         const auto begin = reinterpret_cast<std::uintptr_t>(begin_.load());
@@ -104,7 +104,7 @@ class Arena {
         explicit Lock(SRWLOCK& lock) : lock_(lock), lastError_(::GetLastError()) {
             ::AcquireSRWLockExclusive(&lock_);
         }
-        // Like the heap that this one stands in for, it leaves the last error alone.
+        // Like the heap that it replaces, it doesn't change the last error.
         ~Lock() {
             ::ReleaseSRWLockExclusive(&lock_);
             ::SetLastError(lastError_);
@@ -127,8 +127,8 @@ class Arena {
         return begin_ != nullptr && blocks_ != nullptr;
     }
 
-    /// The next pages that hold no block, from where the last one was found: what was freed last is
-    /// used again last.
+    /// The next free pages, starting at the last result, so that freed pages are reused as late as
+    /// possible.
     bool FindRoom(std::size_t pages, std::size_t& first) {
         std::size_t run = 0;
         for (std::size_t step = 0, page = next_; step < PageCount + pages; ++step, ++page) {
@@ -147,7 +147,8 @@ class Arena {
 
     [[nodiscard]] unsigned char* Page(std::size_t index) const { return begin_ + index * PageSize; }
 
-    /// As near to the end of its pages as its alignment lets it. One of no size has an address too.
+    /// The address of the block: as near to the end of its pages as its alignment allows. A block
+    /// of size 0 has an address too.
     [[nodiscard]] unsigned char* Place(std::size_t first) const {
         const Block& block = blocks_[first];
         const std::size_t room = block.pages * PageSize - std::max<std::size_t>(block.size, 1);
@@ -196,9 +197,9 @@ class Arena {
     std::size_t next_ = FirstPage;
 };
 
-// All of it initialised before any code runs: the first block is taken before any constructor.
+// Constant-initialised, because the first block is allocated before any constructor runs.
 constinit Arena arena;
-/// Guards are on until so many blocks have been guarded.
+/// Guards are on until this many blocks have been guarded.
 constinit std::atomic<std::size_t> limit{0};
 constinit std::atomic<const HeapObserver*> observer{nullptr};
 

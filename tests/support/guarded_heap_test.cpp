@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::uint32_t AccessViolation = 0xC0000005;
 
-/// The compiler must neither see nor leave out what is wrong here.
+/// Hides the errors below from the compiler, which could warn or optimise them away.
 template <class Pointer>
 Pointer Unseen(Pointer pointer) {
     volatile Pointer place = pointer;
@@ -94,7 +94,7 @@ const NamedMisuse Misuses[] = {
 };
 
 const ChildRoutine misuseRoutine(L"misuse", [](const std::vector<std::wstring>& arguments) {
-    // Ends the process with the code of the exception, past any debugger that is set up to attend.
+    // Ends the process with the exception code, without any installed debugger.
     ::SetUnhandledExceptionFilter(
         [](EXCEPTION_POINTERS*) -> LONG { return EXCEPTION_EXECUTE_HANDLER; });
     const GuardedHeap guards;
@@ -179,7 +179,7 @@ TEST(GuardedHeap, Threads_TakeAndFreeAtTheSameTime) {
     }
 }
 
-/// Taken before any test begins.
+/// Allocated before any test starts.
 std::unique_ptr<std::vector<int>> plain = std::make_unique<std::vector<int>>(3);
 
 TEST(GuardedHeap, PlainBlockFreedWhileGuardsAreOn_IsNoMistake) {

@@ -1,8 +1,10 @@
-// Switches the guarded heap on while a test runs. What the test library and the run-time library
-// take before that stays plain: it would cost each start of a test program seconds.
+// Turns the guarded heap on during each test. Earlier allocations of the test library and the
+// run-time library stay plain, because guarding them would cost seconds at each start of a test
+// program.
 //
-// TARNWICK_GUARDED_HEAP=0 leaves it off. A test that draws cases by the thousand is guarded for its
-// first blocks only, unless long tests are asked for: a guarded block costs some microseconds.
+// TARNWICK_GUARDED_HEAP=0 leaves it off. Only the first blocks of a test are guarded, unless long
+// tests are requested: a guarded block costs some microseconds, too much for tests with thousands
+// of random cases.
 
 #include <gtest/gtest.h>
 

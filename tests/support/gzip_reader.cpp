@@ -12,7 +12,7 @@ namespace {
 constexpr int GzipOnly = 16 + MAX_WBITS;
 constexpr std::size_t StepSize = 65536;
 
-/// zlib's decompressor, freed on every way out.
+/// zlib's decompressor, freed on every path.
 class Inflater {
   public:
     explicit Inflater(std::string& input) {

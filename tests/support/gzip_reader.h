@@ -5,8 +5,8 @@
 
 namespace test {
 
-/// What a gzip file of one member holds. Throws if the file isn't whole: cut, with something behind
-/// its end, or with a wrong check sum or length.
+/// The contents of a gzip file with one member. Throws if the file is truncated, has trailing
+/// bytes, or has a wrong checksum or length.
 [[nodiscard]] std::string Gunzip(const std::string& file);
 
 }  // namespace test

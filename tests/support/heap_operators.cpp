@@ -1,4 +1,4 @@
-// Every form of new and delete, each handed on with what it says of the block.
+// Every form of new and delete, each forwarded with its information about the block.
 
 #include "tests/support/heap_operators.h"
 

@@ -14,7 +14,7 @@ namespace {
 constexpr DWORD DeletionHeaderSize = 24;
 constexpr int LongestChain = 63;
 
-/// Names differ in case only as little as they do on the disk.
+/// Compares names case-insensitively, like the disk.
 std::wstring Key(std::wstring path) {
     std::transform(path.begin(), path.end(), path.begin(),
                    [](wchar_t letter) { return static_cast<wchar_t>(std::towlower(letter)); });
@@ -41,7 +41,7 @@ std::string Narrow(const std::wstring& path) {
 LinkVolume::LinkVolume()
     : createFile_([this](auto... args) { return Open(args...); }),
       createDirectory_([this](const wchar_t* path, SECURITY_ATTRIBUTES* attributes) {
-          // The end isn't followed: a link there is a name that exists.
+          // The last component isn't followed: a link there is an existing name.
           return CreateDirectoryWHook::Real(Resolve(path, false).c_str(), attributes);
       }),
       deleteFile_([this](const wchar_t* path) {
@@ -156,7 +156,7 @@ HANDLE LinkVolume::Open(const wchar_t* path, DWORD access, DWORD share,
     const std::lock_guard guard(lock_);
     if (opensLink) {
         looks_.emplace_back(path);
-        // Rights are asked of the name itself. The directory on the way may lead elsewhere.
+        // Rights are those of the name itself. Its directory may be a link to another place.
         if (const auto denied = deniedNames_.find(Key(path)); denied != deniedNames_.end()) {
             ::SetLastError(denied->second);
             return INVALID_HANDLE_VALUE;
@@ -192,7 +192,7 @@ DWORD LinkVolume::Read(const Node& node, void* output, DWORD outputSize, DWORD* 
     if (node.tag == 0) {
         return ERROR_NOT_A_REPARSE_POINT;
     }
-    // Tag, length of the data, a reserved word, the data.
+    // Tag, data length, a reserved word, the data.
     const DWORD dataSize = static_cast<DWORD>(node.target.size() * sizeof(wchar_t));
     const DWORD size = 8 + dataSize;
     if (outputSize < size) {

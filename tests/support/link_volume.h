@@ -1,10 +1,10 @@
 /// A volume with mount points and symbolic links, as the platform's calls show it. Not every
-/// machine lets a test make links, so the calls are replaced: what is no link goes to the disk as
-/// it is.
+/// machine lets a test create links, so the calls are replaced. Calls for anything but a link go to
+/// the disk unchanged.
 ///
-/// It behaves as NTFS does. A call follows a link on the way and at the end of a path, unless it
-/// opens the end itself (`FILE_FLAG_OPEN_REPARSE_POINT`). Reading what is no link gives 4390,
-/// deleting a link under another tag 4394, and a deleted link leaves an empty directory or file.
+/// It behaves like NTFS. A call follows a link on the way and at the end of a path, unless it opens
+/// the end itself (`FILE_FLAG_OPEN_REPARSE_POINT`). Reading anything but a link gives 4390,
+/// deleting a link with a wrong tag 4394. A deleted link leaves an empty directory or file.
 #ifndef TESTS_SUPPORT_LINK_VOLUME_H
 #define TESTS_SUPPORT_LINK_VOLUME_H
 
@@ -31,27 +31,28 @@ class LinkVolume {
     LinkVolume(const LinkVolume&) = delete;
     LinkVolume& operator=(const LinkVolume&) = delete;
 
-    /// Puts a link at `path`. What stood there is out of reach from now on, except through handles
-    /// that are open.
+    /// Puts a link at `path`. The previous object is reachable only through open handles from now
+    /// on.
     void Plant(const std::wstring& path, std::uint32_t tag, Kind kind, const std::wstring& target);
     void PlantMountPoint(const std::wstring& path, const std::wstring& target);
     void PlantSymbolicLink(const std::wstring& path, Kind kind, const std::wstring& target);
 
-    /// Every later opening of the link or name itself fails with 5.
+    /// Later attempts to open the link or name itself fail with 5.
     void DenyOpening(const std::wstring& path);
-    /// Every later deletion of the link fails with `error`.
+    /// Later deletions of the link fail with `error`.
     void DenyDeletion(const std::wstring& path, DWORD error);
-    /// Called with the path before each deletion of a link, to change it between look and deletion.
+    /// Called with the path before each deletion of a link, to change it between the check and the
+    /// deletion.
     std::function<void(const std::wstring& path)> beforeDeletion;
 
     [[nodiscard]] bool IsLink(const std::wstring& path) const;
-    /// Where the plain name `path` lies on the disk, links on the way followed.
+    /// The place of the plain name `path` on the disk, with links on the way followed.
     [[nodiscard]] std::filesystem::path OnDisk(const std::wstring& path) const;
-    /// The paths whose end was opened itself, in order, since the last call.
+    /// The paths whose end was opened itself since the last call, in order.
     [[nodiscard]] std::vector<std::wstring> TakeLooks();
 
   private:
-    /// A name that was a link once. Its backing stands for it once the link is deleted.
+    /// A name that was once a link. Its backing replaces it after the link is deleted.
     struct Node {
         std::uint32_t tag = 0;  ///< 0 once the link is deleted
         std::wstring target;

@@ -9,12 +9,12 @@
 
 namespace test {
 
-/// A configuration that touches nothing but what a test switches on: every level passes, no sink,
-/// no retention, no rotation.
+/// A configuration with all levels, but without sinks, retention and rotation. A test turns on what
+/// it needs.
 [[nodiscard]] framework::LoggerConfig QuietConfig();
 
-/// Gives the process a logger as new, before and after: the one object is destroyed (which shuts it
-/// down) and made again in its place.
+/// Gives the process a fresh logger, before and after the test: destroys the one object, which
+/// shuts it down, and creates it again in the same place.
 class FreshLogger {
   public:
     FreshLogger() { Renew(); }
@@ -22,33 +22,33 @@ class FreshLogger {
     FreshLogger(const FreshLogger&) = delete;
     FreshLogger& operator=(const FreshLogger&) = delete;
 
-    /// Shuts the logger down as process exit does, and makes it anew.
+    /// Shuts the logger down as process exit does, and creates it again.
     static void Renew();
 };
 
-/// Configures the one logger to write to a file of its own, and reads the records back.
+/// Configures the logger to write to a separate file, and reads the records back.
 class LogCapture {
   public:
     explicit LogCapture(framework::LoggerConfig config = QuietConfig());
 
-    /// The records so far, each without its time: "[T][quillon] text". The line feed is left out;
-    /// a message with line feeds in it gives one entry.
+    /// The records so far, each without its time and line feed: "[T][quillon] text". A message with
+    /// line feeds is one entry.
     [[nodiscard]] std::vector<std::wstring> Lines() const;
 
-    /// Forgets what has been written up to now.
+    /// Ignores everything written so far.
     void Clear();
 
   private:
     [[nodiscard]] std::wstring Text() const;
 
-    // Outlives the logger: a folder with an open file in it can't be removed.
+    // Outlives the logger, because a folder with an open file can't be removed.
     ScratchFolder folder_;
     FreshLogger logger_;
     std::size_t cleared_ = 0;
 };
 
-/// Splits the text of a log into records and takes their time off. Fails the test if a record
-/// doesn't begin with a time.
+/// Splits the text of a log into records and removes their times. Fails the test if a record has no
+/// time.
 [[nodiscard]] std::vector<std::wstring> SplitRecords(const std::wstring& text);
 
 }  // namespace test

@@ -6,7 +6,7 @@ extern "C" {
 }
 #endif
 
-// Initialised before any code runs: the run-time library's own start-up calls through them too.
+// Constant-initialised, because the run-time library's start-up already calls through them.
 #define TEST_DEFINE_HOOK(module, name) decltype(&::name) __imp_##name = &test::name##Hook::Enter;
 
 extern "C" {
@@ -16,7 +16,7 @@ TEST_PLATFORM_CALLS(TEST_DEFINE_HOOK)
 #ifdef TARNWICK_COVERAGE
 namespace {
 
-/// A process that ends itself at once would take its counts with it.
+/// A process that terminates itself would lose its coverage counts.
 BOOL WINAPI TerminateCounted(HANDLE process, UINT exitCode) {
     if (process == ::GetCurrentProcess()) {
         __gcov_dump();

@@ -1,15 +1,15 @@
-/// Replaces the platform's imported functions, with no change in the product: an object calls an
-/// imported function through the pointer `__imp_NAME`, and a program that defines that pointer
-/// itself wins over the import library.
+/// Replaces the platform's imported functions without a change in the product. An object calls an
+/// imported function through the pointer `__imp_NAME`. If a program defines that pointer itself,
+/// the linker prefers it to the import library.
 ///
 ///     test::ScopedHook<test::CreateThreadHook> hook(
 ///         [](auto...) -> HANDLE { ::SetLastError(8); return nullptr; });
 ///
-/// A call that doesn't report its failure by the last error leaves a spoiled one behind, and a
-/// spoiled `errno`, with or without a replacement.
+/// A call that doesn't report its failure by the last error spoils the last error and `errno`,
+/// replaced or not.
 ///
-/// A replacement reaches the real function as `test::CreateThreadHook::Real(...)`. Set hooks before
-/// the threads that meet them start; a replacement may be entered by several threads at once.
+/// A replacement calls the real function as `test::CreateThreadHook::Real(...)`. Set hooks before
+/// starting the threads that use them. Several threads may run a replacement at once.
 #ifndef TESTS_SUPPORT_PLATFORM_HOOKS_H
 #define TESTS_SUPPORT_PLATFORM_HOOKS_H
 
@@ -36,7 +36,7 @@ class PlatformHook<Call, Result(Args...)> {
   public:
     using Function = std::function<Result(Args...)>;
 
-    /// What `__imp_NAME` points to.
+    /// The target of `__imp_NAME`.
     static Result Enter(Args... args) {
         if constexpr (std::is_void_v<Result>) {
             Run(args...);
@@ -51,7 +51,7 @@ class PlatformHook<Call, Result(Args...)> {
     }
 
     static Result Real(Args... args) {
-        // Not a static of this function: the lock behind one can need a hooked call itself.
+        // Not a local static of this function, because its lock can need a hooked call.
         Pointer function = real.load();
         if (function == nullptr) {
             function = reinterpret_cast<Pointer>(reinterpret_cast<void*>(
@@ -70,7 +70,7 @@ class PlatformHook<Call, Result(Args...)> {
     inline static constinit std::atomic<Pointer> real{nullptr};
 };
 
-/// Sets a replacement for as long as it lives.
+/// Sets a replacement during its lifetime.
 template <class Hook>
 class ScopedHook {
   public:
@@ -86,7 +86,7 @@ class ScopedHook {
 
 }  // namespace test
 
-/// Every platform call that the product makes and reacts to.
+/// Every platform call of the product whose result it checks.
 #define TEST_PLATFORM_CALLS(CALL)                     \
     CALL("kernel32", AddVectoredExceptionHandler)     \
     CALL("kernel32", CloseHandle)                     \

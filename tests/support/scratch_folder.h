@@ -7,7 +7,7 @@
 
 namespace test {
 
-/// A folder of its own for one test, removed with all it holds at the end.
+/// A separate folder for one test, removed with its contents at the end.
 class ScratchFolder {
   public:
     ScratchFolder();
@@ -16,7 +16,7 @@ class ScratchFolder {
     ScratchFolder& operator=(const ScratchFolder&) = delete;
 
     [[nodiscard]] const std::filesystem::path& Path() const noexcept { return path_; }
-    /// The path with a trailing backslash, as the logger takes it.
+    /// The path with a trailing backslash, as the logger expects it.
     [[nodiscard]] std::wstring WithBackslash() const { return path_.wstring() + L'\\'; }
     /// The names in the folder that end in `suffix`, sorted.
     [[nodiscard]] std::vector<std::wstring> Names(const std::wstring& suffix = L"") const;
@@ -29,7 +29,7 @@ class ScratchFolder {
 [[nodiscard]] std::string ReadBytes(const std::filesystem::path& path);
 void WriteFileBytes(const std::filesystem::path& path, const std::string& bytes);
 
-/// The text of a UTF-16 log file without its byte order mark, which must be there.
+/// The text of a UTF-16 log file without its byte order mark. The mark must be there.
 [[nodiscard]] std::wstring ReadLogText(const std::filesystem::path& path);
 
 }  // namespace test

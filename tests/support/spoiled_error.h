@@ -1,5 +1,5 @@
-/// Stand-ins for the platform and for the log leave these values behind, as any real one may: code
-/// that reads the last error after another call then reads a wrong one.
+/// Values that replacements of the platform and of the log leave as the last error, like real
+/// functions may. Code that reads the last error after another call then gets a wrong one.
 #ifndef TESTS_SUPPORT_SPOILED_ERROR_H
 #define TESTS_SUPPORT_SPOILED_ERROR_H
 
@@ -19,7 +19,7 @@ inline void SpoilErrors() {
     ::SetLastError(SpoiledLastError);
 }
 
-/// Spoils them when it goes out of scope.
+/// Spoils them at the end of its scope.
 class SpoilAtEnd {
   public:
     SpoilAtEnd() = default;
@@ -28,7 +28,7 @@ class SpoilAtEnd {
     SpoilAtEnd& operator=(const SpoilAtEnd&) = delete;
 };
 
-/// Whether this result of a platform call says that the last error holds its reason.
+/// Whether this result of a platform call means that the last error holds the reason.
 template <class Result>
 bool IsToldByLastError(const char* name, Result result) {
     if constexpr (std::is_pointer_v<Result>) {
@@ -36,7 +36,7 @@ bool IsToldByLastError(const char* name, Result result) {
     } else if constexpr (std::is_same_v<Result, LONG>) {
         return false;  // a status or an HRESULT
     } else if constexpr (std::is_same_v<Result, DWORD>) {
-        // The path of a module can be cut, which is a failure too.
+        // The path of a module can be truncated, which is also a failure.
         return result == 0 || result == MAXDWORD || std::string_view(name) == "GetModuleFileNameW";
     } else {
         return result == 0;

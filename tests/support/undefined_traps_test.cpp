@@ -1,4 +1,4 @@
-// Part of the build with traps alone, where a test that passes says nothing unless traps are set.
+// Only in the build with traps: there a passed test means nothing unless the traps work.
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::uint32_t IllegalInstruction = 0xC000001D;
 
-/// Adds its argument to the highest number there is.
+/// Adds its argument to the largest number.
 int AddToHighest(const std::vector<std::wstring>& arguments) {
     volatile int number = std::numeric_limits<int>::max();
     number = number + std::stoi(arguments.at(0));

@@ -7,7 +7,7 @@
 namespace test {
 namespace {
 
-/// Of the system's own counter, which tests of times don't replace.
+/// From the system's counter, which tests of times don't replace.
 LONGLONG TicksAtFirstUse() {
     LARGE_INTEGER ticks = {};
     ::QueryPerformanceCounter(&ticks);

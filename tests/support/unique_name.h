@@ -5,8 +5,8 @@
 
 namespace test {
 
-/// `kind` and what makes it a name that no other call has, in any process: what an earlier test
-/// left behind must not be taken for this one's when the system gives its process number once more.
+/// `kind` with a suffix that no other call in any process has. Process ids are reused, so an id
+/// alone could match leftovers of an earlier test.
 [[nodiscard]] std::wstring UniqueName(const std::wstring& kind);
 
 }  // namespace test

@@ -14,14 +14,14 @@ using GzOpen = std::function<gzFile(const char* path, const char* mode)>;
 using GzWrite = std::function<int(gzFile file, voidpc data, unsigned size)>;
 using GzClose = std::function<int(gzFile file)>;
 
-/// The replacements; empty ones let the real function run.
+/// The replacements. Without one the real function runs.
 struct ZlibReplacements {
     GzOpen open;
     GzWrite write;
     GzClose close;
 };
 
-/// Sets replacements for as long as it lives.
+/// Sets replacements during its lifetime.
 class ScopedZlib {
   public:
     explicit ScopedZlib(ZlibReplacements replacements);
