@@ -16,8 +16,8 @@ volatile bool ended = false;
 
 bool EndsAbnormally(const std::function<void()>& call) {
     ended = false;
-    // Comes back a second time if the call ends abnormally. Not setjmp: its way back unwinds, and a
-    // function that must not throw would end the process on that way.
+    // Returns a second time if the call ends abnormally. Not setjmp: longjmp unwinds, and a
+    // function that must not throw would end the process.
     ::RtlCaptureContext(&wayBack);
     if (!ended) {
         waiting = true;
@@ -29,7 +29,7 @@ bool EndsAbnormally(const std::function<void()>& call) {
 
 }  // namespace fuzz
 
-// Stands in for the product's: the linker takes the definition of the program before a library's.
+// Replaces the product's function: the linker prefers the program's definition to a library's.
 void framework::FailFastInvalidParameter() noexcept {
     if (!fuzz::waiting) {
         std::abort();

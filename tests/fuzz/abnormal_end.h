@@ -5,8 +5,8 @@
 
 namespace fuzz {
 
-/// Runs `call` and tells whether it would have ended the process the way an invalid parameter does.
-/// In this program that way leads back here: the frames between are left without any clean-up, so
+/// Runs `call` and returns whether it would have ended the process as an invalid parameter does. In
+/// this program such an end returns here. The frames between are abandoned without clean-up, so
 /// they must not own anything.
 [[nodiscard]] bool EndsAbnormally(const std::function<void()>& call);
 

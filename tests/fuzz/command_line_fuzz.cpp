@@ -1,4 +1,4 @@
-// Command lines of the service host against the plain model of its grammar.
+// Command lines of the service host against a simple model of the grammar.
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@
 namespace fuzz {
 namespace {
 
-// No digits of other scripts: whether the run-time library takes them for digits is its own affair.
+// No digits of other scripts, because their handling is up to the run-time library.
 const std::wstring Characters =
     L"-/runtestlogconsolsleepdumpzevrunzipRUNDSLP 0123456789+\t\n\v\f\r\x00A0\x0130\x0131\x017F"
     L"\x212A\xD800\xDC00";
@@ -58,7 +58,7 @@ std::string Narrow(const wchar_t* text) {
     return narrow;
 }
 
-/// In the words of the model.
+/// In the model's words.
 std::string Describe(const tarnwick::CommandLine& line) {
     constexpr const char* Modes[] = {"usage", "service", "console", "dump", "unpack"};
     std::string text = Modes[static_cast<std::size_t>(line.mode)];
@@ -76,7 +76,7 @@ std::string Describe(const tarnwick::CommandLine& line) {
     return text + (line.error == nullptr ? "" : " error " + Narrow(line.error));
 }
 
-/// An argument ends at its first zero, as one that comes from the system does.
+/// An argument ends at its first null character, like one from the system.
 std::vector<std::wstring> WithoutZeros(const Input& input) {
     std::vector<std::wstring> arguments;
     for (const std::wstring& text : input) {

@@ -1,4 +1,4 @@
-// The three texts of the dump mode: which process, thread and address they come to.
+// The three texts of the dump mode, and the process, thread and address that they become.
 
 #include <gtest/gtest.h>
 
@@ -40,7 +40,7 @@ Input Generate(Random& random) {
     for (std::wstring& text : input) {
         text = random.OneIn(3) ? random.Text(Characters, 18) : random.Pick(Words);
     }
-    // Now and then the third one is missing, as after "-dump 1 2".
+    // Sometimes the third one is missing, as after "-dump 1 2".
     input.resize(random.OneIn(10) ? 2 : 3);
     return input;
 }
@@ -54,9 +54,9 @@ int DigitOf(wchar_t character, unsigned base) {
     return digit < base ? static_cast<int>(digit) : -1;
 }
 
-/// Blanks, a sign, digits; the rest doesn't count. Text that doesn't start so leaves 0. Nothing for
-/// a number of more than `bits` bits, and for "0x": run-time libraries differ there (Wine's reads
-/// "0x12" as 0, that of Windows as 0x12), and nobody relies on either.
+/// Blanks, a sign, digits; the rest is ignored. Text without digits gives 0. No result for a number
+/// of more than `bits` bits, and for "0x": run-time libraries differ there (Wine reads "0x12" as 0,
+/// Windows as 0x12), and no caller relies on it.
 std::optional<std::uint64_t> Scanned(const std::wstring& text, unsigned base, unsigned bits) {
     std::size_t at = 0;
     while (at < text.size() && std::iswspace(text[at]) != 0) {
@@ -81,7 +81,7 @@ std::optional<std::uint64_t> Scanned(const std::wstring& text, unsigned base, un
     return (negative ? 0 - number : number) & most;
 }
 
-/// What the dump mode asks the platform for.
+/// The dump mode's requests to the platform.
 struct Asked {
     std::uint64_t process = 0;
     std::uint64_t thread = 0;
@@ -99,7 +99,7 @@ HANDLE SomeHandle(std::uintptr_t number) {
     return reinterpret_cast<HANDLE>(number);
 }
 
-/// Calls the dump mode on a platform that grants everything and does nothing.
+/// Calls the dump mode on a platform where every call succeeds without effect.
 bool Ask(const Input& input, Asked& asked) {
     const test::ScopedHook<test::OpenProcessHook> process([&](DWORD, BOOL, DWORD id) {
         asked.process = id;
@@ -116,7 +116,7 @@ bool Ask(const Input& input, Asked& asked) {
     const test::ScopedHook<test::MiniDumpWriteDumpHook> dump(
         [&](HANDLE, DWORD, HANDLE, MINIDUMP_TYPE, MINIDUMP_EXCEPTION_INFORMATION* information,
             auto...) {
-            // The record is packed, so nothing may refer to its fields.
+            // The record is packed, so references to its fields are not allowed.
             EXCEPTION_POINTERS* const pointers = information->ExceptionPointers;
             asked.pointers = reinterpret_cast<std::uintptr_t>(pointers);
             ++asked.dumps;

@@ -6,9 +6,10 @@
 
 #ifndef _MSC_VER
 extern "C" {
-/// Where the program is loaded, so that a run finds the same edges again. The linker makes it.
+/// The address at which the program is loaded, so that another run finds the same edges. The linker
+/// defines it.
 extern const char __ImageBase;  // NOLINT(bugprone-reserved-identifier)
-/// The compiler puts a call of this into every basic block.
+/// The compiler inserts a call of this into every basic block.
 void __sanitizer_cov_trace_pc();  // NOLINT(bugprone-reserved-identifier)
 }
 #endif
@@ -20,9 +21,9 @@ constexpr std::size_t MapSize = 1 << 16;
 
 struct EdgeMap {
     std::array<std::uint16_t, MapSize> hits;
-    /// The powers of two that each edge has been seen with.
+    /// The powers of two of each edge's counts so far.
     std::array<std::uint16_t, MapSize> seen;
-    /// The edges of this call, so that the map needn't be walked for each input.
+    /// The edges of this call, so that not the whole map is searched for each input.
     std::array<std::uint16_t, MapSize> touched;
     std::size_t touchedCount;
     std::size_t edgeCount;

@@ -1,8 +1,8 @@
-/// Which ways through the code under test a call has taken. The code is compiled with
-/// `-fsanitize-coverage=trace-pc`, which has it report every basic block that it enters. A build
-/// without that option (any compiler but GCC and Clang) sees no edges, and every input is new.
+/// The paths through the code under test that a call has taken. The code is compiled with
+/// `-fsanitize-coverage=trace-pc`, so it reports every basic block that it enters. A build without
+/// that option (any compiler but GCC and Clang) sees no edges, and every input counts as new.
 ///
-/// For one thread: code under test that runs on others must not be instrumented.
+/// For one thread: code under test that runs on other threads must not be instrumented.
 #ifndef TESTS_FUZZ_EDGE_MAP_H
 #define TESTS_FUZZ_EDGE_MAP_H
 
@@ -10,14 +10,14 @@
 
 namespace fuzz {
 
-/// From here on edges are counted.
+/// Starts counting edges.
 void BeginEdges();
 
-/// Ends the counting. True if an edge was taken that no call before has taken, or was taken more
-/// often, in powers of two.
+/// Stops counting. True if an edge was taken for the first time, or more often than before, by
+/// powers of two.
 bool EndEdges();
 
-/// How many edges have been taken since the program began.
+/// The number of edges taken since the program started.
 [[nodiscard]] std::size_t EdgeCount();
 
 }  // namespace fuzz

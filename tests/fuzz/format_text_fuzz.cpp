@@ -1,4 +1,4 @@
-// Finished texts that are read as formats once more: nothing may be read behind them.
+// Finished texts that are formatted again: nothing may be read past them.
 
 #include <gtest/gtest.h>
 
@@ -27,8 +27,8 @@ Input Generate(Random& random) {
     return {text};
 }
 
-/// What must be printed: a conversion that would read an argument as it stands, one percent sign
-/// for two, and none for one that begins nothing.
+/// The expected output: a conversion that would read an argument unchanged, one percent sign for
+/// two, and none for one without a conversion.
 std::wstring ModelOfPrinted(const std::wstring& text) {
     std::wstring printed;
     for (std::size_t at = 0; at < text.size();) {
@@ -55,7 +55,7 @@ std::wstring ModelOfPrinted(const std::wstring& text) {
     return printed;
 }
 
-/// Text, format and arguments end each at a page that can't be touched.
+/// Text, format and arguments each end at an inaccessible page.
 struct Blocks {
     test::GuardedBlock text;
     test::GuardedBlock format;
@@ -64,7 +64,7 @@ struct Blocks {
 };
 
 std::string Check(const Blocks& blocks, const Input& given) {
-    // A conversion gets a second percent sign: the format can be half as long again.
+    // A conversion gets a second percent sign, so the format can grow by half.
     constexpr std::size_t Longest = test::GuardedBlock::Size / sizeof(wchar_t) * 2 / 3 - 1;
     const std::wstring text =
         given.empty() ? L"" : std::wstring(given[0].substr(0, Longest).c_str());

@@ -1,4 +1,4 @@
-// The fuzzing itself: inputs that come back as they were, mistakes that are found and made small.
+// Tests of the fuzzing itself: inputs that round-trip, errors that are found and minimised.
 
 #include <gtest/gtest.h>
 

@@ -36,7 +36,7 @@ void AppendText(std::string& line, const std::wstring& text) {
     line += '"';
 }
 
-/// Reads from left to right. A mistake is kept.
+/// Reads from left to right. Remembers an error.
 class Reader {
   public:
     explicit Reader(std::string_view line) : rest_(line) {}

@@ -8,14 +8,14 @@
 
 namespace fuzz {
 
-/// What a target is given: some texts. Bytes are texts too, of characters up to 255.
+/// The input of a target: some texts. Bytes are texts of characters up to 255.
 using Input = std::vector<std::wstring>;
 
-/// One line of plain characters: each text in quotes, parted by blanks. `\xHHHH` is a character,
-/// and `\{100}a` stands for a hundred of the character behind it.
+/// One line of plain characters: each text in quotes, separated by blanks. `\xHHHH` is a character,
+/// `\{100}a` is `a` a hundred times.
 [[nodiscard]] std::string Escaped(const Input& input);
 
-/// The other way round; nothing if the line is no escaped input.
+/// The reverse; nothing if the line isn't an escaped input.
 [[nodiscard]] std::optional<Input> FromEscaped(std::string_view line);
 
 [[nodiscard]] std::wstring TextOfBytes(std::string_view bytes);

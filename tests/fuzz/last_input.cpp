@@ -30,7 +30,7 @@ LastInput::~LastInput() {
 void LastInput::Store(const std::string& line) {
     const std::size_t length = std::min(line.size(), Size - 1);
     std::memcpy(view_, line.data(), length);
-    // Blanks over what the one before has left.
+    // Overwrites the rest of the previous input with blanks.
     if (used_ > length) {
         std::memset(view_ + length, ' ', used_ - length);
     }

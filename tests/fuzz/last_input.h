@@ -8,9 +8,9 @@
 
 namespace fuzz {
 
-/// A file in the working folder that holds the present input, written without a call of the
-/// platform. It outlives every end of the process, also those that no handler sees (a stack that is
-/// used up, an end from outside), and is removed at an orderly end.
+/// A file in the working folder with the current input, written without a platform call. It
+/// survives every end of the process, even those that no handler sees (stack overflow, kill), and
+/// is removed at a normal exit.
 class LastInput {
   public:
     explicit LastInput(const std::string& name);

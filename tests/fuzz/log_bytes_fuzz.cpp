@@ -1,5 +1,5 @@
-// Files that quillon-log opens: any bytes as a plain log, compressed ones that are torn, damaged or
-// no such thing at all.
+// Files for quillon-log: any bytes as a plain log, compressed files that are truncated, damaged, or
+// not gzip at all.
 
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -22,10 +22,10 @@ const std::wstring Characters = L"abc\n\x0001\x001F\x007F\x0080\x008B\x00FE\x00F
 const std::vector<std::wstring> Words = {L"\x001F\x008B\x0008", L"\x001F\x008B",
                                          std::wstring(4, L'\0'), std::wstring(600, L'a')};
 
-/// What a log holds after its byte order mark; where to read from, as a number in decimal; what is
-/// done to the compressed file: "cut N" keeps N bytes, "flip N" changes a bit (a number past the
-/// file's end begins anew at its begin), "split N" makes two members of it, "tail TEXT" adds bytes
-/// after the end, "raw" takes the text for the file itself.
+/// The contents of a log after its byte order mark; the start offset as a decimal number; the
+/// change to the compressed file: "cut N" keeps N bytes, "flip N" changes a bit (N is taken modulo
+/// the file size), "split N" makes two members of it, "tail TEXT" appends bytes, "raw" uses the
+/// text as the file itself.
 Input Generate(Random& random) {
     std::wstring text;
     for (std::size_t count = random.Below(8); count != 0; --count) {
@@ -110,7 +110,7 @@ std::string From(const std::string& bytes, std::size_t offset) {
     return bytes.substr(std::min(offset, bytes.size()));
 }
 
-/// What is wrong with reading `bytes` after something was done to the compressed file.
+/// The error in reading `bytes` after a change to the compressed file.
 std::string CheckCompressed(const std::string& bytes, std::size_t offset, const std::wstring& way) {
     std::string file = Gzip(bytes);
     const std::size_t number = NumberIn(way);
@@ -141,7 +141,7 @@ std::string CheckCompressed(const std::string& bytes, std::size_t offset, const 
                    : "a cut file of " + size + " bytes";
     }
     if (isFlipped) {
-        // A bit in the head can be one that doesn't matter; anywhere else the check sum knows.
+        // Not every bit of the header matters; the checksum detects changes anywhere else.
         constexpr std::size_t EndSize = 8;
         const bool inEnd = number / 8 % file.size() >= file.size() - EndSize;
         const bool isRight = inEnd ? read.isDamaged && read.bytes == expected
@@ -164,7 +164,7 @@ std::string Check(const Input& given) {
     if (plain.bytes != From(bytes, offset) || plain.isDamaged) {
         return "a plain log";
     }
-    // Anything may be read from text without a mark, but it has an end.
+    // Text without a mark may be read as anything, but reading must end.
     static_cast<void>(ReadFrom(BytesOfText(input[0]), false, offset));
     return CheckCompressed(bytes, offset, input[2]);
 }

@@ -1,4 +1,4 @@
-// The bytes of a log as quillon-log reads them, against a plain way to split them.
+// The bytes of a log as quillon-log reads them, against a simple splitter.
 
 #include <gtest/gtest.h>
 
@@ -34,8 +34,8 @@ const std::vector<std::wstring> Words = {L"[20261120-183005-123]",
                                          L"\n[",
                                          L"\n"};
 
-/// A log's text, then the length of the pieces that it comes in as one character, then a letter:
-/// 'm' for a byte order mark, 'h' for half a character at the end.
+/// The text of a log, then one character with the length of the pieces, then a letter: 'm' for a
+/// byte order mark, 'h' for half a character at the end.
 Input Generate(Random& random) {
     std::wstring text;
     for (std::size_t count = random.Below(12); count != 0; --count) {
@@ -57,7 +57,7 @@ std::string BytesOf(const Input& input) {
     return input[2].find(L'h') == std::wstring::npos ? bytes : bytes + "q";
 }
 
-/// A record with texts of its own.
+/// A record with its own texts.
 struct Kept {
     std::optional<TimePoint> time;
     std::wstring level;
@@ -66,7 +66,7 @@ struct Kept {
     bool cut = false;
 };
 
-/// "20261120-183005-123", if there is such a time.
+/// "20261120-183005-123", if it is a valid time.
 std::optional<TimePoint> TimeOfStamp(const std::wstring& stamp) {
     const auto number = [&stamp](std::size_t at, std::size_t size) {
         return static_cast<unsigned>(std::stoul(stamp.substr(at, size)));
@@ -120,7 +120,7 @@ Kept ModelOfRecordText(std::wstring text) {
     return record;
 }
 
-/// Line by line: one that begins with a time begins a record, any other belongs to the one before.
+/// Line by line: a line with a time starts a record, any other line belongs to the record before.
 std::vector<Kept> ModelOfRecords(const std::wstring& text) {
     std::vector<std::wstring> records;
     for (std::size_t begin = 0; begin < text.size();) {
@@ -147,7 +147,7 @@ Kept Copy(const Record& record) {
             std::wstring(record.message), record.cut};
 }
 
-/// What is wrong with the output of a record.
+/// The error in the output of a record.
 std::string CheckOutput(const Record& record);
 
 std::vector<Kept> ReadInPieces(const std::string& bytes, std::size_t length, std::string& wrong) {
@@ -183,8 +183,8 @@ std::string Text(const std::vector<Kept>& records) {
     return text;
 }
 
-/// Reads one JSON object whose values are texts, `true` or `null`, as strictly as the format is
-/// defined: the names and values, or nothing if it is none.
+/// Parses one JSON object whose values are texts, `true` or `null`, strictly by the format. Returns
+/// names and values, or nothing if it isn't one.
 std::optional<std::vector<std::wstring>> JsonParts(const std::wstring& line) {
     std::vector<std::wstring> parts;
     std::size_t at = 1;
@@ -279,7 +279,7 @@ std::string Check(const Input& given) {
     const bool hasMark = input[2].find(L'm') != std::wstring::npos;
     const bool hasHalf = input[2].find(L'h') != std::wstring::npos;
     std::vector<Kept> expected = ModelOfRecords((hasMark ? L"\xFEFF" : L"") + input[0]);
-    // Half a character is shown only by the record that it cuts.
+    // Only the record that is cut by half a character shows it.
     if (hasHalf && !expected.empty()) {
         expected.back().cut = true;
     }

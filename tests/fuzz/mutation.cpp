@@ -42,7 +42,7 @@ std::wstring NewPiece(const Input& other, const Vocabulary& vocabulary, Random& 
     }
 }
 
-/// A piece again and again: depth, length and count are what limits are made for.
+/// Repeats a piece, to reach limits of depth, length and count.
 void RepeatPiece(std::wstring& text, std::size_t longest, Random& random) {
     const Span span = PieceOf(text, random);
     const std::wstring piece = text.substr(span.begin, span.length);

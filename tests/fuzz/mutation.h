@@ -9,16 +9,16 @@
 
 namespace fuzz {
 
-/// What mutations put into a text besides what stands there already.
+/// Texts that mutations insert, besides pieces of the input.
 struct Vocabulary {
     std::vector<std::wstring> words;
     std::wstring characters;
-    std::size_t longest = 4096;  ///< no text grows beyond this
-    bool fixedCount = false;     ///< the number of texts stays as it is
+    std::size_t longest = 4096;  ///< longest text
+    bool fixedCount = false;     ///< the number of texts doesn't change
 };
 
-/// Changes `input` in one to four places: characters, pieces, whole texts. `other` is an input that
-/// pieces are taken from.
+/// Changes `input` in one to four places: characters, pieces, whole texts. Pieces also come from
+/// `other`.
 void Mutate(Input& input, const Input& other, const Vocabulary& vocabulary, Random& random);
 
 }  // namespace fuzz

@@ -55,7 +55,7 @@ std::string CheckFileNamePart(const std::wstring& path) {
     return part == path.c_str() + begin ? "" : "wrong file name part " + Escaped({part});
 }
 
-/// The platform itself, with more room than any text needs here.
+/// The platform's own result, with a buffer that is large enough for any text here.
 std::string CheckExpansion(const std::wstring& path) {
     std::wstring expected(0x10000, L'\0');
     const DWORD size = ::ExpandEnvironmentStringsW(path.c_str(), expected.data(), 0x10000);

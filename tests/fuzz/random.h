@@ -10,15 +10,15 @@
 
 namespace fuzz {
 
-/// Numbers that a seed decides, the same in every tool chain: the library's distributions are not.
+/// Random numbers from a seed, the same with every tool chain, unlike the library's distributions.
 class Random {
   public:
     explicit Random(std::uint64_t seed) : engine_(seed) {}
 
     std::uint64_t Bits() { return engine_(); }
-    /// From 0 up to, but not with, `count`, which is not 0.
+    /// From 0 to `count` - 1. `count` is not 0.
     std::size_t Below(std::size_t count) { return static_cast<std::size_t>(Bits() % count); }
-    /// Both ends included.
+    /// Both ends are included.
     std::size_t Between(std::size_t first, std::size_t last) {
         return first + Below(last - first + 1);
     }

@@ -1,4 +1,4 @@
-// Records and texts of the log against a printer of its own.
+// Records and texts of the log against a second formatter.
 
 #include <gtest/gtest.h>
 
@@ -26,10 +26,10 @@ const std::vector<std::wstring> Words = {
     L"\n", L"\r\n", L"\r",  L"0",          L"1",          L"-1",      L"7",
     L"42", L"T",    L"E",   L"4294967295", L"2147483648", L"quillon", std::wstring(1, L'\0')};
 
-/// Parts of a time, real ones and others.
+/// Parts of a time, valid and invalid.
 const std::wstring TimeParts = {0, 1, 9, 10, 99, 100, 999, 1000, 2026, 9999, 10000, 0xFFFF};
 
-/// Lengths around every size that the formatter tries, and any other.
+/// Lengths around every buffer size of the formatter, and others.
 std::size_t Length(Random& random) {
     static const std::vector<std::size_t> Limits = {1, 1024, 2048, 4096, 8192, 16384};
     if (random.OneIn(3)) {
@@ -61,7 +61,7 @@ std::wstring Name(Random& random) {
                             : random.Text(Characters, 8);
 }
 
-/// Time, tag, component, file, function, line, format, arguments. A file of "-" is none.
+/// Time, tag, component, file, function, line, format, arguments. The file "-" means none.
 Input Generate(Random& random) {
     Input input = {random.Text(TimeParts, 8),
                    Name(random),
@@ -80,12 +80,12 @@ WORD TimePart(const std::wstring& text, std::size_t index) {
     return index < text.size() ? static_cast<WORD>(text[index]) : WORD{0};
 }
 
-/// Nothing of a text behind its first zero reaches a function that takes pointers.
+/// Functions that take pointers see a text only up to its first null character.
 std::wstring ToZero(const std::wstring& text) {
     return text.c_str();
 }
 
-/// A format that no caller could have written is taken as plain text, with its percent signs
+/// A format that no caller could have written is used as plain text, with its percent signs
 /// doubled.
 std::wstring WritableFormat(const std::wstring& format) {
     const auto conversions = ConversionsOf(format);
@@ -119,7 +119,7 @@ RecordCall CallOf(Input input) {
     return call;
 }
 
-/// An argument list is an array of eight-byte places on this platform.
+/// On this platform an argument list is an array of eight-byte slots.
 class ArgumentList {
   public:
     explicit ArgumentList(const RecordCall& call) {

@@ -1,4 +1,4 @@
-// Values of any type and size in the registry, read as the settings are.
+// Values of any type and size in the registry, read like the settings.
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ constexpr const wchar_t* Names[] = {L"TraceLevelsMask", L"ExpiredPeriodInDays", 
 
 const std::wstring Characters = L"\x0001\x0004\x0007\x007F\x0080\x00FF";
 
-/// A type as its first character, then the data, a byte for each character.
+/// The type as first character, then the data, one character per byte.
 const std::vector<std::wstring> Words = {std::wstring(L"\x0004\x0007\0\0\0", 5),
                                          std::wstring(L"\x0004\0\0\0\0", 5),
                                          std::wstring(L"\x0004\x00FF\x00FF\x00FF\x00FF", 5),
@@ -31,7 +31,7 @@ const std::vector<std::wstring> Words = {std::wstring(L"\x0004\x0007\0\0\0", 5),
                                          L"\x0004",
                                          L""};
 
-/// The five values; an empty text is a missing one.
+/// The five values; an empty text means a missing one.
 Input Generate(Random& random) {
     Input input(std::size(Names));
     for (std::wstring& value : input) {
@@ -47,7 +47,7 @@ struct Outcome {
 
 constexpr std::uint32_t Untouched = 0xFEEDBEEF;
 
-/// Only a number of at most four bytes counts; what is shorter has zeros above.
+/// Only a number of at most four bytes counts; missing high bytes are zero.
 Outcome ModelOfRead(const std::wstring& text) {
     if (text.empty()) {
         return {ERROR_FILE_NOT_FOUND, Untouched};
@@ -66,7 +66,7 @@ Outcome ModelOfRead(const std::wstring& text) {
     return {ERROR_SUCCESS, value};
 }
 
-/// The platform ends a short text with a zero that it finds missing, and may then want more room.
+/// The platform adds a missing terminating zero to a short text, and may then need more room.
 bool IsAsExpected(const Outcome& is, const Outcome& expected, const std::wstring& text) {
     const bool isText =
         !text.empty() && (text[0] == REG_SZ || text[0] == REG_EXPAND_SZ || text[0] == REG_MULTI_SZ);

@@ -1,4 +1,4 @@
-// What a volume can answer when it is asked for a link's data, and what is made of it.
+// Possible answers of a volume to a query for a link's data, and their interpretation.
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ constexpr std::size_t BufferSize = 16384;
 
 const std::wstring Characters = L"\x0001\x0003\x000C\x001A\x007F\x0080\x00A0\x00C0\x00FF";
 
-/// The bytes of tags, whole and torn.
+/// The bytes of tags, complete and truncated.
 const std::vector<std::wstring> Words = {std::wstring(L"\x0003\0\0\x00A0", 4),
                                          std::wstring(L"\x000C\0\0\x00A0", 4),
                                          std::wstring(L"\x00A0\0\0\x0003", 4),
@@ -28,8 +28,8 @@ const std::vector<std::wstring> Words = {std::wstring(L"\x0003\0\0\x00A0", 4),
                                          std::wstring(8, L'\0'),
                                          std::wstring(BufferSize, L'\x00A0')};
 
-/// The bytes of the answer, then "refused" if the volume refuses the question, and "closed" if the
-/// link can't be opened.
+/// The bytes of the answer, then "refused" if the query fails, and "closed" if the link can't be
+/// opened.
 Input Generate(Random& random) {
     std::wstring bytes;
     for (std::size_t count = random.Below(4); count != 0; --count) {
@@ -61,7 +61,7 @@ std::string Check(const Input& given) {
                 wrong = "asked with a buffer of " + std::to_string(size) + " bytes";
             }
             ::SetLastError(ERROR_NOT_A_REPARSE_POINT);
-            // A refused question may have left something in the buffer.
+            // A failed query may have changed the buffer.
             std::memcpy(output, bytes.data(), bytes.size());
             *returned = answers ? static_cast<DWORD>(bytes.size()) : 0;
             return answers ? TRUE : FALSE;
@@ -82,7 +82,7 @@ std::string Check(const Input& given) {
         return "status " + std::to_string(status);
     }
     const std::size_t size = !opens ? 0 : answers ? bytes.size() : BufferSize;
-    // An empty buffer has no address, which memcmp wouldn't take.
+    // An empty buffer has no address, which memcmp doesn't allow.
     const auto* const got = reinterpret_cast<const char*>(buffer.data());
     if (buffer.size() != size ||
         !std::equal(got, got + std::min(size, bytes.size()), bytes.data())) {

@@ -1,4 +1,4 @@
-// Scripts of the development controller: accepted and refused as its README tells, never more.
+// Scripts of the development controller are accepted and refused exactly as its README says.
 
 #include <gtest/gtest.h>
 
@@ -164,7 +164,7 @@ std::wstring Statement(Random& random) {
     }
 }
 
-/// An action within an action within an action.
+/// Nested actions.
 std::wstring DeepAction(Random& random) {
     std::wstring statement = L"on load ";
     for (std::size_t count = random.OneIn(4) ? 2000 : random.Between(60, 68); count != 0; --count) {
@@ -204,7 +204,7 @@ std::string CheckScript(const std::wstring& text) {
     return is == expected ? "" : Text(is) + ", should be " + Text(expected);
 }
 
-/// A text that the transcript shows can be put into a script again.
+/// A text from the transcript is valid in a script.
 std::string CheckQuoting(const std::wstring& text) {
     const std::string quoted = dev_controller::QuotedUtf8(text);
     const std::optional<std::wstring> wide = dev_controller::WideFromUtf8(quoted);

@@ -101,7 +101,7 @@ bool IsCalls(const std::wstring& text) {
     return first != 0 && (open || (first <= last && last <= Largest32));
 }
 
-/// How many characters a text with escapes has; nothing if one isn't known.
+/// The number of characters of a text with escapes; nothing if an escape is unknown.
 std::optional<std::size_t> UnescapedLength(const std::wstring& text) {
     std::size_t count = 0;
     for (std::size_t at = 0; at < text.size(); ++count) {
@@ -121,7 +121,7 @@ std::optional<std::size_t> UnescapedLength(const std::wstring& text) {
 
 class Line {
   public:
-    /// `calls` gets the routines that the line calls.
+    /// `calls` receives the routines that the line calls.
     Line(std::wstring text, std::set<std::wstring>& calls) : rest_(std::move(text)), calls_(calls) {
         Trim();
     }
@@ -134,7 +134,7 @@ class Line {
         return word;
     }
 
-    /// Whether all that `shape` tells stands on the line, and nothing else.
+    /// Whether the line consists of exactly the parts of `shape`.
     bool Follows(const std::wstring& shape, int depth = 0, bool create = false) {
         for (const wchar_t kind : shape) {
             if (kind == L'o') {
@@ -304,7 +304,7 @@ class Line {
 
 using Routines = std::map<std::wstring, std::set<std::wstring>>;
 
-/// Whether every routine that can be reached from `calls` is there and none comes back to `self`.
+/// Whether every routine reachable from `calls` exists and none calls `self`.
 bool Reaches(const Routines& routines, const std::set<std::wstring>& calls,
              const std::wstring* self, std::set<std::wstring>& seen) {
     return std::all_of(calls.begin(), calls.end(), [&](const std::wstring& name) {

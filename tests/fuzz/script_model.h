@@ -6,10 +6,10 @@
 
 namespace fuzz {
 
-/// What a script comes to: whether it is accepted, and how much of each kind it holds.
+/// The result of parsing a script: whether it is accepted, and how many of each kind it contains.
 struct ScriptOutcome {
     bool accepted = false;
-    std::size_t mistakeLine = 0;  ///< of a refused one, from 1; 0: the script as a whole
+    std::size_t mistakeLine = 0;  ///< of the error, from 1; 0: the script as a whole
     std::size_t pointLines = 0;
     std::size_t importRules = 0;
     std::size_t routines = 0;
@@ -17,7 +17,7 @@ struct ScriptOutcome {
     bool operator==(const ScriptOutcome&) const = default;
 };
 
-/// The script language once more, as a table of what follows each word.
+/// The script language again, as a table of the words and their operands.
 [[nodiscard]] ScriptOutcome ModelOfScript(const std::wstring& text);
 
 }  // namespace fuzz

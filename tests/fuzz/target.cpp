@@ -38,7 +38,7 @@ std::uint64_t Seed() {
     return IsLongRun() ? std::random_device{}() : UsualSeed;
 }
 
-/// The one input that the environment names.
+/// The single input of the environment variable.
 std::optional<Input> GivenInput() {
     std::string line = Environment("TARNWICK_FUZZ_INPUT");
     if (line.empty()) {
@@ -46,7 +46,7 @@ std::optional<Input> GivenInput() {
     }
     if (line.front() == '@') {
         line = test::ReadBytes(line.substr(1));
-        // The file has a fixed size; what isn't used of it is blank or zero.
+        // The file has a fixed size, padded with blanks or zeros.
         line.resize(line.find_last_not_of(std::string(" \r\n\0", 4)) + 1);
     }
     std::optional<Input> input = FromEscaped(line);
@@ -54,7 +54,7 @@ std::optional<Input> GivenInput() {
     return input ? input : Input{};
 }
 
-/// Inputs that have reached something new, to be changed into others.
+/// Inputs that have reached new edges, as the base of mutations.
 class Corpus {
   public:
     void Keep(const Input& input) {
@@ -69,7 +69,7 @@ class Corpus {
         if (inputs_.empty() || random.OneIn(3)) {
             return target.generate(random);
         }
-        // Half of the time one of the latest, which are the deepest.
+        // Half of the time one of the latest, which reach deepest.
         constexpr std::size_t Latest = 16;
         const std::size_t first =
             inputs_.size() > Latest && random.OneIn(2) ? inputs_.size() - Latest : 0;
@@ -90,7 +90,7 @@ void Fail(const Target& target, const Input& input, std::uint64_t seed, std::siz
                   << "\nto see it again: TARNWICK_FUZZ_INPUT='" << line << "'";
 }
 
-/// Returns the number of the inputs that were tried.
+/// Returns the number of inputs tried.
 std::size_t TryInputs(const Target& target, std::uint64_t seed, std::size_t count, Corpus& corpus) {
     LastInput last(std::string(target.name) + ".last-input");
     Watchdog watchdog(last.Name());
@@ -103,7 +103,7 @@ std::size_t TryInputs(const Target& target, std::uint64_t seed, std::size_t coun
         const std::string wrong = target.check(input);
         if (EndEdges()) {
             corpus.Keep(input);
-            // Too slow for every input, so for those alone that do what none before has done.
+            // Too slow for every input, so only for those that reach something new.
             const test::GuardedHeap guards;
             static_cast<void>(target.check(input));
         }
@@ -124,7 +124,7 @@ void TryTarget(const Target& target) {
     }
     const std::uint64_t seed = Seed();
     const std::size_t count = IsLongRun() ? target.longCount : target.shortCount;
-    // Said before, so that it is known also of a run that doesn't come to its end.
+    // Printed in advance, so that it is known even if the run doesn't finish.
     std::printf("fuzz %s: seed %llu, %llu inputs\n", target.name,
                 static_cast<unsigned long long>(seed), static_cast<unsigned long long>(count));
     std::fflush(stdout);

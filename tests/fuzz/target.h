@@ -11,28 +11,27 @@
 
 namespace fuzz {
 
-/// One thing that inputs are thrown at.
+/// A fuzzing target.
 struct Target {
     const char* name;
-    /// An input of the shape that the code under test is made for.
+    /// A valid input for the code under test.
     std::function<Input(Random&)> generate;
-    /// Gives the input to the code under test. What is wrong with the outcome; empty: nothing.
-    /// Takes every input, not only those of the right shape.
+    /// Runs the code under test. Returns the error, or an empty text. Accepts every input, valid or
+    /// not.
     std::function<std::string(const Input&)> check;
     Vocabulary vocabulary;
-    std::size_t shortCount;  ///< inputs of an ordinary run
+    std::size_t shortCount;  ///< inputs of a short run
     std::size_t longCount;   ///< inputs of a long run
 };
 
-/// Fuzzes as the environment says and fails the running test at the first input that isn't taken
-/// rightly, with a line that replays it.
+/// Fuzzes as the environment variables say. Fails the running test at the first input with an
+/// error, with a command line that replays it.
 ///
-/// TARNWICK_LONG_TESTS=1 takes the long count and a seed of its own, TARNWICK_SEED gives the seed,
-/// TARNWICK_FUZZ_INPUT one escaped input instead of any other, or, after an '@', the file that it
-/// stands in.
+/// TARNWICK_LONG_TESTS=1 selects the long count and a random seed, TARNWICK_SEED sets the seed.
+/// TARNWICK_FUZZ_INPUT is a single escaped input or, after an '@', a file with one.
 void TryTarget(const Target& target);
 
-/// What `check` says of an input that it fails, made smaller while it still fails.
+/// The error of `check` for a failing input, which is minimised while it still fails.
 [[nodiscard]] Input Shrunk(const Target& target, Input input);
 
 }  // namespace fuzz

@@ -10,19 +10,18 @@
 
 namespace fuzz {
 
-/// Ends the process if one input takes longer than `LimitSeconds`: a hang is a finding like any
-/// other.
+/// Ends the process if one input takes longer than `LimitSeconds`, because a hang is an error too.
 class Watchdog {
   public:
     static constexpr int LimitSeconds = 30;
 
-    /// `inputFile` is named when the limit is passed.
+    /// The message at the limit names `inputFile`.
     explicit Watchdog(std::string inputFile);
     ~Watchdog();
     Watchdog(const Watchdog&) = delete;
     Watchdog& operator=(const Watchdog&) = delete;
 
-    /// The next input has begun.
+    /// Called at the start of each input.
     void Mark() noexcept { ++inputs_; }
 
   private:

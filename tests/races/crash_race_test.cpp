@@ -1,5 +1,5 @@
-// A crash while other threads log and the files are being switched: one dump, the exception's code,
-// and a log that loses nothing.
+// A crash while other threads log and files are switched: one dump, the exception code, and a log
+// without losses.
 
 #include <gtest/gtest.h>
 
@@ -29,11 +29,11 @@ void Crash() {
     *reinterpret_cast<volatile int*>(nowhere) = 1;
 }
 
-/// Where the crash is: in a thread that has nothing to do with the log, in two such threads at
-/// once, or inside of a switch of files, in one of its platform calls.
+/// The place of the crash: a thread that doesn't log, two such threads at once, or a platform call
+/// inside a file switch.
 struct CrashPlace {
     const wchar_t* name;
-    bool insideSwitch;  ///< what is logged from there stays behind
+    bool insideSwitch;  ///< records from there are lost
 };
 
 constexpr CrashPlace Places[] = {{L"outside", false},
@@ -60,7 +60,7 @@ class CrashStep {
     std::atomic<int> left_;
 };
 
-/// Dumps in no time. Each call leaves a byte behind.
+/// Writes dumps in no time. Each call writes one byte.
 BOOL WriteQuickDump(HANDLE file, const std::filesystem::path& calls) {
     DWORD written = 0;
     test::WriteFileHook::Real(file, "MDMP", 4, &written, nullptr);
@@ -68,7 +68,7 @@ BOOL WriteQuickDump(HANDLE file, const std::filesystem::path& calls) {
     return TRUE;
 }
 
-/// Arguments: those of a writing child, the place of the crash, "quick" for a dump in no time.
+/// Arguments: those of a writing child, the place of the crash, "quick" to replace the real dump.
 int RunAndCrash(const std::vector<std::wstring>& arguments) {
     test::WritingChild child(arguments);
     const std::wstring place = arguments.at(4);
@@ -120,7 +120,7 @@ int RunAndCrash(const std::vector<std::wstring>& arguments) {
 
 const test::ChildRoutine crashing(L"write-and-crash", RunAndCrash);
 
-/// Takes the crash path's own lines out and returns how many crashes they tell.
+/// Removes the crash path's own lines and returns the number of crashes in them.
 std::size_t TakeCrashLinesOut(std::map<unsigned, test::LogFileContent>& files) {
     std::size_t crashes = 0;
     for (auto& [number, file] : files) {

@@ -1,5 +1,5 @@
-// The end of the process while threads still log. Logging ends without a lock, as no other thread
-// is expected to log by then: what such a thread logs may be lost, the end must not be.
+// The end of the process while threads still log. Shutdown takes no lock, because no other thread
+// should log by then. Records of such a thread may be lost; the process must still end in order.
 
 #include <gtest/gtest.h>
 
@@ -18,8 +18,8 @@ namespace {
 constexpr std::uint32_t MoreRecordsThanAnyRun = 100000000;
 constexpr std::uint32_t LongestLifeMicroseconds = 30000;
 
-/// Returns to the run-time library, whose exit handlers end the log, while the writers go on. They
-/// use what no handler takes away.
+/// Returns to the run-time library, whose exit handlers shut the logger down, while the writers
+/// continue. The writers use nothing that a handler destroys.
 int WriteAndReturn(const std::vector<std::wstring>& arguments) {
     auto* const child = new test::WritingChild(arguments);
     const test::Delay life = child->round.DrawDelay(LongestLifeMicroseconds);
@@ -33,8 +33,8 @@ int WriteAndReturn(const std::vector<std::wstring>& arguments) {
 
 const test::ChildRoutine returning(L"write-and-return", WriteAndReturn);
 
-/// A writer that switches the file in the moment in which the last one is closed takes it away from
-/// under the other's compression, and that is told.
+/// If a writer switches files while the last one is closed, the other compression finds its file
+/// missing and logs that.
 void TakeCompressionLinesOut(std::map<unsigned, test::LogFileContent>& files) {
     for (auto& [number, file] : files) {
         std::erase_if(file.records, [](const std::wstring& record) {

@@ -1,4 +1,4 @@
-// A library with a logger of its own. Whoever loads it anew finds one that nobody has used yet.
+// A library with its own logger. Each load starts with an unused one.
 
 #include <atomic>
 
@@ -11,7 +11,7 @@ constexpr unsigned MostCalls = 64;
 std::atomic<unsigned> calls;
 std::atomic<const void*> sections[MostCalls];
 
-/// Remembers which lock is made, and lets other threads go on in the middle of it.
+/// Records the lock being created, and lets other threads run meanwhile.
 void WINAPI NotedInitialize(CRITICAL_SECTION* section) {
     constexpr int TurnsGivenUp = 20;
     using Function = void(WINAPI*)(CRITICAL_SECTION*);
@@ -31,7 +31,7 @@ void WINAPI NotedInitialize(CRITICAL_SECTION* section) {
 
 extern "C" {
 
-// The library's own calls go through this pointer; see tests/support/platform_hooks.h.
+// The library's own calls use this pointer; see tests/support/platform_hooks.h.
 decltype(&::InitializeCriticalSection) __imp_InitializeCriticalSection = &NotedInitialize;
 
 /// The one logger.
@@ -39,7 +39,7 @@ __declspec(dllexport) const void* FirstUse() {
     return &framework::Logger::Instance();
 }
 
-/// How many locks have been made inside of the one logger.
+/// The number of locks that were created inside the logger.
 __declspec(dllexport) unsigned LocksMade() {
     const auto* const begin = static_cast<const char*>(FirstUse());
     unsigned made = 0;

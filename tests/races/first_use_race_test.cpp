@@ -22,11 +22,11 @@ Function Find(const Library& library, const char* name) {
         reinterpret_cast<void*>(::GetProcAddress(library.get(), name)));
 }
 
-// A process has one first call; a library that is loaded anew has one each time.
+// A process has only one first call, but a library has one at each load.
 TEST(LoggerRaces, FirstCallsOfInstance_MakeOneLogger) {
     const std::wstring path = test::OwnPath().parent_path() / L"first_use_library.dll";
-    // Each load keeps one of the 1,088 thread-local slots of a process: MinGW's thread library
-    // never gives its own back.
+    // Each load uses one of the 1,088 thread-local slots of a process: MinGW's thread library never
+    // releases its slot.
     test::PlayRounds({.rounds = 300, .longRounds = 1000}, [&path](test::RaceRound& round) {
         const Library library(::LoadLibraryW(path.c_str()));
         ASSERT_NE(library, nullptr);

@@ -12,7 +12,7 @@ constinit std::atomic<std::uint32_t> count{0};
 constinit std::atomic<Acquire> real{nullptr};
 
 void WINAPI DelayedAcquire(SRWLOCK* lock) {
-    // Not a static of this function: the lock behind one can need this function itself.
+    // Not a local static of this function, because its lock can need this function.
     Acquire acquire = real.load();
     if (acquire == nullptr) {
         acquire = reinterpret_cast<Acquire>(reinterpret_cast<void*>(
@@ -44,9 +44,9 @@ std::uint32_t LockDelay::Count() const {
 
 }  // namespace test
 
-// Visual C++ calls the function through its import pointer. The headers of MinGW declare this one
-// without, and the run-time library brings its own way to it, so there the linker puts the
-// replacement in the place of each call (`--wrap`).
+// Visual C++ calls the function through its import pointer. MinGW's headers declare it without one,
+// and the run-time library has its own way to it, so there the linker replaces each call
+// (`--wrap`).
 extern "C" {
 #ifdef _MSC_VER
 decltype(&::AcquireSRWLockExclusive) __imp_AcquireSRWLockExclusive = &test::DelayedAcquire;

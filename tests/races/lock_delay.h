@@ -7,9 +7,9 @@
 
 namespace test {
 
-/// While it lives, every thread waits a time of chance before it takes a reader-writer lock
-/// exclusively. Whoever lets such a lock go between a look and a deed is found out by it. One at a
-/// time.
+/// During its lifetime every thread waits a random time before it acquires a reader-writer lock
+/// exclusively. This exposes code that releases such a lock between a check and an action. Only one
+/// instance at a time.
 class LockDelay {
   public:
     explicit LockDelay(RaceRound& round);
@@ -17,7 +17,7 @@ class LockDelay {
     LockDelay(const LockDelay&) = delete;
     LockDelay& operator=(const LockDelay&) = delete;
 
-    /// How often a lock was taken while it lives.
+    /// The number of acquisitions during its lifetime.
     [[nodiscard]] std::uint32_t Count() const;
 };
 

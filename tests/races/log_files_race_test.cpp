@@ -1,5 +1,5 @@
-// The log's files while several things happen to them at once: records, switches, flushes,
-// retention runs. The platform's calls take a time of chance, most of all those inside of a lock.
+// The log's files during concurrent records, switches, flushes and retention runs. Platform calls
+// take a random time, longest inside a lock.
 
 #include <gtest/gtest.h>
 
@@ -29,7 +29,7 @@ constexpr std::uint32_t RecordsEach = 30;
 constexpr std::uint32_t MaxFileSize = 3000;
 constexpr std::size_t FewestFiles = 4;
 
-/// The one logger, as new, with the records of all writers in a folder of its own.
+/// The logger, in its initial state, with the records of all writers in a separate folder.
 class LogRound {
   public:
     explicit LogRound(framework::LoggerConfig config) {
@@ -42,7 +42,7 @@ class LogRound {
         over_ = true;
     }
     [[nodiscard]] bool Over() const { return over_; }
-    /// Ends logging as the end of the process does.
+    /// Shuts the logger down as the end of the process does.
     static void End() { test::FreshLogger::Renew(); }
 
   private:
@@ -58,7 +58,7 @@ framework::LoggerConfig RacingConfig(const test::ScratchFolder& folder, bool com
     return config;
 }
 
-/// Calls that fail in no race: the product would lose a record.
+/// Calls that must not fail in any race: the product would lose a record.
 class NeverFailingCalls {
   public:
     explicit NeverFailingCalls(RaceRound& round)
@@ -66,7 +66,7 @@ class NeverFailingCalls {
                           OVERLAPPED* position) {
               const BOOL result = test::WriteFileHook::Real(file, data, size, written, position);
               const DWORD error = ::GetLastError();
-              // A retention run that goes on at the end may have something to tell too late.
+              // A retention run that is still active at the end may log after the file is closed.
               EXPECT_TRUE(result != FALSE || file == nullptr) << "WriteFile, error " << error;
               round.Jitter(20).Pass();
               ::SetLastError(error);
@@ -92,8 +92,8 @@ class NeverFailingCalls {
     test::ScopedHook<test::CreateFileWHook> create_;
 };
 
-/// In place of the real flush, which takes as long as the disk does: looks at whether the file
-/// stays open for all of it.
+/// Replaces the real flush, which takes as long as the disk does. Checks that the file stays open
+/// during the whole call.
 class WatchedFlush {
   public:
     explicit WatchedFlush(RaceRound& round)
@@ -119,7 +119,7 @@ TEST(LogRaces, FlushAgainstRotation_LosesNothingAndNeverMeetsAClosedFile) {
         const NeverFailingCalls calls(round);
         const WatchedFlush flush(round);
         LogRound log(RacingConfig(folder, round.Below(2) == 0));
-        // Once at least, wherever the system's turns put it.
+        // At least once, whatever the thread schedule.
         const auto flushUntilOver = [&] {
             do {
                 framework::LogFlush();
@@ -146,7 +146,7 @@ DWORD WINAPI CountedRetentionThread(void* logger) {
     return result;
 }
 
-/// Follows retention runs, those on threads and the last one.
+/// Watches retention runs, on threads and at shutdown.
 class RetentionWatch {
   public:
     explicit RetentionWatch(RaceRound& round)
@@ -199,10 +199,10 @@ class RetentionWatch {
     test::ScopedHook<test::DeleteFileWHook> remove_;
 };
 
-/// What retention and rotation left in the middle: some numbers are gone, the file in use is not,
-/// and each file that is left can be read.
+/// The state that retention and rotation have left: some numbers are missing, the current file
+/// exists, and each remaining file is readable.
 void CheckFileInUse(const test::ScratchFolder& folder) {
-    // No new run begins without a record.
+    // No new run starts without a record.
     while (liveRetentionThreads != 0) {
         ::SwitchToThread();
     }
@@ -221,7 +221,7 @@ TEST(LogRaces, RetentionAgainstRotation_RunsOnceAtATimeAndSparesTheFileInUse) {
         const test::ScratchFolder folder;
         framework::LoggerConfig config = RacingConfig(folder, round.Below(2) == 0);
         config.DisableLogRetention = false;
-        // Every file that isn't in use is too old, or (plain ones only) too much.
+        // Every file that isn't in use is too old, or (only plain ones) over the limit.
         config.ExpiredPeriodInDays = config.CompressRotatedLogs || round.Below(2) == 0 ? 0 : 70;
         config.MaxLogFilesSize = 2 * MaxFileSize;
         const NeverFailingCalls calls(round);

@@ -11,13 +11,13 @@ bool IsPending(DWORD state) {
     return state == SERVICE_START_PENDING || state == SERVICE_STOP_PENDING;
 }
 
-/// A start has one way to go, a stop can come at any time, and nothing leads back.
+/// A start has one order, a stop can come at any time, and no state returns to an earlier one.
 bool MayFollow(DWORD before, DWORD state) {
     switch (state) {
         case SERVICE_START_PENDING:
             return before == SERVICE_STOPPED;
         case SERVICE_RUNNING:
-            // Last: a forced stop can be reported between the two reports of a start.
+            // Last, because a forced stop can be reported between the two reports of a start.
             return before == SERVICE_START_PENDING || before == SERVICE_STOPPED;
         case SERVICE_STOP_PENDING:
             return before != SERVICE_START_PENDING;
@@ -39,7 +39,7 @@ auto Fields(const SERVICE_STATUS& report) {
                     report.dwWaitHint);
 }
 
-/// The stop permission repeats the record with its own bit and nothing else.
+/// The stop permission repeats the record with only its own bit added.
 bool RepeatsWithStopAllowed(const SERVICE_STATUS& before, const SERVICE_STATUS& report) {
     SERVICE_STATUS allowed = before;
     allowed.dwControlsAccepted |= SERVICE_ACCEPT_STOP;

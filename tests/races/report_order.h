@@ -11,7 +11,7 @@ namespace test {
 inline constexpr SERVICE_STATUS Unreported = {
     SERVICE_WIN32_OWN_PROCESS, SERVICE_STOPPED, SERVICE_ACCEPT_SHUTDOWN, 0, 0, 0, 0};
 
-/// What is wrong with a report that follows another; empty if nothing is.
+/// The error in a report that follows another one; empty if there is none.
 [[nodiscard]] std::string BreachOfOrder(const SERVICE_STATUS& before, const SERVICE_STATUS& report);
 
 }  // namespace test

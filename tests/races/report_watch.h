@@ -12,17 +12,17 @@
 
 namespace test {
 
-/// The Service Control Manager's side of a race: takes every report down and looks at each as it
-/// comes in.
+/// The Service Control Manager's side of a race: records every report and checks each one on
+/// arrival.
 class ReportWatch {
   public:
-    /// `during` runs inside of each report, under whatever lock the service holds there.
+    /// `during` runs inside each report, with the locks that the service holds there.
     explicit ReportWatch(std::function<void()> during);
 
     [[nodiscard]] std::vector<SERVICE_STATUS> Reports() const;
-    /// What was wrong, each with the reports between which it stands.
+    /// The errors, each with the reports before and after it.
     [[nodiscard]] std::string Breaches() const;
-    /// All reports so far, one a line.
+    /// All reports so far, one per line.
     [[nodiscard]] std::string Describe() const;
 
     Signal running;  ///< set inside the report of SERVICE_RUNNING

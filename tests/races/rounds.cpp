@@ -14,7 +14,7 @@
 namespace test {
 namespace {
 
-constexpr std::uint32_t NoDelayShare = 3;  ///< one delay in so many is none
+constexpr std::uint32_t NoDelayShare = 3;  ///< one in this many delays is zero
 
 std::optional<std::uint32_t> NumberFrom(const char* name) {
     const char* const text = std::getenv(name);
@@ -28,9 +28,9 @@ std::string ReplayText(std::uint32_t seed, std::uint32_t round) {
     return "TARNWICK_SEED=" + std::to_string(seed) + " TARNWICK_ROUND=" + std::to_string(round);
 }
 
-/// Ends the process if a round takes too long. One thread for all rounds, so it goes past what the
-/// rounds put in the place of platform calls, waits of the C++ library included: it would be inside
-/// of a replacement when that goes.
+/// Ends the process if a round takes too long. It uses one thread for all rounds, so it must avoid
+/// the replacements of platform calls, even those under waits of the C++ library: a replacement
+/// would be removed while that thread is inside.
 class Watchdog {
   public:
     explicit Watchdog(DWORD limitMs) : limitMs_(limitMs) { EXPECT_TRUE(begun_.Wait()); }
@@ -60,7 +60,7 @@ class Watchdog {
         }
     }
 
-    // What the round itself has to tell may meet the very lock on which it hangs.
+    // The report of the round may need the lock on which the round hangs.
     [[noreturn]] void GiveUp(RaceRound& round) const {
         constexpr DWORD TellLimitMs = 5000;
         std::fprintf(stderr, "The round hangs after %lu ms; to repeat it: %s\n", limitMs_,
@@ -120,7 +120,8 @@ Delay RaceRound::DrawDelay(std::uint32_t longest) {
 }
 
 Delay RaceRound::Jitter(std::uint32_t longest) noexcept {
-    // The last steps of a well-known mixing function: neighbours give unlike numbers.
+    // The last steps of a well-known mixing function, so that neighbouring seeds give unrelated
+    // numbers.
     std::uint32_t mixed = seed_ + number_ * 2654435761U + ++jitters_ * 40503U;
     mixed = (mixed ^ (mixed >> 16)) * 0x85EBCA6BU;
     mixed = (mixed ^ (mixed >> 13)) * 0xC2B2AE35U;

@@ -1,6 +1,6 @@
-/// Many rounds of one race, each with delays of its own. All delays of a case come from one number,
-/// which is printed: `TARNWICK_SEED` repeats a run, `TARNWICK_ROUND` begins it at a later round.
-/// `TARNWICK_LONG_TESTS=1` plays many more rounds.
+/// Many rounds of a race, each with different delays. All delays of a case derive from one printed
+/// seed: `TARNWICK_SEED` repeats a run, `TARNWICK_ROUND` starts it at a later round,
+/// `TARNWICK_LONG_TESTS=1` runs many more rounds.
 ///
 ///     test::PlayRounds({.rounds = 300, .longRounds = 10000}, [](test::RaceRound& round) {
 ///         test::RunTogether(round, {[] { First(); }, [] { Second(); }});
@@ -20,7 +20,7 @@
 
 namespace test {
 
-/// A time to let pass, at the precision of the clock and with the processor left to others.
+/// A delay, as precise as the clock, that leaves the processor to other threads.
 class Delay {
   public:
     explicit Delay(std::uint32_t microseconds) : microseconds_(microseconds) {}
@@ -30,8 +30,8 @@ class Delay {
     std::uint32_t microseconds_;
 };
 
-/// What chance decides in one round. The same seed and number give the same decisions, in the order
-/// in which they are asked for.
+/// The random decisions of one round. The same seed and number give the same decisions in call
+/// order.
 class RaceRound {
   public:
     RaceRound(std::uint32_t seed, std::uint32_t number);
@@ -39,15 +39,15 @@ class RaceRound {
     [[nodiscard]] std::uint32_t Seed() const noexcept { return seed_; }
     [[nodiscard]] std::uint32_t Number() const noexcept { return number_; }
 
-    /// 0 to `limit` - 1. On the round's own thread, like `DrawDelay`.
+    /// 0 to `limit` - 1. Only on the round's own thread, like `DrawDelay`.
     [[nodiscard]] std::uint32_t Below(std::uint32_t limit);
-    /// Often none at all, at most `longest` microseconds.
+    /// Often 0, at most `longest` microseconds.
     [[nodiscard]] Delay DrawDelay(std::uint32_t longest = 1000);
-    /// The same on any thread, for the inside of a replaced platform call: the order of asking is
-    /// that of the threads.
+    /// The same for any thread, for use inside a replaced platform call. The call order is that of
+    /// the threads.
     [[nodiscard]] Delay Jitter(std::uint32_t longest = 200) noexcept;
 
-    /// What to print if the round hangs, for as long as the guard lives. Called on another thread.
+    /// The text to print if the round hangs, during the guard's lifetime. Called on another thread.
     class HangReport {
       public:
         HangReport(RaceRound& round, std::function<std::string()> tell);
@@ -75,12 +75,12 @@ struct RacePlan {
     DWORD roundLimitMs = 60000;
 };
 
-/// Plays until all rounds are over or one has failed. A round that takes longer than its limit ends
-/// the process with a failure, after all that is known of it has been printed.
+/// Plays until all rounds are over or one has failed. If a round exceeds its limit, prints all that
+/// is known of it and ends the process with a failure.
 void PlayRounds(const RacePlan& plan, const std::function<void(RaceRound&)>& play);
 
-/// Runs each routine on a thread of its own, all released together and then held back by a delay
-/// each, and waits for their ends.
+/// Runs each routine on its own thread, all released together and then delayed by a random time,
+/// and waits for them to end.
 void RunTogether(RaceRound& round, const std::vector<std::function<void()>>& routines);
 
 }  // namespace test

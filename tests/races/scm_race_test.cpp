@@ -1,5 +1,5 @@
-// The same races with the real executable under the real Service Control Manager: a few rounds, as
-// each takes a start of the process. The manager's own view comes first; the reports are those that
+// The same races with the real executable under the real Service Control Manager. Only a few
+// rounds, because each one starts a process. Checks the manager's view first, then the reports that
 // the executable has sent.
 
 #include <gtest/gtest.h>
@@ -25,8 +25,8 @@ std::string Milliseconds(RaceRound& round) {
     return std::to_string(round.Below(LongestStepMs));
 }
 
-/// Sends a stop as often as it takes until it is accepted: not before the library allows it. False
-/// if the service has stopped by itself.
+/// Sends stops until one is accepted; the library must allow it first. False if the service has
+/// stopped by itself.
 bool StopOnceAllowed(test::Service& service) {
     const ULONGLONG limit = ::GetTickCount64() + WaitLimitMs;
     while (::GetTickCount64() < limit) {
@@ -53,12 +53,12 @@ SERVICE_STATUS Record(const test::StatusReport& report) {
             static_cast<DWORD>(report.waitHint)};
 }
 
-/// The service as the manager and the transcript tell it after its end.
+/// The service at its end, by the manager and by the transcript.
 void CheckEnd(const test::HostFolder& host, const test::Service& service) {
     EXPECT_EQ(service.WaitFor(SERVICE_STOPPED).dwCurrentState, static_cast<DWORD>(SERVICE_STOPPED));
     EXPECT_EQ(service.WaitForExit(), 0U);
     const std::vector<test::StatusReport> reports = host.ReadTranscript().StatusReports();
-    // A service that has reported nothing is stopped too.
+    // A service without a report would also count as stopped.
     ASSERT_FALSE(reports.empty()) << "no report is in the transcript";
     SERVICE_STATUS before = test::Unreported;
     for (const test::StatusReport& report : reports) {

@@ -1,5 +1,5 @@
-// Starts, stops, forced stops and the stop permission beside each other. Whatever the order, every
-// report follows from the one before, the last one is SERVICE_STOPPED, and nothing hangs.
+// Concurrent starts, stops, forced stops and stop permissions. In any order, each report is a valid
+// successor of the one before, the last one is SERVICE_STOPPED, and nothing hangs.
 
 #include <gtest/gtest.h>
 
@@ -42,7 +42,7 @@ TEST(ServiceRaces, StopDuringStart_EndsStopped) {
     });
 }
 
-// The manager sends its controls one after the other; the service doesn't count on it.
+// The manager sends its controls one after the other, but the service doesn't rely on it.
 TEST(ServiceRaces, ShutdownDuringStop_EndsStoppedAfterTheLaterOne) {
     PlayRounds(Plan, [](RaceRound& round) {
         ServiceRound service(round);
@@ -57,9 +57,9 @@ TEST(ServiceRaces, ShutdownDuringStop_EndsStoppedAfterTheLaterOne) {
     });
 }
 
-// A library that gives up before SERVICE_RUNNING was told is reported as stopped and then as
-// running: nothing holds the start's second report back. Such a service runs on until it is
-// stopped, so the round stops it.
+// If the library requests a forced stop before SERVICE_RUNNING, the service is reported as stopped
+// and then as running, because nothing suppresses the start's second report. Such a service runs
+// until it is stopped, so the round stops it.
 TEST(ServiceRaces, ForcedStopDuringStart_IsReportedOnceWhereverItFalls) {
     PlayRounds(Plan, [](RaceRound& round) {
         ServiceRound service(round);
@@ -98,7 +98,7 @@ TEST_P(ForcedStopRaces, ForcedStop_IsReportedOnceAndTheActionsOwnReportToo) {
     });
 }
 
-// Beside a start and beside a stop, so that the permission meets reports of every kind.
+// During a start and during a stop, so that the permission meets reports of every kind.
 TEST(ServiceRaces, StopPermissionFromFourThreads_IsGivenToEachAndStays) {
     PlayRounds(Plan, [](RaceRound& round) {
         ServiceRound service(round);

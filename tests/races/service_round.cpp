@@ -15,7 +15,7 @@ using tarnwick::WindowsServiceBase;
 
 constexpr std::size_t InterruptAt = LoaderLayout::Params + 32;
 constexpr std::size_t EnableStopAt = LoaderLayout::Interaction + 48;
-// A start that outlasts the stop is as likely as one that doesn't.
+// A start that outlasts the stop is as likely as a shorter one.
 constexpr std::uint32_t LongestStartMicroseconds = 6000;
 constexpr std::uint32_t LongestStopMicroseconds = 5000;
 constexpr std::uint32_t LongestReportMicroseconds = 60;
@@ -86,7 +86,7 @@ DWORD ServiceRound::EnableStop() const {
 }
 
 void ServiceRound::End() {
-    // The thread of `OnStart` finds the object by itself, so it must have got that far.
+    // The thread of `OnStart` looks the object up itself, so wait until it has done so.
     ASSERT_TRUE(startBegun_.Wait());
     WindowsServiceBase::ResetInstance();
     service_.reset();
@@ -101,7 +101,7 @@ void ServiceRound::End() {
     }
 }
 
-/// Every report has its line, and the lines stand in the order of the reports.
+/// Every report has its line, and the lines are in the order of the reports.
 void ServiceRound::CheckLog() const {
     Lines lines = log_.Lines();
     std::erase_if(lines, [](const std::wstring& line) {

@@ -16,38 +16,38 @@
 
 namespace test {
 
-/// One life of the service, from the making of its object to its end, with a controller library and
-/// a Service Control Manager that are part of the test. The library's calls take a time of chance.
-/// The pending reporter's sleeps take none, so that it reports as often as it can.
+/// One life of the service, from the construction of its object to its end. The controller library
+/// and the Service Control Manager are part of the test. Library calls take a random time. The
+/// pending reporter's sleeps take none, so that it reports as often as possible.
 class ServiceRound {
   public:
     explicit ServiceRound(RaceRound& round);
     ServiceRound(const ServiceRound&) = delete;
     ServiceRound& operator=(const ServiceRound&) = delete;
 
-    /// `Activate` fails, and with it the start.
+    /// Makes `Activate`, and so the start, fail.
     void LetStartFail() { controller_.results["Activate"] = 5; }
 
-    /// What the manager calls: the entry point, and the handler that it has registered.
+    /// The manager's calls: the entry point, and the registered handler.
     void Start();
     void Control(DWORD control);
     void AwaitRunning() const;
-    /// What the library calls.
+    /// The library's calls.
     void Interrupt() const;
     [[nodiscard]] DWORD EnableStop() const;
 
     /// Waits for the end of every thread of an action.
     void AwaitThreads() { threads_.JoinAll(); }
-    /// Ends as the entry point does once the dispatcher has returned, that is while threads of a
-    /// start may still work. Then checks what every life has in common: each report was in order,
-    /// the log tells the reports in their order, and the object went once, after all else.
+    /// Ends like the entry point after the dispatcher has returned: threads of a start may still
+    /// run. Then checks the common conditions: each report was in order, the log lists the reports
+    /// in their order, and the object was destroyed once, after all its uses.
     void End();
 
     [[nodiscard]] std::vector<SERVICE_STATUS> Reports() const { return reports_.Reports(); }
     [[nodiscard]] SERVICE_STATUS LastReport() const { return reports_.Reports().back(); }
     [[nodiscard]] std::size_t CountReports(DWORD state, DWORD exitCode) const;
     [[nodiscard]] std::size_t CountCalls(const std::string& call) const;
-    /// How many reports of the stop permission the log tells.
+    /// The number of stop permissions in the log.
     [[nodiscard]] std::size_t CountAllowances() const;
 
   private:
@@ -64,7 +64,7 @@ class ServiceRound {
     ScopedHook<RegisterServiceCtrlHandlerWHook> registerHook_;
     FakeController controller_;
     LockDelay lockDelay_;
-    // Joins its threads before any of what stands above goes.
+    // Joins its threads before the members above are destroyed.
     ThreadWatch threads_;
     std::shared_ptr<tarnwick::WindowsServiceBase> service_;
     RaceRound::HangReport hangReport_;

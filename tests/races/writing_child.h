@@ -16,15 +16,15 @@ namespace test {
 constexpr std::uint32_t ChildMaxFileSize = 4000;
 constexpr DWORD ChildLimitMs = 30000;
 
-/// A folder and a progress for a child process that writes numbered records, and the arguments by
-/// which the child finds both: the folder, the name of the progress, the seed and the round.
+/// The folder and progress of a child process that writes numbered records, and the arguments from
+/// which the child gets both: folder, name of the progress, seed and round.
 class WritingChildPlace {
   public:
     explicit WritingChildPlace(const RaceRound& round);
 
     [[nodiscard]] std::vector<std::wstring> Arguments() const;
     [[nodiscard]] const ScratchFolder& Folder() const noexcept { return folder_; }
-    /// Where the log files are, and nothing else.
+    /// The folder of only the log files.
     [[nodiscard]] std::filesystem::path Logs() const { return folder_.Path() / L"logs"; }
     [[nodiscard]] const Progress& Written() const noexcept { return progress_; }
 
@@ -36,7 +36,7 @@ class WritingChildPlace {
     Progress progress_;
 };
 
-/// The child's side: reads the arguments and configures the logger.
+/// The child's side: parses the arguments and configures the logger.
 struct WritingChild {
     explicit WritingChild(const std::vector<std::wstring>& arguments);
 
@@ -45,8 +45,8 @@ struct WritingChild {
     RaceRound round;
 };
 
-/// The record of the end can itself switch the file, or stand before another thread's last ones.
-/// Takes all of them out and returns how many there were.
+/// The `End` record can itself switch the file, or precede the last records of another thread.
+/// Removes all `End` records and returns their number.
 std::size_t TakeEndRecordsOut(std::map<unsigned, LogFileContent>& files);
 
 }  // namespace test
