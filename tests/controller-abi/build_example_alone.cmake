@@ -1,8 +1,8 @@
 # cmake -DCOMPILER=... -DABI=folder-of-the-header -DEXAMPLE=source -DPAGE=... -DFOLDER=...
 #       -P build_example_alone.cmake
 #
-# Builds the example library from two files in an otherwise empty folder, with the command that
-# stands on the page for authors, which goes on in a second line.
+# Builds the example library from two files in an otherwise empty folder, with the two-line command
+# in the page for authors.
 cmake_minimum_required(VERSION 3.24)
 
 file(READ ${PAGE} page)

@@ -1,8 +1,8 @@
 # cmake -DCOMPILER=... -DSTANDARD=c11|c++11... -DABI=folder-of-the-header -DFOLDER=...
 #       -P compile_alone.cmake
 #
-# Copies the header into an otherwise empty folder and compiles a source there that includes nothing
-# but it, as the library that defines the exports and as somebody who calls them.
+# Copies the header into an otherwise empty folder and compiles a source there that includes only
+# this header, as the library that defines the exports and as their caller.
 file(REMOVE_RECURSE ${FOLDER})
 file(MAKE_DIRECTORY ${FOLDER})
 file(COPY ${ABI}/orrin_ctrl_abi.h DESTINATION ${FOLDER})

@@ -5,7 +5,7 @@
 namespace dev_controller {
 namespace {
 
-/// The one action that `text` stands for; a wrong kind or a mistake fails the test by an exception.
+/// The one action of `text`. A wrong kind or an error fails the test by an exception.
 template <typename Kind>
 Kind Parsed(const wchar_t* text, ActionPlace place = ActionPlace::Point) {
     ScriptWords words(text);
@@ -172,7 +172,7 @@ std::wstring Nested(int depth) {
 TEST(ActionParser, ActionsWithinActions_AreSixtyFourDeepAtMost) {
     Parsed<StartThreads>(Nested(64).c_str());
     ExpectMistake(Nested(65).c_str());
-    // Deep enough to use up the stack of a parser without a limit.
+    // Deep enough to overflow the stack of a parser without a limit.
     ExpectMistake(Nested(100000).c_str());
 }
 

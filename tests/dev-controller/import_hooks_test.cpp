@@ -11,8 +11,8 @@ ImportRule Rule(const char* function, std::uint32_t first, std::uint32_t last, F
     return {function, {first, last}, fail};
 }
 
-/// Imports can be hooked once a process, so one test shows the behaviours one after the other. The
-/// functions are ones that nothing else in this program calls.
+/// Imports can be hooked once per process, so one test shows the behaviours one after the other.
+/// Nothing else in this program calls these functions.
 TEST(ImportHooks, RulesActOnChosenCallsOnly) {
     static Transcript transcript;
     static int played = 0;
@@ -24,7 +24,7 @@ TEST(ImportHooks, RulesActOnChosenCallsOnly) {
     const auto mistake = InstallImportHooks(rules, transcript, [](const Actions& actions) {
         EXPECT_TRUE(std::holds_alternative<FlushLog>(actions.at(0).what));
         ++played;
-        // Goes straight through and is not counted.
+        // Called directly and not counted.
         wchar_t path[MAX_PATH] = {};
         GetShortPathNameW(L"C:\\", path, MAX_PATH);
     });

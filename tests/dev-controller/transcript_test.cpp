@@ -13,7 +13,7 @@
 namespace dev_controller {
 namespace {
 
-/// A file of this test's own that is gone afterwards.
+/// A temporary file of this test.
 class TemporaryFile {
   public:
     TemporaryFile() {

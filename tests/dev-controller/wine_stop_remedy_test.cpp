@@ -36,8 +36,8 @@ SERVICE_STATUS Status(DWORD state, DWORD exitCode) {
     return status;
 }
 
-/// A handle of the wrong kind. The platform refuses the report, so that its result shows who called
-/// the platform, and when.
+/// A handle of the wrong kind. The platform refuses the report, so its result shows which thread
+/// called the platform, and when.
 SERVICE_STATUS_HANDLE ForeignHandle() {
     static const SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT);
     return reinterpret_cast<SERVICE_STATUS_HANDLE>(manager);
@@ -56,7 +56,7 @@ class WineStopRemedy : public testing::Test {
 TEST_F(WineStopRemedy, StoppedReport_IsSentByAThreadOfItsOwn) {
     SERVICE_STATUS status = Status(SERVICE_STOPPED, 713);
     EXPECT_TRUE(SetServiceStatus(ForeignHandle(), &status));
-    // The caller's record may change or go away at once.
+    // The caller's record may change or vanish at once.
     status = Status(SERVICE_RUNNING, 1);
     EXPECT_TRUE(WaitForHandedOverReports(10000));
     ASSERT_EQ(WaitForSingleObject(LastSent().event.Get(), 10000), WAIT_OBJECT_0);

@@ -1,8 +1,8 @@
 # shellcheck shell=bash
 # shellcheck disable=SC2154 # the names are those of release_test.sh
-# What the packages hold besides programs: symbols, notices, the bill of materials.
+# The contents of the packages besides programs: symbols, notices, the bill of materials.
 
-# Read by LLVM's tool, apart from the code that laid the store out.
+# Read by LLVM's tool, independent of the code that created the store.
 Case_Symbols_LieAsDebuggersLookForThem() {
     unpack "$(package -symbols.zip)"
     mv "$scratch/unpacked" "$scratch/store"
@@ -35,7 +35,7 @@ Case_NothingPacked_NamesTheCheckout() {
     [ "$code" -eq 1 ] || fail "msi"
 }
 
-# holds FILE: the notices have its text, whole.
+# holds FILE: the notices contain its whole text.
 holds() {
     python3 -c 'import sys; sys.exit(open(sys.argv[1]).read() not in open(sys.argv[2]).read())' \
         "$1" "$scratch/unpacked/THIRD-PARTY-NOTICES.txt" || fail "notices without $1"

@@ -1,12 +1,12 @@
-// A controller library that crashes while it is activated, at the place that the variable
-// CRASH_PLACE names: host, component, thread, or system.
+// A controller library that crashes during its activation, at the place named by the variable
+// CRASH_PLACE: host, component, thread, or system.
 #define ORRIN_CTRL_EXPORTS
 #include "controller-abi/orrin_ctrl_abi.h"
 
 #include <wchar.h>
 #include <windows.h>
 
-// No page of a process lies there.
+// No process has a page there.
 static void* const nowhere = (void*)16;
 
 static const OrrinControllerParams* host;
@@ -29,7 +29,7 @@ static __attribute__((noinline)) void CrashInSystem(void) {
     GetSystemTime(nowhere);
 }
 
-/// The host reads the text that it is given.
+/// The host reads its text argument.
 static __attribute__((noinline)) void CrashInHost(void) {
     host->OrrinLoggingCallback(NULL, ORRIN_LOG_TRACE, L"crashing", nowhere);
 }

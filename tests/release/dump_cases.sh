@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 # shellcheck disable=SC2154 # the names are those of release_test.sh
-# Dumps of the packed host, in a folder of its own, read with the packed symbols.
+# Dumps of the packed host, in a separate folder, read with the packed symbols.
 
 # crash PLACE: the packed host crashes there; its dump is then $scratch/PLACE.dmp.
 crash() {
@@ -12,7 +12,7 @@ crash() {
     (cd "$scratch/Prögram Files" && CRASH_PLACE=$1 timeout 100 "$root/cmake/wine.sh" \
         tarnwick-service.exe -run) >"$scratch/output" 2>&1 </dev/null || true
     mv "$data/tarnwick-service.exe.dmp" "$scratch/dump" || fail "no dump"
-    # The symbols of the library, with the name that it has there.
+    # The symbols of the library, under their name there.
     mkdir "$scratch/library"
     cp "$build_folder/bin/crashing-controller.dll" "$scratch/library/orrin-ctrl.dll"
     cp "$build_folder/bin/crashing-controller.pdb" "$scratch/library/"
@@ -20,7 +20,7 @@ crash() {
 
 read_dump() { run scripts/read-dump.sh "$scratch/dump" "$@"; }
 
-# in_order PATTERN...: lines with these stand in this order, none needed to follow at once.
+# in_order PATTERN...: the output has lines with these, in this order, with others between them.
 in_order() {
     local line=0 pattern found
     for pattern in "$@"; do
@@ -31,7 +31,7 @@ in_order() {
     done
 }
 
-# The way from the entry point to the library.
+# The path from the entry point to the library.
 host_below=('tarnwick::OrrinLoader::Start at tarnwick-service/orrin_ctrl_loader.cpp:[0-9]+$'
     'tarnwick::RunKeldane at tarnwick-service/console_run.cpp:[0-9]+$'
     'wmain at tarnwick-service/main.cpp:[0-9]+$')
@@ -72,7 +72,7 @@ Case_Dump_WhatIsNotKnownIsNamed() {
     read_dump "$(package -symbols.zip)"
     in_order '^Not given: .*orrin-ctrl.dll' ' 0 not known, in orrin-ctrl.dll$' \
         "can't be followed without orrin-ctrl.dll"
-    # The symbols of another build are not taken for the right ones.
+    # The symbols of another build are not accepted.
     read_dump "$(next_package -symbols.zip)" "$scratch/library"
     in_order '^Given from another build only: tarnwick-service.exe$' ' 0 CrashInComponent' \
         'not known, in tarnwick-service.exe'

@@ -1,8 +1,8 @@
 # shellcheck shell=bash
 # shellcheck disable=SC2154 # the names are those of release_test.sh
-# How packages come about: in any folder the same, and only of what belongs together.
+# How packages are made: the same in any folder, and only from matching files.
 
-# The checkout's files with their times, so that only what has changed is built again.
+# The checkout's files with their times, so that only changed files are built again.
 copy_checkout() {
     mkdir -p "$copy"
     find "$copy" -mindepth 1 -maxdepth 1 ! -name build -exec rm -rf {} +
@@ -21,7 +21,7 @@ pack_copy() {
 
 make_others() {
     local SOURCE_DATE_EPOCH
-    # Where there is no repository, the time is that of a file, which the copy has changed.
+    # Without a repository the time is that of a file, which the copy has changed.
     SOURCE_DATE_EPOCH=$(stat -c %Y "$root/CMakeLists.txt")
     git -C "$root" rev-parse 2>/dev/null || export SOURCE_DATE_EPOCH
     copy_checkout
@@ -47,10 +47,10 @@ Case_NextVersion_IsChangedInOnePlace() {
     [ "$code" -eq 0 ] || fail "the manifest has another version"
 }
 
-# With the time of now, so that the build sees no need to make them again.
+# With the current time, so that the build doesn't make them again.
 old_into_copy() {
     unpack "$(package -symbols.zip)"
-    # What an earlier case has removed.
+    # Restores what an earlier case has removed.
     cmake --build "$copy/build/mingw" --target quillon-log >/dev/null
     local name
     for name in "$@"; do
@@ -118,7 +118,8 @@ Case_Signing_AddsToTheSameBytes() {
     done
 }
 
-# A signature writes the image's checksum, 4 bytes that are 0 without it, and is removed without them.
+# A signature sets the image's checksum, 4 bytes that are 0 without it, and removing it doesn't
+# reset them.
 same_but_for_checksum() {
     local header
     header=$(od -An -td4 -j60 -N4 "$1")

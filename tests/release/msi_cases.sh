@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 # shellcheck disable=SC2154 # the names are those of release_test.sh
-# The tables of the installer package, and what an upgrade makes of two of them.
+# The tables of the installer package, and the upgrade between two of them.
 
 # table FILE NAME: its rows, columns separated by tabs.
 table() { msiinfo export "$1" "$2" | tr -d '\r' | tail -n +4; }
@@ -9,7 +9,7 @@ property() { table "$1" Property | awk -F '\t' -v name="$2" '$1 == name { print 
 sequence() { table "$1" InstallExecuteSequence | awk -F '\t' -v name="$2" '$1 == name { print $3 }'; }
 package_code() { msiinfo suminfo "$1" | sed -n 's/^Revision number[^{]*//p'; }
 
-# A file with a version must have it in its row, or the installer takes it for one without.
+# A file with a version must have it in its row; otherwise the installer treats it as unversioned.
 Case_Msi_RowsOfProgramsHaveTheirVersion() {
     table "$(package .msi)" MsiFileHash | cut -f1 | sort >"$scratch/hashed"
     table "$(package .msi)" File |
@@ -38,7 +38,7 @@ Case_Msi_FilesAreNumberedAsTheyLie() {
         fail "the last number of the medium"
 }
 
-# The old files go before the new ones come, and all is undone if it fails.
+# The old files are removed before the new ones are installed, and all is undone on failure.
 Case_Msi_ActionsHaveTheirOrder() {
     local last=0 number action
     for action in FindRelatedProducts CostFinalize InstallValidate RemoveExistingProducts \
@@ -63,7 +63,7 @@ Case_Msi_KeysOfComponentsAreTheirOwnFiles() {
     [ -z "$(awk -F '\t' '!int($4 / 256) % 2' "$scratch/output")" ] || fail "not for 64 bit"
 }
 
-# The service is registered by service-tool, with its path in quotes; nothing here does it too.
+# service-tool registers the service, with a quoted path; nothing here registers it too.
 Case_Msi_RegistersNoService() {
     local name
     for name in ServiceInstall ServiceControl Registry CustomAction; do
@@ -80,10 +80,10 @@ Case_Msi_UpgradeIsRecognised() {
     [ "$(property "$old" UpgradeCode)" = "$(property "$new" UpgradeCode)" ] || fail "upgrade codes"
     [ "$(property "$old" ProductCode)" != "$(property "$new" ProductCode)" ] || fail "product codes"
     [ "$(package_code "$old")" != "$(package_code "$new")" ] || fail "package codes"
-    # Three fields are compared, the third is the build.
+    # Three fields are compared; the third is the build number.
     [ "$(property "$new" ProductVersion)" = "1.0.${next##*.}" ] || fail "product version"
     table "$new" Upgrade >"$scratch/output"
-    # Older ones, this version left out (attribute 256 or 512 would take it in), are removed.
+    # Older ones are removed, but not this version (attribute 256 or 512 would include it).
     grep -qP "^\{5D0C6B5E-2D36-4C1F-9A4B-6F0E7B1C93A8\}\t[0-9.]*\t1\.0\.${next##*.}\t[^\t]*\t\d+\t" \
         "$scratch/output" || fail "no row for older versions"
 }
@@ -92,7 +92,7 @@ Case_Msi_UpgradeReplacesEveryProgram() {
     local old new
     old=$(package .msi)
     new=$(next_package .msi)
-    # Components with the same codes and keys, so that each finds what it replaces.
+    # Components with the same codes and keys, so that each finds its predecessor.
     diff <(table "$old" Component) <(table "$new" Component) || fail "the components differ"
     # Each version rises.
     diff <(table "$old" File | cut -f1,2,3,5,6 | sed "s/\t$version\t/\t$next\t/") \

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Looks into the packages that scripts/package.sh makes: those of this folder, the same ones made in
-# another folder at another time, and those of the next version. Each case is a ctest test.
+# Checks the packages of scripts/package.sh: those of this folder, the same ones made in another
+# folder at another time, and those of the next version. Each case is a ctest test.
 #
 #   release_test.sh make_others | CASE
 
@@ -13,7 +13,7 @@ copy=$others/copy/deeper
 scratch=$others/scratch-$$
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build_folder/CMakeCache.txt")
 next=${version%.*}.$((${version##*.} + 1))
-# What has a version and symbols: all programs and libraries that are packed.
+# The files with a version and symbols: all packed programs and libraries.
 mapfile -t programs < <(zipinfo -1 "$root/out/package/tarnwick-service-$version.zip" 2>/dev/null |
     sed -nE 's#^[^/]*/([^/]*\.(exe|dll))$#\1#p')
 
@@ -31,7 +31,7 @@ fail() {
     exit 1
 }
 
-# run COMMAND...: its exit code is in $code and what it says in $scratch/output.
+# run COMMAND...: sets $code to its exit code and writes its output to $scratch/output.
 run() {
     code=0
     "$@" >"$scratch/output" 2>&1 </dev/null || code=$?
@@ -42,7 +42,7 @@ says_not() { ! grep -qE -- "$1" "$scratch/output" || fail "a line with '$1'"; }
 package() { echo "$root/out/package/tarnwick-service-$version$1"; }
 next_package() { echo "$others/next/tarnwick-service-$next$1"; }
 
-# unpack ZIP: its one folder is then $scratch/unpacked.
+# unpack ZIP: unpacks its one folder to $scratch/unpacked.
 unpack() {
     rm -rf "$scratch/unpacked" "$scratch/zip"
     unzip -q "$1" -d "$scratch/zip"

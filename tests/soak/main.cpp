@@ -1,6 +1,6 @@
 // soak-run SECONDS LIFE FOLDER LOGS TABLE: runs FOLDER\tarnwick-service.exe as a service for
-// SECONDS, stops and starts it every LIFE seconds, and writes a line to TABLE each second. The exit
-// code is 0 if every start and stop went as it should.
+// SECONDS, restarts it every LIFE seconds, and writes a line to TABLE each second. The exit code is
+// 0 if every start and stop succeeded.
 
 #include <chrono>
 #include <exception>
@@ -74,7 +74,7 @@ void Live(const ManagedService& service, const Plan& plan, unsigned generation,
         soak::Sample sample = soak::TakeSample(process.Get(), plan.executable.string(), plan.logs);
         sample.seconds = Seconds(Clock::now() - begin).count();
         sample.generation = generation;
-        // A process that is only just beginning has no memory to be seen yet.
+        // A process that has just started has no measurable memory yet.
         if (sample.privateBytes > 0) {
             soak::Print(sample, table);
         }
@@ -123,7 +123,7 @@ int wmain(int argc, wchar_t** argv) {
         return 2;
     }
     try {
-        // The whole path stands on no other command line, this program's own included.
+        // No other command line has the whole path, not even this program's own.
         const auto executable = std::filesystem::absolute(argv[3]) / L"tarnwick-service.exe";
         Run({std::stod(argv[1]), std::stod(argv[2]), executable, argv[4], argv[5]});
     } catch (const std::exception& error) {

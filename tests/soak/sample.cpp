@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Files come and go while they are listed: one that is gone counts nothing.
+/// Files appear and vanish during the listing; a vanished one counts as nothing.
 void AddFile(const fs::path& file, Sample& sample) {
     std::error_code gone;
     const std::uintmax_t size = fs::file_size(file, gone);

@@ -10,9 +10,9 @@
 
 namespace soak {
 
-/// What a service and its log folder use at one moment.
+/// The resource use of a service and its log folder at one time.
 struct Sample {
-    double seconds = 0;       ///< since the begin of the run
+    double seconds = 0;       ///< since the start of the run
     unsigned generation = 0;  ///< number of the start, from 1
     unsigned handles = 0;
     unsigned threads = 0;
@@ -23,7 +23,7 @@ struct Sample {
     unsigned compressedFiles = 0;
 };
 
-/// `executable` is the end of the process's command line as the kernel under Wine shows it.
+/// `executable` is the end of the process's command line as the kernel shows it under Wine.
 [[nodiscard]] Sample TakeSample(HANDLE process, const std::string& executable,
                                 const std::filesystem::path& logs);
 

@@ -26,7 +26,7 @@ LONG WINAPI LetItPass(EXCEPTION_POINTERS* /*pointers*/) {
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-/// Raises a C++ exception of Visual C++'s kind, with a frame further down that would handle it.
+/// Raises a C++ exception like Visual C++'s, with an outer frame that would handle it.
 int ThrowOnTheFrame(LPTOP_LEVEL_EXCEPTION_FILTER filter) {
     ::SetErrorMode(SEM_NOGPFAULTERRORBOX);
     ::SetUnhandledExceptionFilter(filter);

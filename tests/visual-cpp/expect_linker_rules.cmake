@@ -1,6 +1,6 @@
 # cmake -DRULE=Symbols|Manifest -DLINK=... -DDLLTOOL=... -DREADOBJ=... -DWINDRES=...
 #       "-DOBJECTS=..." -DROOT=... -DRESOURCES=... -DFOLDER=... -P this_file
-# Links as Visual C++ does, with a linker that follows the same rules. What isn't found doesn't matter
+# Links like Visual C++, with a linker that follows the same rules. Missing symbols don't matter
 # here, not even an entry point.
 cmake_minimum_required(VERSION 3.24)
 
@@ -23,7 +23,7 @@ if(RULE STREQUAL "Symbols")
     ERROR_VARIABLE errors
     OUTPUT_QUIET)
 else()
-  # The generator for Visual Studio lets the linker embed a manifest unless told otherwise.
+  # By default the generator for Visual Studio lets the linker embed a manifest.
   file(READ ${ROOT}/tarnwick-service/CMakeLists.txt text)
   string(REGEX MATCH "/MANIFEST:[A-Z]+" option "${text}")
   if(NOT option)

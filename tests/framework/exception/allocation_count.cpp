@@ -7,8 +7,8 @@
 
 namespace {
 
-// Not thread_local: clang emulates that as libstdc++ does, and its PDB records then name a variable
-// that doesn't exist.
+// Not thread_local: clang emulates it like libstdc++, and its PDB records then name a variable that
+// doesn't exist.
 std::atomic<DWORD> countedThread{0};
 std::atomic<std::size_t> allocations{0};
 

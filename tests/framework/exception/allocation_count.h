@@ -5,8 +5,8 @@
 
 namespace test {
 
-/// The number of blocks that the calling thread has taken from `operator new` since its first call.
-/// One thread at a time may count.
+/// The number of `operator new` calls of the calling thread since its first call of this function.
+/// Only one thread at a time may count.
 [[nodiscard]] std::size_t AllocationCount();
 
 }  // namespace test

@@ -1,5 +1,5 @@
-/// Stand-ins for the platform calls of the crash path: nothing is dumped, started or ended, and
-/// what was called is told in order.
+/// Replacements for the platform calls of the crash path. Nothing is dumped, started or ended; the
+/// calls are recorded in order.
 #ifndef TESTS_FRAMEWORK_EXCEPTION_CRASH_PATH_CALLS_H
 #define TESTS_FRAMEWORK_EXCEPTION_CRASH_PATH_CALLS_H
 
@@ -11,7 +11,7 @@
 
 namespace test {
 
-/// An exception as the platform hands it to a filter.
+/// An exception as the platform passes it to a filter.
 class MadeUpException {
   public:
     explicit MadeUpException(DWORD code) { record_.ExceptionCode = code; }
@@ -26,21 +26,21 @@ class MadeUpException {
     EXCEPTION_POINTERS pointers_ = {&record_, &context_};
 };
 
-/// Handles that no real call gives out.
+/// Handles that no real call returns.
 inline const HANDLE FakeDumpFile = reinterpret_cast<HANDLE>(std::uintptr_t{0x7001});
 inline const HANDLE FakeProcess = reinterpret_cast<HANDLE>(std::uintptr_t{0x7002});
 inline const HANDLE FakeThread = reinterpret_cast<HANDLE>(std::uintptr_t{0x7003});
 
-/// While it lives, files whose name ends in ".dmp" are not created, no dump is written and the
-/// process isn't ended. Each of the calls, and the closing of the fake handles, adds its name to
-/// `calls`; the public members say how they end and hold what they were given.
+/// During its lifetime files named "*.dmp" are not created, no dump is written and the process
+/// isn't ended. Each of these calls, and the closing of the fake handles, adds its name to `calls`.
+/// The public members set the results and hold the arguments.
 class CrashPathCalls {
   public:
     CrashPathCalls();
 
     std::vector<std::string> calls;
 
-    HANDLE dumpFile = FakeDumpFile;  ///< what the dump file's creation gives
+    HANDLE dumpFile = FakeDumpFile;  ///< result of the dump file's creation
     DWORD createError = 0;
     BOOL dumpResult = TRUE;
     DWORD dumpError = 0;

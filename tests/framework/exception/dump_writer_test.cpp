@@ -23,7 +23,7 @@ std::wstring PathOfLength(std::size_t length) {
     return L"X:\\" + std::wstring(length - 7, L'd') + L".dmp";
 }
 
-/// The writer with the platform under it replaced, and its log.
+/// The writer on a replaced platform, and its log.
 class DumpWriter : public ::testing::Test {
   protected:
     std::uint32_t Write(const wchar_t* defaultPath = L"X:\\default.exe") {
@@ -101,8 +101,8 @@ TEST_P(DumpWriterCreateError, IsToldAndReturned_AndTheInvalidHandleIsClosed) {
     EXPECT_THAT(platform_.calls, ElementsAre("create dump file", "close invalid"));
 }
 
-// Missing folder, no access, used by another process, disk full; and a failure that leaves no
-// error, which then counts as a success.
+// Missing folder, no access, used by another process, disk full. A failure without an error code
+// counts as success.
 INSTANTIATE_TEST_SUITE_P(Codes, DumpWriterCreateError, ::testing::Values(3U, 5U, 32U, 112U, 0U));
 
 class DumpWriterDumpError : public DumpWriter, public ::testing::WithParamInterface<DWORD> {};
@@ -123,7 +123,7 @@ TEST_P(DumpWriterDumpError, IsToldUnsignedAndReturned_AndTheFileIsClosedAndStays
     EXPECT_FALSE(deleted);
 }
 
-// Disk full; what the platform gives for flags that it refuses; no error at all.
+// Disk full; the platform's error for refused flags; no error at all.
 INSTANTIATE_TEST_SUITE_P(Codes, DumpWriterDumpError, ::testing::Values(112U, 0x80070057U, 0U));
 
 TEST_F(DumpWriter, Result_OfAnEarlierFailureIsForgotten) {
@@ -210,7 +210,7 @@ TEST(DumpTarget, DefaultPathOf401Characters_EndsTheProcess) {
 
 TEST_F(DumpWriter, RealFileInMissingFolder_IsToldWithThePlatformsError) {
     const test::ScratchFolder folder;
-    // Not the name's end that the stand-in looks for.
+    // Not the suffix that the replacement expects.
     const std::wstring path = (folder.Path() / L"missing" / L"a.dump").wstring();
     SetDumpTarget(path.c_str(), 0);
     EXPECT_EQ(Write(), static_cast<std::uint32_t>(ERROR_PATH_NOT_FOUND));
@@ -253,7 +253,7 @@ TEST_F(DumpWriter, ThisProcess_IsDumpedWithPointersOfItsOwn) {
     EXPECT_EQ(platform_.information.ClientPointers, FALSE);
 }
 
-/// The dump of another process, with all that it opens replaced.
+/// The dump of another process, with every handle replaced.
 class OtherProcess : public DumpWriter {
   protected:
     OtherProcess()
@@ -344,7 +344,7 @@ TEST_P(OtherProcessIds, AreReadAsDecimal) {
     EXPECT_EQ(platform_.information.ThreadId, GetParam().value);
 }
 
-// A text that doesn't parse counts as 0 and the run goes on.
+// Text that doesn't parse counts as 0 and the run continues.
 INSTANTIATE_TEST_SUITE_P(Texts, OtherProcessIds,
                          ::testing::Values(NumberText{L"4294967295", 4294967295U},
                                            NumberText{L" 12", 12}, NumberText{L"12abc", 12},
@@ -430,7 +430,7 @@ TEST_F(OtherProcess, ThisProcessLater_HasPointersOfItsOwnAgain) {
     EXPECT_EQ(platform_.information.ClientPointers, FALSE);
 }
 
-/// Opening anything ends the process with a code that the test would see.
+/// Opening anything ends the process with a code that the test recognises.
 int DumpWithNullText(const std::vector<std::wstring>& arguments) {
     const test::ScopedHook<test::OpenProcessHook> hook([](auto...) -> HANDLE {
         ::ExitProcess(77);
@@ -438,7 +438,7 @@ int DumpWithNullText(const std::vector<std::wstring>& arguments) {
     });
     std::array<const wchar_t*, 3> texts = {L"1", L"2", L"3"};
     texts.at(std::stoul(arguments.at(0))) = nullptr;
-    // Isn't to come back.
+    // Must not return.
     static_cast<void>(CreateDumpInOtherProcess(texts[0], texts[1], texts[2]));
     return 0;
 }

@@ -79,7 +79,7 @@ ExceptionFilterConfig Config(std::uint8_t useDumperProcess = 0,
     return {callback, context, useDumperProcess, DumpPath, 0};
 }
 
-/// A filter that stands, over a platform that dumps and ends nothing.
+/// An installed filter, on a platform that dumps and ends nothing.
 class ExceptionFilterTest : public ::testing::Test {
   protected:
     void Stand(const ExceptionFilterConfig& config = Config()) {
@@ -164,7 +164,7 @@ LONG WINAPI GoOn(EXCEPTION_POINTERS* pointers) {
 }
 
 TEST_F(ExceptionFilterTest, VectoredHandler_IsInTheChainWhileTheFilterStandsAndGoneAfterwards) {
-    // Last in the chain, so that the filter's own is asked first.
+    // Last in the chain, so that the filter's own handler runs first.
     void* const last = ::AddVectoredExceptionHandler(0, GoOn);
     FailDump(112);
     Stand();
@@ -363,7 +363,7 @@ TEST_F(ModuleNameTest, StandsInForAnEmptyDumpPath) {
     EXPECT_EQ(platform_.path, L"Z:\\a b\\host.exe.dmp");
 }
 
-/// The road through a child process.
+/// The path with a child process.
 class ChildDumperTest : public ModuleNameTest {
   protected:
     ChildDumperTest()
@@ -596,7 +596,7 @@ TEST_F(ExceptionFilterTest, NewFilter_TakesTheCallbackOfItsOwnConfig) {
     EXPECT_EQ(seen.runs, 0);
 }
 
-/// A fault inside the callback: the same thread enters the routine again.
+/// A fault inside the callback: the same thread enters the filter again.
 void FaultOnce(void* context) {
     auto& inside = *static_cast<bool*>(context);
     if (!inside) {
@@ -620,7 +620,7 @@ KernelHandle NewEvent() {
     return KernelHandle(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
 }
 
-/// A callback that stays inside until it is let out, the first time.
+/// A callback that blocks on its first call until it is released.
 struct Gate {
     KernelHandle entered = NewEvent();
     KernelHandle leave = NewEvent();
@@ -632,7 +632,7 @@ void StayInside(void* context) {
     ::WaitForSingleObject(gate.leave.Get(), WaitLimitMs);
 }
 
-/// Waits until the log has so many lines, at most the limit.
+/// Waits until the log has this many lines, up to the limit.
 bool WaitForLines(const test::LogCapture& log, std::size_t count) {
     const ULONGLONG end = ::GetTickCount64() + WaitLimitMs;
     while (log.Lines().size() < count) {
@@ -665,8 +665,8 @@ TEST_F(ExceptionFilterTest, SecondFaultingThread_WritesItsFirstLineAndBlocksUnti
     first.join();
     second.join();
     ASSERT_TRUE(secondSeen);
-    // The second thread's id must not get into the first one's lines, and its own pass, with its
-    // own dump over the first one's file, comes when the first has failed.
+    // The second thread's id must not appear in the first one's lines. Its own pass, whose dump
+    // overwrites the first one's file, runs after the first has failed.
     EXPECT_EQ(log_.Lines(),
               Began(firstId) +
                   Of({Line(L"T", L"PreActionCallback starts", firstId), Occurred(secondId),
@@ -726,7 +726,7 @@ TEST_F(ExceptionFilterTest, CrashInsideALogCallOfTheSameThread_GoesThrough) {
 TEST(CrashInsideTheFileSwitch, KeepsItsDumpAndLosesItsLines) {
     LoggerConfig config = test::QuietConfig();
     config.MaxFileSize = 1;
-    // Made first: its own line would be the one that fills the file.
+    // Created first, because its own line would be the one that fills the file.
     const ExceptionFilter filter(Config());
     const test::LogCapture log(config);
     bool armed = true;
@@ -754,7 +754,7 @@ TEST(CrashInsideTheFileSwitch, KeepsItsDumpAndLosesItsLines) {
     }
 }
 
-/// What this thread allocates while it does `work`.
+/// The allocations of this thread during `work`.
 template <class Work>
 std::size_t AllocationsOf(const Work& work) {
     const std::size_t before = test::AllocationCount();
@@ -768,20 +768,20 @@ TEST_F(ExceptionFilterTest, CrashPath_AllocatesNothing) {
     platform_.exitCodes.reserve(16);
     platform_.createArguments.reserve(16);
     test::MadeUpException exception(AccessViolation);
-    // The stand-ins allocate on their first run only.
+    // The replacements allocate only on their first run.
     ExceptionFilter::ExceptionProcessing(exception.Pointers());
     const std::size_t path =
         AllocationsOf([&] { ExceptionFilter::ExceptionProcessing(exception.Pointers()); });
     const std::size_t standIns = AllocationsOf(
         [&] { test::CreateFileWHook::Enter(DumpPath, 0, 0, nullptr, 0, 0, nullptr); });
-    // The log's sink in this test is a file: its lines need no heap either.
+    // The log's sink in this test is a file, so its lines need no heap either.
     EXPECT_EQ(path, standIns);
     const std::wstring longText(2000, L'x');
     EXPECT_GT(AllocationsOf([&] { InternalTrace(1, L"%s", longText.c_str()); }), 0U)
         << "the counter counts nothing";
 }
 
-/// Everything happens in a process of its own, whose log the test reads.
+/// Everything happens in a child process, whose log the test reads.
 int StandOnLongPath(const std::vector<std::wstring>& arguments) {
     LoggerConfig config = test::QuietConfig();
     config.LogDirectory = arguments.at(0);
@@ -806,7 +806,7 @@ TEST(ExceptionFilterPath, Of405Characters_EndsTheProcessBeforeTheFilterIsCalledC
     }
 }
 
-/// A real crash, with the process's real end: only the dump itself is left out.
+/// A real crash with the real end of the process; only the dump itself is omitted.
 int CrashForReal(const std::vector<std::wstring>& arguments) {
     const test::ScopedHook<test::MiniDumpWriteDumpHook> hook([](auto...) { return TRUE; });
     const std::wstring path = arguments.at(0) + L".dmp";

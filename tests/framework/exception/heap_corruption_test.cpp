@@ -1,4 +1,4 @@
-// A heap that is corrupt in earnest. Other tests raise the exception that the platform raises then.
+// A really corrupt heap. Other tests raise the platform's exception for it.
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::uint32_t HeapCorruption = 0xC0000374;
 
-/// Frees a block twice. Arguments: the dump's path.
+/// Frees a block twice. Argument: the path of the dump.
 int FreeTwice(const std::vector<std::wstring>& arguments) {
     const ExceptionFilter filter({nullptr, nullptr, 0, arguments.at(0).c_str(), 0});
     ::HeapSetInformation(nullptr, HeapEnableTerminationOnCorruption, nullptr, 0);

@@ -1,6 +1,6 @@
 # cmake -DCOMPILER=... -DINCLUDE=... -DSOURCE=... -P this_file
-# A call that does not pass the filter is a load, a test of a bit and a branch. On one way from the branch
-# to a return stands neither a call nor a locked instruction nor another branch.
+# A call that does not pass the filter is a load, a bit test and a branch. One of the two paths from
+# the branch to a return has no call, no locked instruction and no other branch.
 execute_process(
   COMMAND ${COMPILER} -std=c++20 -O2 -S -o - -I${INCLUDE} -DCASE_FILTERED ${SOURCE}
   OUTPUT_VARIABLE assembly
@@ -14,7 +14,7 @@ if(NOT found)
   message(FATAL_ERROR "FilteredCall is not in the assembly")
 endif()
 set(body "${CMAKE_MATCH_1}")
-# Up to the branch, and then one of its two ways: which one leads out is the compiler's choice.
+# Up to the branch, then one of its two paths: the compiler chooses which one returns.
 string(REGEX MATCH "\n\tj[a-z]+[ \t]+([^ \t\n]+)[^\n]*\n" branch "${body}")
 if(NOT branch)
   message(FATAL_ERROR "A filtered call has no branch:\n${body}")

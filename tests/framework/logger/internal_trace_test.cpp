@@ -175,10 +175,9 @@ TEST(FrameworkExternalLogCallback, DroppedText_ReturnsTrueToo) {
     EXPECT_THAT(capture.Lines(), IsEmpty());
 }
 
-// Formatting although nothing will be written
+// Formatting even if nothing is written
 
-/// A text on a page of its own that tells whether anybody has read it: the first access takes the
-/// guard off the page.
+/// A text on its own page that detects reads: the first access removes the guard from the page.
 class GuardedText {
   public:
     GuardedText() {
@@ -284,7 +283,7 @@ const PercentCase PercentCases[] = {
     {"doubled twice", L"%%%%", L"%%"},
     {"doubled before a blank", L"100%% sure", L"100% sure"},
     {"doubled before letters", L"%%d and %%n", L"%d and %n"},
-    // A conversion has nothing to read and stands as it is.
+    // A conversion has no argument and stays unchanged.
     {"text conversion", L"a%sb", L"a%sb"},
     {"number conversions", L"%d %i %u %x %X %o %c %p", L"%d %i %u %x %X %o %c %p"},
     {"lengths", L"%ls %ws %hs %S %C %Z %hu %lu %llu %I64d",
@@ -297,14 +296,14 @@ const PercentCase PercentCases[] = {
     {"huge precision", L"%.999999999s", L"%.999999999s"},
     {"doubled before a conversion", L"%%%s", L"%%s"},
     {"doubled between conversions", L"x%d%%%dy", L"x%d%%dy"},
-    // One that begins no conversion is left out.
+    // A percent sign without a conversion is dropped.
     {"before a foreign character", L"%!", L"!"},
     {"before a foreign letter", L"%k%d", L"k%d"},
     {"before a backslash", L"%\\dir", L"\\dir"},
     {"before a character outside the code page", L"%漢", L"漢"},
     {"flags and no conversion", L"%-%s", L"-%s"},
     {"position", L"%1$s", L"1$s"},
-    // At the end there is nothing behind it to read.
+    // At the end there is nothing after it to read.
     {"single at the end", L"ends in %", L"ends in "},
     {"doubled at the end", L"ends in %%", L"ends in %"},
     {"tripled at the end", L"ends in %%%", L"ends in %"},
@@ -344,7 +343,7 @@ TEST(InternalTrace, LongTextFullOfConversions_IsCutAtTheLimit) {
 
 // Random texts
 
-/// Makes texts of the characters that conversions are made of, each third one a percent sign.
+/// Makes texts of the characters of conversions; each third one is a percent sign.
 class PercentTexts {
   public:
     explicit PercentTexts(std::uint32_t seed) : random_(seed) {}
@@ -374,8 +373,8 @@ std::ptrdiff_t PercentSigns(const std::wstring& text) {
     return std::count(text.begin(), text.end(), L'%');
 }
 
-/// A conversion that read something would add, change or swallow characters. So nothing but percent
-/// signs may differ, and none may be added.
+/// A conversion that reads an argument would add, change or drop characters. So only percent signs
+/// may differ, and none may be added.
 bool IsTrueTo(const std::wstring& text, const std::wstring& record) {
     const std::wstring head = L"[T][quillon] ";
     if (record.size() <= TimeLength || record.compare(TimeLength, head.size(), head) != 0) {

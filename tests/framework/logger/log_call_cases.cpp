@@ -1,5 +1,5 @@
-// One log call for each case. Not part of a test program: the compiler alone is run on it. Only
-// FITTING and FILTERED may compile.
+// One log call per case. Not part of a test program: only the compiler is run on it. Only FITTING
+// and FILTERED may compile.
 
 #include <cstdint>
 #include <string>
@@ -10,7 +10,7 @@
 constexpr framework::LogSite Site = {L"file", L"function"};
 
 #if defined(CASE_FILTERED)
-// What a call costs that doesn't pass is read off this function.
+// The cost of a filtered call is measured in this function's machine code.
 extern "C" void FilteredCall(const wchar_t* text) {
     framework::LogTrace(Site, L"%s", text);
 }

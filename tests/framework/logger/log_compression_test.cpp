@@ -42,14 +42,14 @@ class LogCompression : public testing::Test {
         return L"[E][quillon] CompressFile: " + text;
     }
 
-    /// The handle of the source as the product opens it.
+    /// The handle of the source, as the product opened it.
     [[nodiscard]] bool IsSource(const wchar_t* path) const { return Source().wstring() == path; }
 
     test::LogCapture log_;
     test::ScratchFolder folder_;
 };
 
-/// Content in which no block repeats the one before.
+/// Content without repeated blocks.
 std::string Content(std::size_t size) {
     std::string content(size, '\0');
     std::uint32_t state = 1;
@@ -98,7 +98,7 @@ TEST_F(LogCompression, TargetAlreadyADirectory_GivesTheLogUp) {
 }
 
 TEST_F(LogCompression, PathAboveTheLowByte_NamesAnotherFile) {
-    // U+0161 is cut to 'a', U+0141 to 'A'.
+    // U+0161 is truncated to 'a', U+0141 to 'A'.
     const std::wstring target = folder_.WithBackslash() + L"\x0161\x0141.gz";
     test::WriteFileBytes(Source(), "text");
     EXPECT_EQ(CompressFile(Source().wstring(), target), 0U);
@@ -203,10 +203,10 @@ TEST_F(LogCompression, FailedClosing_ChangesNoResult) {
     EXPECT_EQ(Gunzip(ReadBytes(Target())), "text");
 }
 
-/// Calls of `ReadFile` with the product's size; the run-time library's own pass by.
+/// Counts calls of `ReadFile` with the product's size; those of the run-time library pass through.
 class ProductReads {
   public:
-    /// The call with the number `failing` (from 1) fails with `error`.
+    /// Makes call number `failing` (from 1) fail with `error`.
     explicit ProductReads(std::size_t failing = 0, DWORD error = ERROR_SUCCESS)
         : hook_([this, failing, error](HANDLE file, void* buffer, DWORD size, DWORD* read,
                                        OVERLAPPED* overlapped) {

@@ -77,7 +77,7 @@ INSTANTIATE_TEST_SUITE_P(LogDirectory, PathPrefixesTest,
                                          PathRow{L"a\\b", {}}, PathRow{L"\\\\server\\share\\a", {}},
                                          PathRow{L"\\\\?\\C:\\a", {}}, PathRow{L"", {}}));
 
-/// Records the directories that are asked for; the platform's answer is the test's.
+/// Records the directories of the calls; the test sets the result.
 class DirectoryCalls {
   public:
     explicit DirectoryCalls(std::vector<DWORD> errors)
@@ -148,7 +148,7 @@ TEST(CreateDirectoryChain, PlainFileInPlaceOfLastDirectory_CountsAsSuccess) {
     EXPECT_TRUE(std::filesystem::is_regular_file(folder.Path() / "a"));
 }
 
-/// A folder with the directories a\b\c and elsewhere\b\c in it, on a volume that can have links.
+/// A folder with the directories a\b\c and elsewhere\b\c, on a volume that supports links.
 class LinkRemoval : public testing::Test {
   protected:
     LinkRemoval() {

@@ -30,7 +30,7 @@ class LogFileTest : public ::testing::Test {
     test::ScratchFolder folder_;
 };
 
-/// What a text is in the file.
+/// A text as bytes of the file.
 std::string AsBytes(const std::wstring& text) {
     std::string bytes(text.size() * sizeof(wchar_t), '\0');
     std::memcpy(bytes.data(), text.data(), bytes.size());
@@ -110,7 +110,7 @@ TEST_F(LogFileTest, ErrorOfTheCreation_IsPrintedUnsigned) {
     EXPECT_THAT(debugger_.Take(), ElementsAre(L"Creation new file: %s %d.log , error: 4294967295"));
 }
 
-/// What happens from the first write on: each text of the debugger channel, each closed handle.
+/// The events from the first write on: each text of the debugger channel, each closed handle.
 class UnwritableMark : public LogFileTest {
   protected:
     [[nodiscard]] std::vector<std::wstring> EventsOf(test::WriteFileHook::Function write) const {

@@ -1,4 +1,4 @@
-# The log files: names, directory and links, rotation, compression, retention, the end of logging.
+# The log files: names, directory and links, rotation, compression, retention, shutdown.
 add_test_program(
   framework_log_files_tests HOOKS GUARDED
   SOURCES log_compression_test.cpp
@@ -19,8 +19,8 @@ add_test_program(
           ../../support/zlib_hooks.cpp
   LIBRARIES framework_logger ZLIB::ZLIB)
 
-# zlib is linked statically, so no import pointer can be replaced: the one source that calls it is
-# compiled once more with other names, and comes before the library's object. See zlib_hooks.h.
+# zlib is linked statically, so no import pointer can be replaced. The one source that calls it is
+# compiled again with other names, and precedes the library's object. See zlib_hooks.h.
 set(zlibCaller ${PROJECT_SOURCE_DIR}/framework/logger/log_compression.cpp)
 set_source_files_properties(
   ${zlibCaller} PROPERTIES COMPILE_DEFINITIONS

@@ -167,7 +167,7 @@ TEST(LogRetentionTime, TimeThatCannotBeConverted_Is0AndLogged) {
     EXPECT_THAT(log.Lines(), ElementsAre(L"[E][quillon] Failed to convert to FILETIME"));
 }
 
-/// A directory whose content, clock and answers the test makes up.
+/// A simulated directory: the test sets contents, clock and results.
 class FakeDirectory {
   public:
     FakeDirectory()
@@ -212,7 +212,7 @@ class FakeDirectory {
         ::lstrcpynW(found.cFileName, name, MAX_PATH);
         found.ftCreationTime = {static_cast<DWORD>(creationTime),
                                 static_cast<DWORD>(creationTime >> 32)};
-        // Times that must not be looked at.
+        // Times that must not be used.
         found.ftLastWriteTime = {1, 1};
         found.ftLastAccessTime = {1, 1};
         found.nFileSizeHigh = static_cast<DWORD>(size >> 32);
@@ -245,8 +245,8 @@ class FakeDirectory {
     test::ScopedHook<test::DeleteFileWHook> delete_;
 };
 
-/// One pass over the made-up directory "D:\x\". The log lines are kept, as the search of the test
-/// for its own log file can't run meanwhile.
+/// One pass over the simulated directory "D:\x\". The log lines are recorded, because the test
+/// can't search for its own log file meanwhile.
 class LogRetentionPass : public testing::Test {
   protected:
     void Run(std::uint32_t days = 70, std::uint32_t limit = NoLimit) {
@@ -423,7 +423,7 @@ TEST_F(LogRetentionPass, AllocationFailureWhileDeleting_LeavesWhatIsDeletedDelet
     EXPECT_THAT(log_.Lines(), ElementsAre(L"[E][quillon] Error: LogRetention::Execute"));
 }
 
-/// Passes over a real folder. On Wine a file's creation time is that of its last write.
+/// Passes over a real folder. On Wine the creation time of a file is that of its last write.
 class LogRetentionOnDisk : public testing::Test {
   protected:
     void Make(const std::wstring& name, std::uint64_t daysOld, std::size_t size = 1) const {

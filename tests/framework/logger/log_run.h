@@ -17,7 +17,7 @@
 
 namespace test {
 
-/// The time at which the clock of a `LogRun` stands, as file names show it.
+/// The fixed time of a `LogRun`, as in file names.
 constexpr const wchar_t* RunTime = L"20201116-163012-345";
 
 /// Bytes of a record whose message is empty: time, tag, component, a blank, a line feed.
@@ -32,25 +32,25 @@ constexpr std::size_t EmptyRecordSize = 70;
 /// `RotatingConfig` with retention by the usual limits.
 [[nodiscard]] framework::LoggerConfig RetentionConfig();
 
-/// The one logger, writing into a folder of its own while the clock stands still. The first file
-/// has no header, so that a test begins with no byte counted.
+/// The logger, writing to a separate folder with a fixed clock. The first file has no header, so
+/// that a test starts with a count of 0 bytes.
 class LogRun {
   public:
     LogRun();
 
-    /// Takes over the settings, all but the directory.
+    /// Applies the settings except the directory.
     void Configure(framework::LoggerConfig config);
-    /// The same with a directory that the test has chosen.
+    /// The same with a directory of the test's choice.
     static void ConfigureIn(const std::wstring& directory, framework::LoggerConfig config);
 
-    /// Ends logging as process exit does, and makes the logger anew.
+    /// Shuts the logger down as process exit does, and creates it again.
     static void End() { FreshLogger::Renew(); }
 
     [[nodiscard]] const ScratchFolder& Folder() const noexcept { return folder_; }
     /// Full path of the plain file of a number.
     [[nodiscard]] std::wstring File(unsigned number) const;
     [[nodiscard]] static std::wstring Name(unsigned number);
-    /// The records of a file, of the plain one or else of the compressed one.
+    /// The records of a file: the plain one, or else the compressed one.
     [[nodiscard]] std::vector<std::wstring> Records(unsigned number) const;
 
   private:
@@ -87,13 +87,13 @@ void LogBytes(std::size_t bytes, wchar_t filling = L'x');
 /// The header of a file, without the times.
 [[nodiscard]] std::vector<std::wstring> HeaderRecords();
 
-/// The header and what follows it.
+/// The header and the records after it.
 [[nodiscard]] std::vector<std::wstring> HeaderAnd(const std::vector<std::wstring>& records);
 
-/// What the debugger channel tells of a file that can't be made.
+/// The text on the debugger channel for a file that can't be created.
 [[nodiscard]] std::wstring CreationText(const std::wstring& path, const std::wstring& error);
 
-/// What it tells of a record for which no file is open.
+/// The text for a record without an open file.
 constexpr const wchar_t* LostRecordText = L"Write operation failed, error: 6";
 
 /// Names of the steps of a rotation, with the files that they concern, in their order.

@@ -1,4 +1,4 @@
-// What a running logger does with the file that it has closed.
+// What the logger does with the file that it has closed.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -112,7 +112,7 @@ TEST_F(LoggerClosedFile, CompressionFailureInANewFile_CountsLikeAnyRecord) {
     run_.Configure(config);
     int reads = 0;
     {
-        // Only the first one fails: its line passes the limit by itself and rotates once more.
+        // Only the first one fails: its own line exceeds the limit and rotates again.
         const test::ScopedHook<test::ReadFileHook> hook([&](auto... args) {
             if (++reads == 1) {
                 ::SetLastError(ERROR_CRC);

@@ -31,7 +31,7 @@ const BudgetCase BudgetCases[] = {
     {0, true, 16 * MiB, 16 * MiB},
     {1, true, 16 * MiB, 16 * MiB},
     {16 * MiB, true, 16 * MiB, 16 * MiB},
-    // The default: the two add up to more than it.
+    // The default: the sum of the two exceeds it.
     {25 * MiB, true, 16 * MiB, 16 * MiB},
     {33554431, true, 16777216, 16777216},
     {33554432, true, 16777216, 16777216},

@@ -1,4 +1,4 @@
-// The first file of a running logger, and the places where none can be made.
+// The first file of the logger, and directories where it can't be created.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -129,7 +129,7 @@ TEST_F(LoggerFirstFile, FileSinkOff_MakesNoDirectory) {
     EXPECT_FALSE(std::filesystem::exists(directory));
 }
 
-/// Directory below the run's folder with which the name template has `length` characters.
+/// A directory below the run's folder for which the name template has `length` characters.
 std::wstring DirectoryForTemplate(const LogRun& run, std::size_t length) {
     const std::wstring base = run.Folder().WithBackslash();
     const std::size_t fixed = std::wstring(L"\\quillon-20201116-163012-345.LOGID.log").size();

@@ -1,4 +1,4 @@
-// What the logger does where links stand in the way of its files.
+// What the logger does about links on the way to its files.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -32,7 +32,7 @@ std::wstring SymlinkText(const std::wstring& path) {
     return L"Deleted symlink for \"" + path + L"\", Win32 error = 0";
 }
 
-/// The log directory is a\b below the run's folder; what links point to is "elsewhere".
+/// The log directory is a\b below the run's folder; links point to "elsewhere".
 class LoggerLinks : public testing::Test {
   protected:
     LoggerLinks() { std::filesystem::create_directories(At(L"elsewhere\\b")); }
@@ -155,7 +155,7 @@ TEST_F(LoggerLinks, LinkPlantedBetweenTwoRotations_IsRemovedAndTheOldFileGoesOn)
               test::HeaderAnd({test::RecordOfBytes(1002, L'a'), test::RecordOfBytes(70, L'b')}));
     EXPECT_TRUE(NothingElsewhere());
 
-    // Somebody makes the directory again: the next record rotates.
+    // The directory is created again: the next record rotates.
     std::filesystem::create_directory(volume_.OnDisk(At(L"a\\b")));
     LogBytes(70, L'c');
     EXPECT_TRUE(std::filesystem::exists(volume_.OnDisk(File(2))));

@@ -1,4 +1,4 @@
-// What becomes of the log when memory runs out at any one place.
+// The log when one allocation fails, for each allocation.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -37,7 +37,7 @@ DWORD OpenHandles() {
     return count;
 }
 
-/// Calls `act(refusal, number)` for each allocation in turn, until one number is past the last.
+/// Calls `act(refusal, number)` for each allocation in turn, until `number` exceeds the last one.
 template <class Act>
 void ForEachAllocation(const Act& act) {
     for (const Refusal refusal : {Refusal::Once, Refusal::FromThenOn}) {
@@ -74,8 +74,8 @@ Texts RecordsOfBothFiles(const LogRun& run) {
     return records;
 }
 
-/// The record that rotates is logged without the memory for one allocation. False if it needed
-/// none.
+/// Logs the record that rotates, with one allocation failing. False if it needed no such
+/// allocation.
 bool RotateWithout(const LoggerConfig& config, Refusal refusal, std::uint32_t number) {
     SCOPED_TRACE(Place(refusal, number));
     LogRun run;
@@ -181,7 +181,7 @@ TEST(LoggerMemory, RetentionPass_LetsNothingOut) {
     });
 }
 
-/// How many allocations the first of the two passes makes over this folder.
+/// The number of allocations of the first of the two passes over this folder.
 std::uint32_t AllocationsOfFirstPass(const test::ScratchFolder& folder) {
     const std::wstring directory = folder.WithBackslash();
     const RefusedMemory none(0, Refusal::Once);
@@ -189,7 +189,7 @@ std::uint32_t AllocationsOfFirstPass(const test::ScratchFolder& folder) {
     return RefusedMemory::Count();
 }
 
-/// The patterns that the last retention run looks for, with one allocation refused.
+/// The patterns that the last retention run searches for, with one allocation failing.
 Texts PatternsOfLastRun(const LogRun& run, std::uint32_t number) {
     LoggerConfig config = test::RetentionConfig();
     LogRun::ConfigureIn(run.Folder().WithBackslash(), config);

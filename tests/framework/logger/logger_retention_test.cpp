@@ -36,7 +36,7 @@ std::wstring NameAfter(const std::wstring& path) {
 
 class LoggerRetention : public test::LogRunTest {};
 
-/// What was asked of the platform for retention.
+/// The platform calls of retention.
 class RetentionCalls {
   public:
     RetentionCalls()
@@ -162,8 +162,8 @@ TEST_F(LoggerRetention, RequestWhileRetentionRuns_IsDroppedAndTheHandleCollected
 }
 
 TEST_F(LoggerRetention, Budgets_AreHandedToTheirPatterns) {
-    // 32 MiB and one byte: 16 MiB for plain files, one byte more for compressed ones. Two made-up
-    // files, of which the older brings the total to exactly 16 MiB.
+    // 32 MiB and one byte: 16 MiB for plain files, one byte more for compressed ones. Of two
+    // simulated files, the older brings the total to exactly 16 MiB.
     LoggerConfig config = RetentionConfig();
     config.MaxLogFilesSize = 33554433;
     run_.Configure(config);

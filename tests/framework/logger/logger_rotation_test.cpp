@@ -1,4 +1,4 @@
-// When a running logger goes over to the next file, and what becomes of the records meanwhile.
+// When the logger switches to the next file, and what happens to records meanwhile.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -219,7 +219,7 @@ TEST_F(LoggerRotation, ByteOrderMarkFailing_LeavesTheEmptyFileInTheWay) {
     EXPECT_THAT(run_.Records(0), ElementsAre(RecordOfBytes(1002), RecordOfBytes(70)));
 }
 
-/// Lets one write of `size` bytes end in another way than the platform's.
+/// Changes the result of one write of `size` bytes.
 class OneWrite {
   public:
     using Outcome = std::function<BOOL(HANDLE, const void*, DWORD, DWORD*, OVERLAPPED*)>;
@@ -316,7 +316,7 @@ TEST_F(LoggerRotation, RecordFromWithinAFailingSwitch_WaitsAndGoesToTheOldFileUn
         });
     LogBytes(1002);
     EXPECT_THAT(run_.Records(0), testing::Each(testing::Ne(L"")));
-    // Three times: the two looks for links at the new name, and its creation.
+    // Three times: two checks for links at the new name, and its creation.
     EXPECT_THAT(run_.Records(0),
                 ElementsAre(RecordOfBytes(1002), L"[T][quillon] from within",
                             L"[T][quillon] from within", L"[T][quillon] from within"));
@@ -337,7 +337,7 @@ TEST_F(LoggerRotation, RecordFromWithinASwitch_GoesToTheNewFile) {
     EXPECT_EQ(run_.Records(1), records);
 }
 
-/// Makes the calling thread act for somebody else for as long as it lives.
+/// Makes the calling thread impersonate during its lifetime.
 class Impersonation {
   public:
     Impersonation() { EXPECT_TRUE(::ImpersonateSelf(SecurityImpersonation)); }

@@ -62,8 +62,8 @@ class ScratchKey {
     std::wstring path_;
 };
 
-/// Starts the one logger by its settings, with a folder of its own named by an environment
-/// variable, and ends it again.
+/// Starts the logger with its settings, in a separate folder named by an environment variable, and
+/// shuts it down.
 class LoggerSettingsTest : public ::testing::Test {
   protected:
     LoggerSettingsTest() {
@@ -83,7 +83,7 @@ class LoggerSettingsTest : public ::testing::Test {
         return config;
     }
 
-    /// The same without a file: only what the settings did to the mask or to retention counts.
+    /// The same without a file, for tests of the mask or of retention only.
     static LoggerConfig NoFileConfig() {
         LoggerConfig config = FileConfig();
         config.LogToFile = false;
@@ -225,7 +225,7 @@ TEST_F(LoggerSettingsTest, FlagNotSet_IgnoresTheValueOfTheRegistry) {
     EXPECT_EQ(PassingLevels(), 7U);
 }
 
-/// What a value of another shape does: nothing.
+/// A value of another type or size has no effect.
 struct ForeignValue {
     const char* name;
     DWORD type;
@@ -252,9 +252,9 @@ const ForeignValue ForeignValues[] = {
 
 INSTANTIATE_TEST_SUITE_P(Shapes, ForeignRegistryValue, ValuesIn(ForeignValues));
 
-// Retention, as far as the settings decide it
+// Retention, as far as it depends on the settings
 
-/// A directory listing of one file, given to whoever looks for log files, and what is deleted.
+/// A directory listing of one file, returned to every search for log files, and the deleted files.
 class RetentionProbe {
   public:
     RetentionProbe(std::uint32_t ageInDays, std::uint32_t size) {
@@ -296,7 +296,7 @@ class RetentionProbe {
     }};
 };
 
-/// What is kept of one file of that age and size when logging ends under the settings.
+/// The files that remain, of one file of that age and size, when logging ends with the settings.
 class RetentionSettings : public LoggerSettingsTest {
   protected:
     static LoggerConfig RetentionConfig() {

@@ -1,4 +1,4 @@
-// The end of logging, as process exit runs it.
+// Shutdown of the logger, as process exit runs it.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -56,7 +56,7 @@ TEST_F(LoggerShutdown, WithoutCompression_ThePlainFileStays) {
 }
 
 TEST_F(LoggerShutdown, FileThatStayedEmpty_IsCompressedAndDeletedLikeAnyOther) {
-    // A disk that takes no byte of the log and says nothing, not even at the byte order mark.
+    // A disk that silently accepts no byte of the log, not even the byte order mark.
     const test::ScopedHook<test::WriteFileHook> hook(
         [](HANDLE file, const void* data, DWORD size, DWORD* written, OVERLAPPED* position) {
             if (position == nullptr) {
@@ -142,7 +142,7 @@ TEST_F(LoggerShutdown, LoggerThatWasNeverConfigured_DoesNothing) {
     EXPECT_EQ(calls, 0);
 }
 
-/// Searches of retention with the thread that made them, and the other steps of the end.
+/// Searches of retention with their threads, and the other steps of shutdown.
 class EndSteps {
   public:
     explicit EndSteps(std::wstring lastFile)
@@ -173,13 +173,13 @@ class EndSteps {
               return test::WaitForSingleObjectHook::Real(object, limit);
           }) {}
 
-    /// Holds each search back until `Open`.
+    /// Blocks each search until `Open`.
     void CloseGate() {
         gate.Reset(::CreateEventA(nullptr, TRUE, FALSE, nullptr));
         searching.Reset(::CreateEventA(nullptr, TRUE, FALSE, nullptr));
     }
     void OpenGate() const { ::SetEvent(gate.Get()); }
-    /// Waits until the first search is being held back.
+    /// Waits until the first search is blocked.
     void AwaitSearch() const {
         ASSERT_EQ(test::WaitForSingleObjectHook::Real(searching.Get(), WaitLimitMs), WAIT_OBJECT_0);
     }
@@ -332,7 +332,7 @@ TEST_F(LoggerShutdown, RefusedWaitForTheRetentionThread_CountsAsRunningAndHoldsU
     EXPECT_EQ(end.created, 1);
 }
 
-/// Logs to the folder that it is given and returns, so that process exit ends the log.
+/// Logs to the folder of its argument and returns, so that process exit shuts the logger down.
 const test::ChildRoutine exitingLogger(L"log-and-exit", [](const std::vector<std::wstring>& args) {
     LoggerConfig config = test::RotatingConfig();
     config.LogToFile = true;

@@ -37,7 +37,7 @@ const SYSTEMTIME SampleTime = test::Moment(2020, 11, 16, 16, 30, 12, 345);
 const std::wstring SampleHead = L"[20201116-163012-345][T][quillon] ";
 const std::wstring WriteToNoFile = L"Write operation failed, error: 6";
 
-/// Logs `message` by the call's own argument list; what isn't told is usual.
+/// Logs `message` with the call's own argument list. Parameters not given have their usual values.
 bool LogMessage(const wchar_t* message, std::uint32_t level = 4, const wchar_t* tag = L"T",
                 const wchar_t* component = nullptr) {
     return Logger::Instance().Log(level, tag, component, L"C:\\src\\main", 42, L"wmain", L"%s",
@@ -50,7 +50,7 @@ LoggerConfig WithMask(std::uint32_t mask) {
     return config;
 }
 
-/// An event that is set once and waited for with a limit.
+/// An event that is set once and awaited with a limit.
 class Gate {
   public:
     void Open() { promise_.set_value(); }
@@ -63,7 +63,7 @@ class Gate {
     std::shared_future<void> future_ = promise_.get_future().share();
 };
 
-/// Gives the one logger as new, in a folder of its own that no test has to read as a whole.
+/// A fresh logger, in a separate folder whose files no test reads completely.
 class LoggerTest : public ::testing::Test {
   protected:
     /// A configuration that writes to a file in the folder.
@@ -74,7 +74,7 @@ class LoggerTest : public ::testing::Test {
         return config;
     }
 
-    /// The same with a directory that can't be made, so that no file is open.
+    /// The same with a directory that can't be created, so that no file is open.
     [[nodiscard]] static LoggerConfig NoFileConfig() {
         LoggerConfig config = test::QuietConfig();
         config.LogDirectory = L"no-drive\\logs\\";
@@ -245,7 +245,7 @@ TEST(LoggerRecord, SecondConfigure_PutsANewFormatterInPlace) {
 
 // The sinks
 
-/// What reaches the three sinks, in order. Standard output counts as redirected.
+/// The output of the three sinks, in order. Standard output counts as redirected.
 class SinkProbe {
   public:
     [[nodiscard]] std::vector<std::wstring> Take() { return std::exchange(events_, {}); }
@@ -432,7 +432,7 @@ TEST(LoggerConsole, TextOutsideTheCodePage_IsWrittenWholeAsUtf8) {
     const std::string output = child.Output();
     const std::string expected = head + "C:\\收件箱\\😀 — ж, then more\r\nsecond line\r\n" + head +
                                  longMessage + "\r\n" + "";
-    // Behind them stands the closing record, whose time is that of the process's end.
+    // After them comes the closing record, whose time is that of the process's end.
     EXPECT_EQ(output.substr(0, expected.size()), expected);
     EXPECT_EQ(output.substr(std::min(output.size(), expected.size() + 21)), "[T][Почта] End\r\n");
 }
@@ -448,7 +448,7 @@ TEST_F(LoggerTest, RecordsOfSeveralThreads_StandWholeAndInTheOrderOfTheirTimes) 
         const unsigned number = reading++;
         *now = test::Moment(2020, 1, 1, 0, 0, static_cast<WORD>(number / 1000),
                             static_cast<WORD>(number % 1000));
-        // Whoever read the clock outside the lock would now let others pass.
+        // Code that read the clock outside the lock would now let others pass.
         ::SwitchToThread();
     });
     std::vector<std::thread> threads;
@@ -514,7 +514,7 @@ TEST_F(LoggerTest, CallFromWithinTheRotation_GoesToTheNewFile) {
     Logger::Instance().Configure(config);
     bool inside = false;
     const test::ScopedHook<test::CreateFileWHook> create([&](const wchar_t* path, auto... args) {
-        // By then the switch has begun and the old file is still open.
+        // By then the switch has started and the old file is still open.
         if (std::wstring(path).find(L".1.log") != std::wstring::npos &&
             !std::exchange(inside, true)) {
             LogMessage(L"inside");
@@ -555,10 +555,10 @@ TEST_F(LoggerTest, Configure_BringsTheTracesOfTheSystemLayerIntoTheLog) {
 
 // The header
 
-/// Stops the clock and gives the executable a path of the test's choice.
+/// Fixes the clock and sets the path of the executable.
 class LoggerHeader : public ::testing::Test {
   protected:
-    /// The messages of the header, whose tag and component are checked.
+    /// The messages of the header, after checks of tag and component.
     static std::vector<std::wstring> Messages(
         const test::GetModuleFileNameWHook::Function& moduleName,
         const LoggerConfig& config = test::QuietConfig()) {
@@ -673,7 +673,7 @@ TEST_F(LoggerTest, LogFlush_ForcesTheOpenFileToDiskOnce) {
     std::vector<HANDLE> flushed;
     const test::ScopedHook<test::FlushFileBuffersHook> flush([&](HANDLE file) {
         flushed.push_back(file);
-        return FALSE;  // nobody looks at it
+        return FALSE;  // the result isn't used
     });
     test::DebuggerChannel debugger;
     LogFlush();
@@ -761,7 +761,7 @@ TEST_F(LoggerTest, LogFlush_WaitsWhileTheFileIsSwitched) {
                 flushed.Open();
             });
             EXPECT_TRUE(started.Wait());
-            // A flush that doesn't wait has this long to show itself.
+            // A flush that doesn't wait has this long to be detected.
             EXPECT_FALSE(flushed.Wait(std::chrono::milliseconds(200)));
         }
         return handle;
@@ -773,7 +773,7 @@ TEST_F(LoggerTest, LogFlush_WaitsWhileTheFileIsSwitched) {
     EXPECT_EQ(flushedFile.load(), newFile.load());
 }
 
-// The one object and its end
+// The singleton and its end
 
 TEST(LoggerInstance, EveryThread_GetsTheSameObject) {
     Logger* const mine = &Logger::Instance();

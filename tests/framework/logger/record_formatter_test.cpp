@@ -55,7 +55,8 @@ std::wstring RecordOf(const std::wstring& text, const RecordFormatter& formatter
 
 const std::wstring SampleHead = L"[20201116-163012-345][T][quillon] ";
 
-/// A text in which each place shows, so that a lost, doubled or moved character is seen.
+/// A text with a different character at each position, so that lost, doubled or moved characters
+/// show.
 std::wstring Pattern(std::size_t length) {
     std::wstring text(length, L'\0');
     for (std::size_t index = 0; index < length; ++index) {
@@ -113,7 +114,7 @@ TEST(RecordFormatter, Time_IsTheSystemClockInUtcAtTheCall) {
         FormatInto(text, {false, true}, SampleInfo(), L"x");
         return text;
     };
-    // Records of the same length in this form sort by their time.
+    // Records of the same length sort by their time in this form.
     EXPECT_LE(head(before), out);
     EXPECT_LE(out, head(after));
 }
@@ -185,7 +186,7 @@ const LineFeedCase LineFeedCases[] = {
 
 INSTANTIATE_TEST_SUITE_P(Endings, RecordFormatterLineFeed, ValuesIn(LineFeedCases));
 
-/// Both sides of every buffer size that is tried, the last one's lower side.
+/// Both sides of every buffer size, only the lower side of the last one.
 class RecordFormatterLength : public TestWithParam<std::size_t> {};
 
 TEST_P(RecordFormatterLength, Message_PassesWhole) {
@@ -258,7 +259,7 @@ TEST(FormatText, TextAlone_IsAppendedWithItsLineFeed) {
     FormatTextInto(out, L"second %s", L"text");
     FormatTextInto(out, L"third\n");
     FormatTextInto(out, L"%s", L"");
-    // The empty third text ends an output that ends in a line feed already.
+    // The empty third text ends an output that already ends in a line feed.
     EXPECT_EQ(out, L"first\nsecond text\nthird\n");
 }
 
@@ -275,7 +276,8 @@ TEST(EnsureNewline, Text_EndsInOneLineFeedMoreOnlyIfItEndsInNone) {
     EXPECT_EQ(ensured(L"\nа"), L"\nа\n");
 }
 
-// A head or a source location that doesn't fit ends the process; that takes a process to end.
+// A head or a source location that doesn't fit ends the process, so it is tested in a child
+// process.
 
 const test::ChildRoutine formatHead(L"format-head", [](const std::vector<std::wstring>& arguments) {
     std::atexit([] { std::puts("exit handler"); });

@@ -16,7 +16,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// Standard output of this process for as long as it lives.
+/// Replaces standard output of this process during its lifetime.
 class StandardOutput {
   public:
     explicit StandardOutput(HANDLE output) : before_(::GetStdHandle(STD_OUTPUT_HANDLE)) {
@@ -38,7 +38,7 @@ class OutputPipe {
         ::SetStdHandle(STD_OUTPUT_HANDLE, write_.Get());
     }
 
-    /// What has arrived, without waiting for anything.
+    /// The output so far, without waiting.
     std::string Take() {
         DWORD available = 0;
         EXPECT_NE(::PeekNamedPipe(read_.Get(), nullptr, 0, nullptr, &available, nullptr), FALSE);
@@ -204,7 +204,7 @@ TEST(ConsolePrint, LongArgument_IsNotCut) {
     EXPECT_EQ(pipe.Take(), std::string(40000, 'x') + "\r\n");
 }
 
-/// Prints and is ended by force: what was buffered would be lost.
+/// Prints and is terminated: buffered output would be lost.
 int PrintAndEnd(const std::vector<std::wstring>&) {
     ConsolePrint(L"%s\n", L"\u0436 before the end");
     ConsolePrint(L"half a line");

@@ -1,6 +1,6 @@
 # cmake -DCOMPILER=... -DINCLUDE=... -DSOURCE=... -DCASE=... [-DMESSAGE=...] -P this_file
-# Runs the compiler on one case of SOURCE. With MESSAGE the compiler must fail and say it; without
-# one it must succeed.
+# Compiles one case of SOURCE. With MESSAGE the compiler must fail with this message; without it the
+# compiler must succeed.
 execute_process(
   COMMAND ${COMPILER} -std=c++20 -fsyntax-only -I${INCLUDE} -DCASE_${CASE} ${SOURCE}
   RESULT_VARIABLE result

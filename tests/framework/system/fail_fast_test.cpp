@@ -16,7 +16,7 @@ namespace {
 constexpr std::uint32_t FailFastCode = 0xC0000409;
 constexpr std::uint32_t OtherCode = 0xE0001234;
 
-/// Writes past every buffer, so that it is seen however the process ends.
+/// Writes unbuffered, so that it is visible however the process ends.
 void Say(const char* word) {
     DWORD written = 0;
     ::WriteFile(::GetStdHandle(STD_OUTPUT_HANDLE), word, static_cast<DWORD>(std::strlen(word)),
@@ -33,7 +33,7 @@ LONG WINAPI UnhandledFilter(EXCEPTION_POINTERS*) {
     return EXCEPTION_EXECUTE_HANDLER;
 }
 
-/// Listens at every way out of the process, then takes the one that is asked for.
+/// Reports every way of ending the process, then takes the requested one.
 int LeaveProcess(const std::vector<std::wstring>& arguments) {
     std::atexit([] { Say("atexit "); });
     ::AddVectoredExceptionHandler(1, VectoredHandler);
@@ -56,10 +56,10 @@ TEST(FailFastInvalidParameter, EndsProcessWithItsCode_PastFiltersAndExitHandlers
     EXPECT_EQ(child.Output(), "begin ");
 }
 
-// The two other ways out prove that the listeners of the test above would have been heard.
+// The two other ways prove that the reports of the test above would have been seen.
 
-/// Lets a debugged process run to its end. Returns the first parameter of the exception with `code`
-/// that it meets, or nothing.
+/// Runs a debugged process to its end. Returns the first parameter of its exception with `code`, or
+/// nothing.
 std::optional<ULONG_PTR> ParameterOfException(std::uint32_t code) {
     constexpr DWORD LimitMs = 60000;
     std::optional<ULONG_PTR> parameter;
@@ -70,7 +70,7 @@ std::optional<ULONG_PTR> ParameterOfException(std::uint32_t code) {
         if (isException && record.ExceptionCode == code && record.NumberParameters > 0) {
             parameter = record.ExceptionInformation[0];
         }
-        // The breakpoint that every debugged process begins with isn't for its handlers.
+        // The initial breakpoint of every debugged process isn't for its handlers.
         const bool handled = isException && record.ExceptionCode == STATUS_BREAKPOINT;
         ::ContinueDebugEvent(event.dwProcessId, event.dwThreadId,
                              handled ? DBG_CONTINUE : DBG_EXCEPTION_NOT_HANDLED);

@@ -1,5 +1,5 @@
-// One formatted call for each case. No case but the last, the one without a name, may compile. Not
-// part of a test program: expect_compile_error.cmake runs the compiler on it.
+// One formatted call per case. Only the last case, without a name, may compile. Not part of a test
+// program: expect_compile_error.cmake runs the compiler on it.
 
 #include <cstdint>
 #include <string>

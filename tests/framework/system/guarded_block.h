@@ -1,4 +1,4 @@
-/// Memory that ends at a page which nothing may touch.
+/// Memory that ends at an inaccessible page.
 #ifndef TESTS_FRAMEWORK_SYSTEM_GUARDED_BLOCK_H
 #define TESTS_FRAMEWORK_SYSTEM_GUARDED_BLOCK_H
 
@@ -10,8 +10,7 @@
 
 namespace test {
 
-/// A reading or a writing of one byte behind the end is an access violation, which ends the test
-/// program.
+/// Reading or writing one byte past the end is an access violation, which ends the test program.
 class GuardedBlock {
   public:
     static constexpr std::size_t Size = 4096;
@@ -26,7 +25,7 @@ class GuardedBlock {
     GuardedBlock(const GuardedBlock&) = delete;
     GuardedBlock& operator=(const GuardedBlock&) = delete;
 
-    /// The first byte that can't be touched.
+    /// The first inaccessible byte.
     [[nodiscard]] void* End() const noexcept { return begin_ + Size; }
 
     /// Room for `count` characters, the last of them just before the end.
@@ -34,7 +33,7 @@ class GuardedBlock {
         return static_cast<wchar_t*>(End()) - count;
     }
 
-    /// Puts `text` with its terminating zero just before the end.
+    /// Puts `text` with its terminating zero directly before the end.
     [[nodiscard]] const wchar_t* Place(const std::wstring& text) const noexcept {
         wchar_t* const place = Last(text.size() + 1);
         text.copy(place, text.size());

@@ -11,10 +11,10 @@ namespace framework {
 namespace {
 
 constexpr DWORD LimitMs = 20000;
-/// How long a thread that must be kept out is given to come in by mistake.
+/// How long a thread that must be kept out has to enter by mistake.
 constexpr DWORD KeptOutMs = 50;
 
-/// A thread that enters a lock, says so and leaves it again.
+/// A thread that enters a lock, reports it and leaves it again.
 template <class Lock, class Guard>
 class Visitor {
   public:

@@ -31,7 +31,7 @@ class Variable {
     const wchar_t* name_;
 };
 
-/// Passes the calls on and keeps the buffer sizes that they were made with.
+/// Forwards the calls and records their buffer sizes.
 class ExpansionSizes {
   public:
     std::vector<DWORD> sizes;
@@ -145,7 +145,7 @@ INSTANTIATE_TEST_SUITE_P(AtCall, FailingExpansion, ::testing::Values(1, 2));
 
 // ---- GetExecutableDirectory --------------------------------------------------------------------
 
-/// Lets the platform tell another path of the executable, cut as the platform cuts it.
+/// Makes the platform return another path of the executable, truncated like the platform does.
 class ModulePath {
   public:
     explicit ModulePath(std::wstring path) : path_(std::move(path)) {}

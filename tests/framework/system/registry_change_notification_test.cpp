@@ -39,8 +39,8 @@ bool Signalled(HANDLE handle, DWORD limitMs = 0) {
     return test::WaitForSingleObjectHook::Real(handle, limitMs) == WAIT_OBJECT_0;
 }
 
-/// Watches a value of a real key, on a thread or in place, and keeps what the callback was told and
-/// which handles of the watch were opened and closed.
+/// Watches a value of a real key, on a thread or in place. Records the arguments of the callback
+/// and which handles of the watch were opened and closed.
 class RegChangeNotifyTest : public ::testing::Test {
   protected:
     ~RegChangeNotifyTest() override {
@@ -66,7 +66,7 @@ class RegChangeNotifyTest : public ::testing::Test {
         return RegChangeNotify(&params);
     }
 
-    /// Starts the watch on its thread and returns when it has armed and waits.
+    /// Starts the watch on its thread and returns when it is armed and waiting.
     void StartAndAwaitWaiting() {
         Start();
         AwaitWaiting();
@@ -90,7 +90,7 @@ class RegChangeNotifyTest : public ::testing::Test {
         return exitCode;
     }
 
-    /// The keys opened for the watch that nothing has closed.
+    /// The keys opened for the watch that were not closed.
     std::vector<HKEY> LeftOpenKeys() {
         const std::lock_guard guard(lock_);
         return open_;
@@ -101,7 +101,7 @@ class RegChangeNotifyTest : public ::testing::Test {
     KernelHandle waiting_ = NewEvent();  ///< set when the watch enters its wait
     KernelHandle thread_;
 
-    /// What the callback does after its notification has been kept.
+    /// Called in the callback after its notification has been recorded.
     std::function<std::uint32_t(RegChangeNotification&)> onCallback_ = [](RegChangeNotification&) {
         return 0U;
     };
@@ -363,7 +363,7 @@ TEST_F(RegChangeNotifyTest, ChangeInASubkey_DoesNotWake) {
 }
 
 TEST_F(RegChangeNotifyTest, WakeUpWithoutAnyChange_CallsBackAllTheSame) {
-    // A rewrite with the same data looks like this where the platform reports it.
+    // A rewrite with the same data looks like this if the platform reports it.
     key_.Set(L"Watched", Baseline);
     const test::ScopedHook<test::WaitForMultipleObjectsHook> wait(
         [](auto...) -> DWORD { return WAIT_OBJECT_0 + 1; });
@@ -452,7 +452,7 @@ TEST_F(RegChangeNotifyTest, Baseline_IsNeverUpdated) {
     };
     StartAndAwaitWaiting();
     key_.Set(L"Watched", Baseline + 1);
-    // The callback sets the baseline again; only then does the watch wait once more.
+    // The callback sets the baseline again; only then does the watch wait again.
     AwaitWaiting();
     ::SetEvent(stop_.Get());
     EXPECT_EQ(JoinThread(), 0U);

@@ -22,7 +22,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr std::uint32_t Untouched = 0xCAFEF00D;
-/// Stands where a test lets a call succeed without the platform.
+/// For calls that succeed without the platform.
 const auto FakeKey = reinterpret_cast<HKEY>(std::uintptr_t{0x5150});
 
 class RegistryValues : public ::testing::Test {
@@ -120,7 +120,7 @@ TEST_F(RegistryValues, Read_NoAccessToKey_GivesItsStatusAndClosesNothing) {
     EXPECT_THAT(trace_.Lines(), IsEmpty());
 }
 
-/// What the query of a replaced registry answers.
+/// The results of queries to a replaced registry.
 struct QueryAnswer {
     LSTATUS status;
     DWORD type;
@@ -165,7 +165,7 @@ TEST_P(ReadCalls, OpenByPlainCall_QueryFourBytes_CloseOnce) {
     const std::uint32_t status = ReadDwordValueFromRegistry(L"some\\key", L"name", value);
     EXPECT_THAT(calls, ElementsAre(L"open some\\key", L"query name of 4", L"close"));
     if (GetParam().status != ERROR_SUCCESS) {
-        // The status of the query comes first, whatever type it told.
+        // The status of the query decides first, whatever type it returned.
         EXPECT_EQ(status, static_cast<std::uint32_t>(GetParam().status));
         EXPECT_EQ(value, Untouched);
     } else if (GetParam().type != REG_DWORD) {
@@ -221,7 +221,8 @@ TEST_F(RegistryValues, Set_MissingKey_IsCreatedWithItsParentsAndTraced) {
                         L", valueName=Value, value=5)"));
 }
 
-/// Replaces the writing calls by ones that answer as told, and keeps their order with the lines.
+/// Replaces the writing calls, with results set by the test, and records their order with the log
+/// lines.
 class RegistryWriting : public RegistryValues {
   protected:
     std::vector<std::wstring> CallsAndLines() {

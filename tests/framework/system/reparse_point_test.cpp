@@ -24,7 +24,7 @@ using ::testing::IsEmpty;
 
 constexpr std::uint32_t MountPointTag = 0xA0000003;
 constexpr std::uint32_t SymbolicLinkTag = 0xA000000C;
-/// Some other kind of link, one of deduplicated files.
+/// Another kind of link, for deduplicated files.
 constexpr std::uint32_t OtherTag = 0x80000013;
 
 static_assert(MountPointTag == IO_REPARSE_TAG_MOUNT_POINT);
@@ -34,7 +34,7 @@ static_assert(FSCTL_DELETE_REPARSE_POINT == 589996);
 
 const std::wstring Link = L"V:\\link";
 
-/// The 24 bytes that a deletion passes: the tag, all else zero.
+/// The 24 bytes of a deletion: the tag, all else zero.
 std::vector<std::uint8_t> HeaderBytes(std::uint32_t tag) {
     std::vector<std::uint8_t> bytes(24);
     std::memcpy(bytes.data(), &tag, sizeof(tag));
@@ -43,7 +43,7 @@ std::vector<std::uint8_t> HeaderBytes(std::uint32_t tag) {
 
 class ReparsePoint : public ::testing::Test {
   protected:
-    // A stale error of an earlier call must not show up as a result.
+    // A stale error of an earlier call must not become a result.
     void SetUp() override { ::SetLastError(1234); }
 
     VolumeModel volume_;
@@ -174,7 +174,8 @@ TEST_F(ReparsePoint, HasReparseTag_ComparesAll32Bits) {
 }
 
 TEST_F(ReparsePoint, HasReparseTag_FailedReadOfAZeroTag_IsFalse) {
-    // After a failed read the buffer is all zero: the status decides before the buffer does.
+    // After a failed read the buffer is all zero, because the status decides before the buffer
+    // does.
     volume_.entries[Link] = {};
     EXPECT_FALSE(HasReparseTag(Link, 0));
 }
@@ -212,7 +213,7 @@ TEST_F(ReparsePoint, Delete_Failure_GivesTheError) {
     EXPECT_EQ(DeleteReparsePoint(volume_.Open(Link), &header), 5U);
 }
 
-/// The two deletions, which differ in nothing but the tag.
+/// The two deletions, which differ only in the tag.
 struct DeleteCase {
     const char* name;
     std::uint32_t (*function)(const std::wstring& path);
@@ -295,7 +296,7 @@ TEST(ReparsePointOnPlatform, MissingPath_IsNoLinkAndIsNotCreated) {
 }
 
 TEST(ReparsePointOnPlatform, PlainFile_CanBeLookedAtWhileAWriterHasItOpen) {
-    // The writer shares reading and writing, as this look does.
+    // The writer shares reading and writing, like this check.
     const test::ScratchFolder folder;
     const std::wstring path = folder.WithBackslash() + L"open.log";
     const HANDLE writer =

@@ -12,7 +12,7 @@
 
 namespace test {
 
-/// A value as it stands in the registry.
+/// A value as stored in the registry.
 struct RegistryValue {
     DWORD type = REG_NONE;
     std::vector<BYTE> data;
@@ -24,21 +24,21 @@ void PrintTo(const RegistryValue& value, std::ostream* out);
 [[nodiscard]] RegistryValue DwordValue(std::uint32_t number);
 [[nodiscard]] RegistryValue TextValue(const std::wstring& text);
 
-/// A path below `HKEY_LOCAL_MACHINE` that no other test and no other process uses; removed with all
-/// below it at the end. Reaches the platform past any hooks. Throws where the platform refuses.
+/// A path below `HKEY_LOCAL_MACHINE` that no other test and no other process uses; removed with its
+/// subkeys at the end. Calls the platform directly, past any hooks. Throws if the platform refuses.
 class ScratchKey {
   public:
-    /// Doesn't make the key; see `Create`.
+    /// Doesn't create the key; see `Create`.
     ScratchKey();
     ~ScratchKey();
     ScratchKey(const ScratchKey&) = delete;
     ScratchKey& operator=(const ScratchKey&) = delete;
 
     [[nodiscard]] const std::wstring& Path() const noexcept { return path_; }
-    /// Makes the key, or one below it.
+    /// Creates the key, or one below it.
     void Create(const std::wstring& subkey = L"") const;
     [[nodiscard]] bool Exists() const;
-    /// Sets a value of the key, or of one below it. Makes the key if it is missing.
+    /// Sets a value of the key, or of one below it. Creates the key if it is missing.
     void Set(const std::wstring& name, const RegistryValue& value,
              const std::wstring& subkey = L"") const;
     void Set(const std::wstring& name, std::uint32_t number) const {

@@ -1,4 +1,4 @@
-/// Catches the lines of the system layer, with their levels.
+/// Records the lines of the system layer, with their levels.
 #ifndef TESTS_FRAMEWORK_SYSTEM_TRACE_RECORDER_H
 #define TESTS_FRAMEWORK_SYSTEM_TRACE_RECORDER_H
 
@@ -12,7 +12,7 @@
 
 namespace test {
 
-/// Is the trace sink for as long as it lives. One at a time. Any thread may trace; to see all lines
+/// The trace sink during its lifetime. Only one at a time. Any thread may trace; to see all lines
 /// of a thread, wait for its end first.
 class TraceRecorder {
   public:

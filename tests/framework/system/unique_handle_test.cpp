@@ -15,7 +15,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// One value that a platform call could have given.
+/// A value that a platform call could have returned.
 template <class Type>
 Type Fake(std::uintptr_t number) {
     return reinterpret_cast<Type>(0x51500000 + number);

@@ -106,7 +106,7 @@ BOOL VolumeModel::Close(HANDLE handle) {
         return CloseHandleHook::Real(handle);
     }
     calls.emplace_back(L"close");
-    // What a close leaves behind must never be taken for the result of the call before it.
+    // The last error that a close leaves must never become the result of the call before it.
     ::SetLastError(ERROR_INVALID_HANDLE);
     return closeFails ? FALSE : TRUE;
 }

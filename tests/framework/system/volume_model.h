@@ -12,15 +12,15 @@
 
 namespace test {
 
-/// One name of the volume. A target isn't kept: nothing may look at it.
+/// A name on the volume. Targets aren't stored, because nothing may use them.
 struct Entry {
     std::optional<std::uint32_t> tag;  ///< none: a plain file or directory
     bool writable = true;
-    std::size_t recordSize = 64;  ///< bytes that a read of the link gives
+    std::size_t recordSize = 64;  ///< bytes that a read of the link returns
 };
 
-/// Answers for the paths below "V:\" and leaves all others to the platform. Checks the arguments
-/// that never vary, and keeps the calls in order: "open V:\link", "get 0x900A8", "delete 0x900AC",
+/// Handles the paths below "V:\" and leaves all others to the platform. Checks the constant
+/// arguments, and records the calls in order: "open V:\link", "get 0x900A8", "delete 0x900AC",
 /// "close".
 class VolumeModel {
   public:

@@ -13,7 +13,7 @@ std::atomic<bool> freed{false};
 void LookAt(const void* block) {
     if (block == watched) {
         freed = true;
-        // The same address may be given out again.
+        // The same address may be allocated again.
         watched = nullptr;
     }
 }

@@ -1,10 +1,10 @@
-/// Tells whether one object has been deleted.
+/// Reports whether one object has been deleted.
 #ifndef TESTS_FRAMEWORK_SYSTEM_WATCHED_BLOCK_H
 #define TESTS_FRAMEWORK_SYSTEM_WATCHED_BLOCK_H
 
 namespace test {
 
-/// From now on this one object of the heap is watched. Any thread may delete it.
+/// Watches this one heap object from now on. Any thread may delete it.
 void WatchBlock(const void* block);
 [[nodiscard]] bool WatchedBlockIsFreed();
 

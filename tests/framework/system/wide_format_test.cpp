@@ -36,7 +36,7 @@ int PrintInto(wchar_t* buffer, std::size_t size, const wchar_t* format, ...) {
     return length;
 }
 
-/// An argument list whose first argument already lies where nothing may be read.
+/// An argument list whose first argument is already in inaccessible memory.
 std::va_list UnreadableArguments(const test::GuardedBlock& block) {
     // An argument list is a plain pointer on this platform.
     return static_cast<std::va_list>(block.End());
@@ -69,7 +69,7 @@ static_assert(!Matches<std::uint64_t>(0, L'p') && !Matches<void*>(L'l', L'p'));
 static_assert(!Matches<int*>(0, L'n') && !Matches<int>(0, L'*') && !Matches<int>(0, L'c'));
 static_assert(!Matches<double>(0, L'f') && !Matches<int>(0, 0));
 
-// A text that is known at run time only is no format.
+// A text that is known only at run time is not a format.
 static_assert(!std::is_constructible_v<WideFormat<>, const wchar_t*>);
 static_assert(!std::is_constructible_v<WideFormat<>, std::wstring>);
 
@@ -106,7 +106,7 @@ TEST(PrintToString, NullText_IsPrintedAsAWord) {
 class TextLength : public ::testing::TestWithParam<std::size_t> {};
 
 TEST_P(TextLength, PrintToString_GivesItWhole) {
-    // The second argument shows that the list is read anew on every attempt.
+    // The second argument shows that the list is read again on every attempt.
     const std::wstring text(GetParam(), L'\u0436');
     EXPECT_EQ(Print(L"%s%s", text.c_str(), L"."), text + L'.');
 }
@@ -165,7 +165,7 @@ TEST(DecimalText, BothEnds) {
 
 // ---- Texts as formats --------------------------------------------------------------------------
 
-/// What a text looks like when it is printed as a format without arguments.
+/// The result of printing a text as a format without arguments.
 std::wstring PrintedWithoutConversions(const std::wstring& text) {
     const test::GuardedBlock source;
     const test::GuardedBlock arguments;
@@ -238,7 +238,7 @@ std::wstring WithoutPercentSigns(std::wstring text) {
     return text;
 }
 
-/// Texts that are half percent signs and else what stands in conversions.
+/// Texts of percent signs and characters of conversions, in equal parts.
 class RandomTexts {
   public:
     explicit RandomTexts(unsigned seed) : generator_(seed) {}
@@ -301,7 +301,7 @@ TEST(WithoutConversions, RandomTextsOfDoubledSigns_AreHalved) {
 
 /// Prints with an argument list, a format or a buffer that ends too early.
 int BreakGuard(const std::vector<std::wstring>& arguments) {
-    // Ends the process with the code of the exception, past any debugger that is set up to attend.
+    // Ends the process with the exception code, without any installed debugger.
     ::SetUnhandledExceptionFilter(
         [](EXCEPTION_POINTERS*) -> LONG { return EXCEPTION_EXECUTE_HANDLER; });
     const test::GuardedBlock block;
