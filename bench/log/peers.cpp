@@ -1,4 +1,4 @@
-// What others take for the same: a record in a file, flushed at each.
+// The same work in other loggers: a record in a file, with a flush after each.
 
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/spdlog.h>

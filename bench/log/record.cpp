@@ -34,7 +34,7 @@ int Print(wchar_t* buffer, std::size_t size, const wchar_t* format, ...) {
     return length;
 }
 
-/// What a record costs without a logger: the clock, a lock, the head and the message. Returns the
+/// The cost of a record without a logger: the clock, a lock, the head and the message. Returns the
 /// length of the text.
 int FormatOne(wchar_t (&buffer)[1024], framework::CriticalSection& section, int index) {
     const std::lock_guard guard(section);
@@ -49,7 +49,7 @@ int FormatOne(wchar_t (&buffer)[1024], framework::CriticalSection& section, int 
     return length;
 }
 
-/// A bare file that takes a record's bytes at its end, as the logger writes them.
+/// A plain file that appends a record's bytes, like the logger does.
 class BareFile {
   public:
     explicit BareFile(bool atEnd) : atEnd_(atEnd) {
@@ -176,7 +176,7 @@ void MeasureRecordFromThreads(const Effort& effort, int threads, int processors)
             bare.Write(text.data(), BytesOf(text));
         });
     };
-    // On two processors the hand-over of the lock makes the figures too unsteady to judge.
+    // On two processors the transfer of the lock makes the figures too unsteady to judge.
     const double reach = processors == 1 ? 1.1 : 0;
     Row row = Measure("record to file, " + std::to_string(threads) + " threads", effort.Rounds(10),
                       reach, product, limit);

@@ -19,7 +19,7 @@ namespace {
 constexpr framework::LogSite Site = {L"rotation", L"TimeRotation"};
 constexpr std::uint32_t FileSize = 0x500000;
 
-/// Writes records whose text takes as long to pack as that of real components does.
+/// Writes records whose text compresses as slowly as that of real components.
 class VariedRecords {
   public:
     void LogOne() {
@@ -57,7 +57,7 @@ class VariedRecords {
     std::uint32_t state_ = 1;
 };
 
-/// Writes the same message over and over, which zlib packs many times as fast.
+/// Writes the same message repeatedly, which zlib compresses many times as fast.
 class EqualRecords {
   public:
     void LogOne() {
@@ -69,8 +69,8 @@ class EqualRecords {
     int index_ = 0;
 };
 
-/// Fills a file up to its limit and times the one call that passes it. `copy` receives what the
-/// file held before that call.
+/// Fills a file up to its limit and times the one call that exceeds it. `copy` receives the
+/// contents of the file before that call.
 template <class Records>
 double TimeRotation(const std::filesystem::path& copy) {
     constexpr std::uintmax_t NearlyFull = FileSize - 4096;
@@ -88,16 +88,16 @@ double TimeRotation(const std::filesystem::path& copy) {
     while (std::filesystem::file_size(file) < NearlyFull) {
         records.LogOne();
     }
-    // Not by copy_file, which can't overwrite with every run-time library.
+    // Not copy_file, which can't overwrite with every run-time library.
     ::CopyFileW(file.c_str(), copy.c_str(), FALSE);
-    // One record that is sure to pass the limit.
+    // One record that certainly exceeds the limit.
     const std::wstring text(4000, L'-');
     const double begin = Now();
     framework::LogTrace(Site, L"%s\n", text.c_str());
     return Now() - begin;
 }
 
-/// The bare work: read in pieces of 16 KiB and pack.
+/// The plain work: read in pieces of 16 KiB and compress.
 double TimeBarePacking(const std::filesystem::path& source, const std::filesystem::path& target) {
     constexpr DWORD PieceSize = 16384;
     const double begin = Now();

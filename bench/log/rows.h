@@ -1,4 +1,4 @@
-/// The rows that one process can measure by itself.
+/// The rows that a single process can measure.
 #ifndef BENCH_LOG_ROWS_H
 #define BENCH_LOG_ROWS_H
 

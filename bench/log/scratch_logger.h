@@ -7,7 +7,7 @@
 
 namespace bench {
 
-/// A folder for the run of one row, removed at the end.
+/// A temporary folder for one row, removed at the end.
 class ScratchFolder {
   public:
     ScratchFolder();
@@ -20,7 +20,7 @@ class ScratchFolder {
     std::filesystem::path path_;
 };
 
-/// The process's logger, made anew and writing to a folder of its own.
+/// The process's logger, created again and writing to a separate folder.
 class ScratchLogger {
   public:
     explicit ScratchLogger(framework::LoggerConfig config = UsualConfig());

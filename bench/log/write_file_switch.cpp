@@ -29,8 +29,8 @@ WriteFileFunction RealWriteFile() {
     return real;
 }
 
-/// Puts the real function in place at the first call, so that later ones cost what they cost in
-/// the product.
+/// Installs the real function at the first call, so that later calls cost the same as in the
+/// product.
 BOOL WINAPI FirstWriteFile(HANDLE file, const void* data, DWORD size, DWORD* written,
                            OVERLAPPED* position) {
     __imp_WriteFile = RealWriteFile();

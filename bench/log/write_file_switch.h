@@ -1,11 +1,11 @@
-/// Switches `WriteFile` off for the measurement of everything else: the objects of the logger call
-/// it through the import pointer that this program defines itself.
+/// Disables `WriteFile` to measure everything else: the objects of the logger call it through the
+/// import pointer that this program defines itself.
 #ifndef BENCH_LOG_WRITE_FILE_SWITCH_H
 #define BENCH_LOG_WRITE_FILE_SWITCH_H
 
 namespace bench {
 
-/// While it lives, `WriteFile` succeeds at once and writes nothing.
+/// During its lifetime `WriteFile` succeeds at once and writes nothing.
 class NoWriteFile {
   public:
     NoWriteFile();

@@ -1,4 +1,4 @@
-// A program whose crash leaves a dump and nothing else.
+// A program whose crash only writes a dump.
 
 #include <string>
 

@@ -1,4 +1,4 @@
-// A program that does nothing but write one small file and compress it.
+// A program that only writes one small file and compresses it.
 
 #include <zlib.h>
 

@@ -6,11 +6,11 @@
 
 namespace bench {
 
-/// Runs a program and gives the time from its start to its end in nanoseconds. Its output is
-/// dropped.
+/// Runs a program and returns the time from its start to its end in nanoseconds. Its output is
+/// discarded.
 double TimeProcess(const std::filesystem::path& executable, const std::wstring& arguments);
 
-/// Runs a program that crashes when asked, and gives the time from the fault to its end.
+/// Runs a program that crashes on request, and returns the time from the fault to its end.
 double TimeCrash(const std::filesystem::path& executable, const std::wstring& arguments);
 
 }  // namespace bench

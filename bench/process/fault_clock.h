@@ -5,8 +5,8 @@
 
 namespace bench {
 
-/// The environment variable with the name of the section into which a program that is to crash
-/// writes the performance counter just before it does.
+/// The environment variable with the name of a section. A program that is to crash writes the
+/// performance counter to it just before.
 inline constexpr const wchar_t* FaultClockVariable = L"TARNWICK_BENCH_FAULT_CLOCK";
 
 /// Writes the counter and crashes, if the variable is set.

@@ -1,5 +1,5 @@
-// Measures the executable as it ships: as a service, as a process and in a crash. Expects it, with
-// the silent controller library, in the folder that is named.
+// Measures the executable as it ships: as a service, as a process and in a crash. The named folder
+// must contain it and the silent controller library.
 
 #include <cstdio>
 #include <cstring>
@@ -34,7 +34,7 @@ double CpuNs(HANDLE process) {
     return (ticks(times[2]) + ticks(times[3])) * 100;
 }
 
-/// A row of single values; reached if the product's isn't above the limit.
+/// A row of single values; reached if the product's value isn't above the limit.
 void PrintSingle(const std::string& name, double product, double limit, const char* remark) {
     Row row;
     row.name = name;

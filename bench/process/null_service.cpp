@@ -1,4 +1,4 @@
-// A service that does nothing: it runs when told to start, and ends when told to stop.
+// A service that does nothing but start and stop.
 
 #include "bench/process/same_imports.h"
 #include "framework/system/platform.h"

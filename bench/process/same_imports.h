@@ -3,8 +3,8 @@
 
 namespace bench {
 
-/// Makes a program import the system libraries, and the controller library, that the service host
-/// imports. Never calls any of them; always false.
+/// Makes a program import the service host's system libraries and the controller library. Never
+/// calls any of them; always false.
 bool UseSameImports();
 
 }  // namespace bench

@@ -17,7 +17,7 @@ SERVICE_STATUS_PROCESS Query(SC_HANDLE service) {
     return status;
 }
 
-/// Looks until `reached` holds, giving the processor away between two looks.
+/// Polls until `reached` is true, yielding the processor between polls.
 template <class Condition>
 void Await(SC_HANDLE service, const Condition& reached) {
     const double begin = Now();

@@ -15,7 +15,7 @@ struct ServiceHandleTraits {
 };
 using ServiceHandle = framework::UniqueHandle<ServiceHandleTraits>;
 
-/// A service registered for the time of a measurement. Throws when the service manager refuses.
+/// A service registered for the duration of a measurement. Throws if the service manager refuses.
 class Service {
   public:
     Service(const std::wstring& name, const std::filesystem::path& executable);
@@ -23,9 +23,9 @@ class Service {
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
 
-    /// From the start call until the service is seen running, in nanoseconds.
+    /// The time from the start call until the service is running, in nanoseconds.
     double TimeStart();
-    /// From the stop call to the end of the process, in nanoseconds.
+    /// The time from the stop call to the end of the process, in nanoseconds.
     double TimeStop();
     /// The running service's process; the caller closes it.
     [[nodiscard]] framework::KernelHandle OpenProcess() const;

@@ -1,4 +1,4 @@
-// A controller library without components: it lets the service be stopped and stops at once.
+// A controller library without components: it allows a stop and stops at once.
 
 #define ORRIN_CTRL_EXPORTS
 #include <cstdint>

@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Empty if the process is gone, also when it goes while it is read.
+/// Empty if the process is gone or ends during the read.
 std::string ReadAll(const fs::path& path) {
     try {
         std::ifstream file(path, std::ios::binary);
@@ -21,7 +21,7 @@ std::string ReadAll(const fs::path& path) {
     }
 }
 
-/// The number behind "name:" in the text of a status file.
+/// The number after "name:" in the text of a status file.
 double Field(const std::string& text, const std::string& name) {
     const std::size_t begin = text.find("\n" + name + ":");
     if (begin == std::string::npos) {

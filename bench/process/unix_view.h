@@ -5,15 +5,14 @@
 
 namespace bench {
 
-/// What the kernel under Wine says of a process; Wine itself doesn't tell private memory or context
-/// switches.
+/// The Linux kernel's data about a process; Wine doesn't report private memory or context switches.
 struct UnixFigures {
     bool found = false;
     double privateBytes = 0;
     double contextSwitches = 0;  ///< of all threads since their start
 };
 
-/// Looks for the process whose command line ends in `executable`.
+/// Finds the process whose command line ends in `executable`.
 [[nodiscard]] UnixFigures LookAtUnixProcess(const std::string& executable);
 
 }  // namespace bench

@@ -1,4 +1,4 @@
-/// Measuring a product against a limit, side by side in one run.
+/// Measures a product against a limit, side by side in one run.
 #ifndef BENCH_SUPPORT_MEASURE_H
 #define BENCH_SUPPORT_MEASURE_H
 
@@ -8,7 +8,7 @@
 
 namespace bench {
 
-/// One batch of work; gives the time of one operation in nanoseconds.
+/// One batch of work; returns the time of one operation in nanoseconds.
 using Batch = std::function<double()>;
 
 /// Median and quartiles of samples.
@@ -25,21 +25,21 @@ struct Row {
     std::string name;
     Spread product;
     Spread limit;
-    double noise = 1;  ///< the limit against itself: 1 if the machine were still
-    double reach = 0;  ///< the greatest ratio that counts as reached; 0: shown, not judged
+    double noise = 1;  ///< the limit against itself: 1 on an idle machine
+    double reach = 0;  ///< the highest ratio that counts as reached; 0: shown, not judged
     std::string remark;
 };
 
-/// Runs product, limit, product, limit ... for `rounds` rounds, after one round that isn't counted.
-/// The limit's batches fall into two halves, which give the noise.
+/// Runs product, limit, product, limit ... for `rounds` rounds, after one uncounted round. The
+/// limit's batches are split into two halves, which give the noise.
 [[nodiscard]] Row Measure(std::string name, int rounds, double reach, const Batch& product,
                           const Batch& limit);
 
-/// Times `count` calls of `operation` and gives the time of one.
+/// Times `count` calls of `operation` and returns the time of one.
 template <class Operation>
 double TimeEach(int count, const Operation& operation);
 
-/// The present moment in nanoseconds.
+/// The current time in nanoseconds.
 [[nodiscard]] double Now();
 
 /// Prints the row as one line of JSON.

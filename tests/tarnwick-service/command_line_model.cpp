@@ -15,7 +15,7 @@ std::wstring Lower(std::wstring text) {
     return text;
 }
 
-/// Blanks, a sign, digits; the rest doesn't count. Beyond 31 bits the nearest value.
+/// Blanks, a sign, digits; the rest is ignored. Beyond 31 bits the nearest value.
 std::uint32_t Number(const std::wstring& text) {
     std::size_t at = 0;
     while (at < text.size() && std::iswspace(text[at]) != 0) {

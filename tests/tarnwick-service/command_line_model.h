@@ -6,9 +6,9 @@
 
 namespace test {
 
-/// The option grammar once more, written as plainly as can be and with nothing of the product: what
-/// the arguments behind the program's name come to, in the words of `Describe` of the tests.
-/// "abnormal end" if the process ends while it reads them.
+/// A second, simple implementation of the option grammar, independent of the product: the result of
+/// the arguments after the program's name, in the form of `Describe` of the tests. "abnormal end"
+/// if parsing ends the process.
 [[nodiscard]] std::string ModelOfCommandLine(const std::vector<std::wstring>& arguments);
 
 }  // namespace test

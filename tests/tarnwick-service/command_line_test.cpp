@@ -17,8 +17,8 @@ using Arguments = std::vector<std::wstring>;
 constexpr const char* NoOption = "Options should be started from '-' or '/'\n";
 constexpr const char* NoDumpValues = "parameters for dump should be specified \n";
 
-/// The arguments as the run-time library hands them over: the program's name first, a null entry at
-/// the end.
+/// The arguments as the run-time library passes them: the program's name first, a null entry at the
+/// end.
 class ArgumentVector {
   public:
     explicit ArgumentVector(Arguments arguments) : texts_(std::move(arguments)) {
@@ -81,7 +81,7 @@ std::string Parse(const Arguments& arguments) {
     return Describe(ParseCommandLine(argumentVector.Count(), argumentVector.Get()));
 }
 
-/// What a line without errors comes to.
+/// The result of a line without errors.
 std::string Good(const std::string& mode, const std::string& dump = "none",
                  std::uint32_t seconds = 0) {
     return mode + " sleep " + std::to_string(seconds) + " dump " + dump;
@@ -99,7 +99,7 @@ struct Row {
     std::string result;
 };
 
-/// The second opinion of the fuzz test below has to agree with the tables too.
+/// The model of the fuzz test below must agree with the tables too.
 void ExpectRows(const std::vector<Row>& rows) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
@@ -137,7 +137,8 @@ TEST(CommandLineTable, FirstCharacter_DecidesAndAnErrorEndsTheWalk) {
     ExpectRows(
         {Row{"PlainWord", {L"run"}, Bad("", NoOption)}, Row{"Empty", {L""}, Bad("", NoOption)},
          Row{"Blank", {L" -run"}, Bad("", NoOption)}, Row{"Comma", {L",run"}, Bad("", NoOption)},
-         // The neighbours of '-' and '/', and what differs from them in one bit or by 65536 less.
+         // The neighbours of '-' and '/', and characters that differ from them by one bit or by
+         // 65536.
          Row{"Dot", {L".run"}, Bad("", NoOption)}, Row{"Zero", {L"0run"}, Bad("", NoOption)},
          Row{"BitOne", {L"+run"}, Bad("", NoOption)}, Row{"Lower", {L"\xDrun"}, Bad("", NoOption)},
          Row{"HighByte", {L"\x12D\x72un"}, Bad("", NoOption)},
@@ -221,7 +222,7 @@ TEST(CommandLine, ModeNumbers_AreFixed) {
     EXPECT_EQ(static_cast<int>(RunMode::Unpack), 4);
 }
 
-// Random lines, the same ones in every run, against the model.
+// Random lines, the same in every run, against the model.
 TEST(CommandLine, RandomLines_AgreeWithTheModel) {
     const Arguments words = {
         L"-run",  L"/RUN",  L"-test",       L"-log-console", L"-sleep", L"/Sleep",
@@ -239,7 +240,7 @@ TEST(CommandLine, RandomLines_AgreeWithTheModel) {
         }
         const std::string expected = test::ModelOfCommandLine(arguments);
         if (expected == "abnormal end") {
-            ++abnormalEnds;  // can't be asked for in this process; see below
+            ++abnormalEnds;  // not in this process; see below
             continue;
         }
         ASSERT_EQ(Parse(arguments), expected) << testing::PrintToString(arguments);

@@ -8,8 +8,8 @@
 
 namespace test {
 
-/// Sends this process's standard output to a file for as long as it lives. The test framework's own
-/// output isn't touched.
+/// Redirects this process's standard output to a file during its lifetime. The output of the test
+/// framework isn't affected.
 class ConsoleCapture {
   public:
     ConsoleCapture();
@@ -17,8 +17,8 @@ class ConsoleCapture {
     ConsoleCapture(const ConsoleCapture&) = delete;
     ConsoleCapture& operator=(const ConsoleCapture&) = delete;
 
-    /// All that was printed, with line feeds alone. Fails the test on a line feed that was printed
-    /// without its carriage return.
+    /// All printed text, with line feeds only. Fails the test if a line feed was printed without
+    /// its carriage return.
     [[nodiscard]] std::string Text() const;
 
   private:

@@ -59,8 +59,8 @@ const Events BeginEvents = {"CoInitializeEx",        "create",     "CreateEventA
 const Events StopEvents = {"NotifyOnStop", "Deactivate"};
 const Events EndEvents = {"close event", "free", "CoUninitialize"};
 
-/// A console run with the platform's side taken down. A console event comes as soon as the run
-/// waits for it, on a thread of its own like the platform's.
+/// A console run with recorded platform calls. A console event is sent as soon as the run waits for
+/// it, on its own thread like the platform's.
 class ConsoleRun : public testing::Test {
   protected:
     void TearDown() override { EXPECT_EQ(WindowsServiceBase::GetInstance(), nullptr); }
@@ -277,7 +277,7 @@ TEST_F(ConsoleRun, SecondRun_IsLikeTheFirst) {
     EXPECT_EQ(log.Lines(), firstLines);
 }
 
-// ---- With the sample.
+// ---- With the sample
 
 constexpr std::uintptr_t SampleProcessHandle = 0x1111000;
 constexpr std::uintptr_t SampleThreadHandle = 0x2222000;
@@ -370,7 +370,7 @@ TEST_F(ConsoleRunWithSample, Sample_OutlivesTheServiceButNotTheObject) {
 TEST_F(ConsoleRunWithSample, MissingSample_IsToldTwiceAndTheRunGoesOn) {
     sampleError = ERROR_FILE_NOT_FOUND;
     RunKeldane(Descriptor, true);
-    // Without a child its end is asked for all the same, on null handles that aren't closed.
+    // Without a child process its end is requested anyway, on null handles that aren't closed.
     EXPECT_EQ(controller.Events(), BeginEvents + List("copy", "start sample", "wait for event") +
                                        StopEvents + List("terminate sample", "delete") + EndEvents);
     const std::string name = std::filesystem::path(commandLine).string();

@@ -1,5 +1,5 @@
-// What the controller library can call in the host, called as the library does: by the pointers in
-// the records.
+// The functions that the controller library can call in the host, called like the library does: by
+// the pointers in the records.
 
 #include <gtest/gtest.h>
 
@@ -62,7 +62,7 @@ class Callbacks : public testing::Test {
     OrrinLoader loader;
 };
 
-// ---- The log sink.
+// ---- The log sink
 
 TEST_F(Callbacks, LibraryLevels_AreMappedAndAllOthersAreVerbose) {
     for (const std::uint32_t level : {0U, 1U, 2U, 3U, 4U, 7U, 8U, 0xFFFFFFFFU}) {
@@ -155,7 +155,7 @@ TEST_F(Callbacks, LogFlush_ForcesTheOneLogFile) {
     EXPECT_EQ(flushes, 1);
 }
 
-// ---- The registration of the host's interfaces.
+// ---- The registration of the host's interfaces
 
 struct RegistrationCase {
     std::uint32_t interaction;
@@ -203,7 +203,7 @@ TEST_P(Registration, BothAreRegisteredAndTheSecondCodeIsTheResult) {
               controller.Loader() + LoaderLayout::Exception);
 }
 
-// ---- The callbacks that touch the service's life.
+// ---- The callbacks that change the service's state
 
 class ServiceCallbacks : public Callbacks {
   protected:
@@ -257,8 +257,8 @@ TEST_F(ServiceCallbacks, RefusedEnable_GivesTheErrorAndNoTraceLine) {
                      FailedStatusLine(L"SERVICE_STOPPED", {SERVICE_STOPPED, 0, 0, 0, 5}, 6)}));
 }
 
-// ---- The pre-exception callback. What is stored shows when the filter runs; it is kept from
-// writing a dump, and so comes back.
+// ---- The pre-exception callback. The stored value shows when the filter runs; the filter is
+// prevented from writing a dump, so it returns.
 
 class PreExceptionCallbacks : public Callbacks {
   protected:

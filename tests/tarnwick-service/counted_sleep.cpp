@@ -6,7 +6,7 @@ namespace test {
 
 CountedSleep::CountedSleep(DWORD expectedMs)
     : hook_([this, expectedMs](DWORD lengthMs) {
-          // The run-time library gives up a turn in this way; the product never asks for 0.
+          // The run-time library yields in this way; the product never passes 0.
           if (lengthMs == 0) {
               SleepHook::Real(0);
               return;
@@ -16,7 +16,7 @@ CountedSleep::CountedSleep(DWORD expectedMs)
           if (onSleep_) {
               onSleep_(number);
           }
-          // Another thread that is ready gets its turn, as it would in a real sleep.
+          // Another ready thread runs now, as it would in a real sleep.
           SleepHook::Real(0);
       }) {}
 

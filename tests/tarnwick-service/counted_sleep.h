@@ -8,13 +8,13 @@
 
 namespace test {
 
-/// Replaces `Sleep` by counting: no time passes. Fails the test on a length other than the expected
+/// Replaces `Sleep` by counting: no time passes. Fails the test on another length than the expected
 /// one.
 class CountedSleep {
   public:
     explicit CountedSleep(DWORD expectedMs);
 
-    /// Called inside of each sleep with its number, from 1. Set before the first thread.
+    /// Called inside each sleep with its number, from 1. Set before the first thread.
     void OnSleep(std::function<void(int)> action) { onSleep_ = std::move(action); }
     [[nodiscard]] int Count() const { return count_; }
 

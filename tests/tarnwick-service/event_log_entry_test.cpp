@@ -14,7 +14,7 @@
 
 namespace {
 
-// The argument list is the bare pointer that it is on this platform.
+// The argument list is a plain pointer on this platform.
 struct FormatterCall {
     static constexpr const char* Module = "msvcrt";
     static constexpr const char* Name = "_vsnwprintf_s";
@@ -128,7 +128,7 @@ class FormatterSizes : public EventLogEntry {
     test::ScopedHook<FormatterHook> formatterHook{[this](wchar_t* buffer, std::size_t size,
                                                          std::size_t count, const wchar_t* format,
                                                          char* args) {
-        // The failure line is printed by the same formatter.
+        // The same formatter prints the failure line.
         if (std::wstring(format).find(L"message forming") == std::wstring::npos) {
             sizes.push_back(size);
         }

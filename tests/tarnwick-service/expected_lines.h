@@ -1,4 +1,4 @@
-/// Log lines as `LogCapture` gives them.
+/// Log lines in the form of `LogCapture`.
 #ifndef TESTS_TARNWICK_SERVICE_EXPECTED_LINES_H
 #define TESTS_TARNWICK_SERVICE_EXPECTED_LINES_H
 
@@ -23,7 +23,7 @@ inline std::wstring TraceLine(const std::wstring& text) {
     return L"[T][quillon] " + text;
 }
 
-/// The fields of a report as both of its log lines tell them.
+/// The fields of a report, as both of its log lines print them.
 inline std::wstring StatusText(const std::wstring& stateName, const ExpectedReport& report) {
     return L"WindowsServiceBase->SetServiceStatus: dwCurrentState = " + stateName +
            L", dwWin32ExitCode = " + std::to_wstring(report.exitCode) + L", dwWaitHint = " +
@@ -37,7 +37,7 @@ inline std::wstring StatusLine(const std::wstring& stateName, const ExpectedRepo
     return TraceLine(StatusText(stateName, report) + L" ");
 }
 
-/// The line before it if the report was refused.
+/// The line before it if the report failed.
 inline std::wstring FailedStatusLine(const std::wstring& stateName, const ExpectedReport& report,
                                      DWORD error) {
     return ErrorLine(StatusText(stateName, report) + L" failed with error " +

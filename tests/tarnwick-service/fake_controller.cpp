@@ -145,7 +145,7 @@ std::uint32_t FakeRegistrar::Register(void* self, void* component, void* interfa
 
 }  // namespace test
 
-// The host finds the exports through these, as it would through its import table.
+// The host finds the exports through these, like through its import table.
 extern "C" {
 decltype(&::OrrinCreateComponentModelController) __imp_OrrinCreateComponentModelController =
     &test::Create;

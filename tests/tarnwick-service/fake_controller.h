@@ -1,6 +1,6 @@
-/// A controller library inside of the test program: takes down what the host calls and hands over,
-/// and answers as a test wants. Reads the host's records by offset, not by the shared header, so
-/// that a mistake in the header shows.
+/// A controller library inside the test program: records the host's calls and their arguments, and
+/// returns what a test sets. Reads the host's records by offset instead of the shared header, so
+/// that an error in the header shows.
 #ifndef TESTS_TARNWICK_SERVICE_FAKE_CONTROLLER_H
 #define TESTS_TARNWICK_SERVICE_FAKE_CONTROLLER_H
 
@@ -44,7 +44,7 @@ class RecordBytes {
     std::vector<unsigned char> bytes_;
 };
 
-/// Where the parts of the host's loader stand, from the loader's own address.
+/// The parts of the host's loader, from its own address.
 struct LoaderLayout {
     static constexpr std::size_t Initialized = 0;
     static constexpr std::size_t ComInitialized = 1;
@@ -56,7 +56,7 @@ struct LoaderLayout {
     static constexpr std::size_t Size = 304;
 };
 
-/// The callbacks in the form in which a library calls them.
+/// The callbacks, as a library calls them.
 using LogSink = void (*)(void*, std::uint32_t, const wchar_t*, const wchar_t*);
 using PlainCallback = void (*)();
 using RegisterEntry = std::uint32_t (*)(void*, void*, void*, void*);
@@ -65,7 +65,7 @@ using PreException = void (*)(void*);
 using SetPreException = std::uint32_t (*)(void*, PreException, void*);
 using RemovePreException = std::uint32_t (*)();
 
-/// One at a time; the host's calls find the one that lives.
+/// One at a time; the host's calls use the current one.
 class FakeController {
   public:
     FakeController();
@@ -76,31 +76,32 @@ class FakeController {
     /// Results by the name of the call: "create", "LoadAddons", "Activate", "NotifyOnStop",
     /// "Deactivate", "free". 0 unless set.
     std::map<std::string, std::int32_t> results;
-    /// What a call does beside coming back. Set before the first thread.
+    /// An action during a call, before it returns. Set before the first thread.
     std::map<std::string, std::function<void()>> actions;
 
-    /// Takes down an event of a test's own among the calls.
+    /// Records an event of the test among the calls.
     void Note(const std::string& event);
     [[nodiscard]] std::vector<std::string> Events() const;
     void ClearEvents();
     /// The thread of the last call of that name.
     [[nodiscard]] DWORD ThreadOf(const std::string& call) const;
 
-    /// The loader that made the last create call, and all its bytes at that call and at the free.
+    /// The loader that made the last create call, and all its bytes at that call and at the free
+    /// call.
     [[nodiscard]] std::uintptr_t Loader() const { return loader_; }
     [[nodiscard]] const RecordBytes& AtCreate() const { return atCreate_; }
     [[nodiscard]] const RecordBytes& AtFree() const { return atFree_; }
     [[nodiscard]] std::uintptr_t ParamsArgument() const { return paramsArgument_; }
     [[nodiscard]] std::uintptr_t OutArgument() const { return outArgument_; }
-    /// The 80 bytes that the unpack call got.
+    /// The 80 bytes that the unpack call received.
     [[nodiscard]] const RecordBytes& AtBootstrap() const { return atBootstrap_; }
     [[nodiscard]] std::uintptr_t BootstrapArgument() const { return bootstrapArgument_; }
-    /// What the create call has stored.
+    /// The value that the create call has stored.
     [[nodiscard]] std::uintptr_t Row() const {
         return reinterpret_cast<std::uintptr_t>(static_cast<const void*>(row_));
     }
 
-    // What the exports come down to.
+    // The implementations of the exports.
     std::int32_t Create(void* params, void** controllerOut);
     std::int32_t Free(void* controller);
     void Bootstrap(void* params);
@@ -113,7 +114,7 @@ class FakeController {
     void Enter(const std::string& name);
     [[nodiscard]] std::int32_t ResultOf(const std::string& name) const;
 
-    // The host knows the first four; whatever else it calls fails the test.
+    // The host knows the first four; any other call fails the test.
     Slot row_[8];
 
     mutable framework::SrwLock lock_;
@@ -130,7 +131,7 @@ class FakeController {
     RecordBytes atBootstrap_;
 };
 
-/// The library's object that takes the host's interfaces.
+/// The library's object that receives the host's interfaces.
 class FakeRegistrar {
   public:
     FakeRegistrar();
@@ -144,7 +145,7 @@ class FakeRegistrar {
         std::uintptr_t interfaceRecord;
     };
     std::vector<Registration> registrations;
-    std::vector<std::uint32_t> results;  ///< one for each call
+    std::vector<std::uint32_t> results;  ///< one per call
 
     [[nodiscard]] void* Row() { return static_cast<void*>(row_); }
 

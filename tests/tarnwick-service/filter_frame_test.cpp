@@ -1,5 +1,5 @@
-// Exceptions that nobody handles on the main thread, and below a destructor: each reaches the
-// unhandled exception filter once and ends the process with its own code.
+// Unhandled exceptions on the main thread, and below a destructor: each reaches the unhandled
+// exception filter once and ends the process with its own code.
 
 #include "tarnwick-service/filter_frame.h"
 
@@ -29,8 +29,8 @@ constexpr std::uint32_t CppException = 0x20474343;
 #define SKIP_WITHOUT_FRAME() static_cast<void>(0)
 #endif
 
-/// One letter for each event, in order: d the filter writes a dump, t the host ends the process,
-/// c the exception came back.
+/// One letter per event, in order: d the filter writes a dump, t the host ends the process, c the
+/// exception returned to the caller.
 class Trail {
   public:
     explicit Trail(std::wstring path) : path_(std::move(path)) {}
@@ -46,7 +46,7 @@ class Trail {
     std::wstring path_;
 };
 
-/// What a child does, and with what luck.
+/// What a child does, and whether the dump succeeds.
 struct Order {
     explicit Order(const std::vector<std::wstring>& arguments)
         : folder(arguments.at(0)),
@@ -108,13 +108,13 @@ const test::ChildRoutine belowADestructor(L"below-a-destructor",
                                                   order, [&] { const Destroyed destroyed{order}; });
                                           });
 
-/// For each code, continuable and not: the filter is entered once, the code is the exit code, and
-/// the host ends the process itself only if the dump was written.
+/// For each code, continuable or not: the filter runs once, the code is the exit code, and the host
+/// ends the process itself only if the dump was written.
 void ExpectEachCodeEndsTheProcess(const wchar_t* routine, const wchar_t* luck) {
     const bool isFrame = std::wstring(routine) == L"below-a-destructor";
     const bool isWritten = std::wstring(luck) == L"written";
     const std::string trail = isWritten ? "dt" : "d";
-    // Those that MinGW's start-up code would answer, their kin, and some that it wouldn't.
+    // Codes that MinGW's start-up code would handle, similar ones, and some that it wouldn't.
     for (const std::uint32_t code :
          {0xC0000008U, 0xC000008CU, 0xC0000092U, 0xC0000095U, 0x80000002U, 0x30474343U, 0xA1474343U,
           CppException, 0xC0000005U, 0xC0000094U, 0xC000001DU, 0xC0000096U, 0x80000003U,
@@ -156,7 +156,7 @@ TEST(CallOnFilterFrame, EachCodeBelowADestructorWithoutADump_IsLeftToThePlatform
     ExpectEachCodeEndsTheProcess(L"below-a-destructor", L"failed");
 }
 
-/// Throws and catches above the frame, then gives the argument back as the exit code.
+/// Throws and catches above the frame, then returns the argument as the exit code.
 int CatchAboveTheFrame(const std::vector<std::wstring>&) {
     static int seen = 0;
     constexpr int Given = 77;

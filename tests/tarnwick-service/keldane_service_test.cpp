@@ -78,9 +78,9 @@ TEST_F(Keldane, SecondCall_GivesTheFirstObjectWhateverItAsksFor) {
     EXPECT_EQ(controller.Events(), (Events{"CoInitializeEx", "create"}));
 }
 
-/// Every byte of the object that belongs to no field.
+/// Every byte of the object that isn't part of a field.
 std::vector<unsigned char> Padding(const KeldaneService& service) {
-    // Behind the status record; behind the flag; behind the descriptor's three flags.
+    // After the status record; after the flag; after the descriptor's three flags.
     constexpr std::size_t Flag = sizeof(WindowsServiceBase);
     constexpr std::pair<std::size_t, std::size_t> Gaps[] = {
         {Flag - 20, 4}, {Flag + 1, 7}, {Flag + 27, 5}};
@@ -221,7 +221,7 @@ TEST_F(Keldane, LastReference_FreesTheControllerOnceOnItsThread) {
     EXPECT_EQ(controller.ThreadOf("free"), threadId);
 }
 
-// ---- Under the service actions.
+// ---- Under the service actions
 
 TEST_F(Keldane, FailingActivate_IsSeenAsTheServicesExitCode) {
     controller.results["Activate"] = 5;
@@ -230,7 +230,7 @@ TEST_F(Keldane, FailingActivate_IsSeenAsTheServicesExitCode) {
     EXPECT_EQ(statuses.Reports(), Describe(Reports{{SERVICE_START_PENDING, 0, 0, 0, 4},
                                                    {SERVICE_RUNNING, 0, 0, 0, 4},
                                                    {SERVICE_STOPPED, 1359, 0, 0, 4}}));
-    // A failed start isn't followed by a stop.
+    // A stop doesn't follow a failed start.
     EXPECT_EQ(controller.Events(), (Events{"LoadAddons", "Activate", "Deactivate"}));
 }
 

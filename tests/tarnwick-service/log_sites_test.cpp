@@ -1,4 +1,4 @@
-// The place that each log line names, which shows when the log records source locations.
+// The source location of each log line, which shows when the log records source locations.
 
 #include <gtest/gtest.h>
 
@@ -59,7 +59,7 @@ TEST(LogSites, Framework_NamesEachOperation) {
         const test::ScopedHook<test::RegisterServiceCtrlHandlerWHook> noHandle(
             [](auto...) -> SERVICE_STATUS_HANDLE { return nullptr; });
         const auto service = WindowsServiceBase::GetOrCreateBaseInstance(L"sites", 0, 1, 0);
-        // Their lines are what counts here.
+        // Only their lines matter here.
         static_cast<void>(service->OnStart());
         static_cast<void>(service->OnStop());
         static_cast<void>(service->OnShutdown());
@@ -90,7 +90,7 @@ TEST(LogSites, Framework_NamesEachOperation) {
     EXPECT_EQ(sites.back(), prefix + L"ServiceActionRoutine");
 }
 
-/// What a library does in one of its functions to have the host log from everywhere.
+/// The actions of a library that make the host log from everywhere.
 void CallEveryCallback(const test::FakeController& controller) {
     const test::RecordBytes& loader = controller.AtCreate();
     test::FakeRegistrar registrar;

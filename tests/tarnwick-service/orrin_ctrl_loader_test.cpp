@@ -26,7 +26,7 @@ constexpr DWORD InternalError = 1359;
 
 class Loader : public testing::Test {
   protected:
-    /// Makes the loader and forgets how.
+    /// Creates the loader and clears the recorded calls.
     void Make() {
         loader.emplace();
         controller.ClearEvents();
@@ -112,7 +112,7 @@ TEST_F(Loader, Interfaces_HaveTheSameHeadAndTheirFunctions) {
 
 TEST_F(Loader, Flags_FollowComAndTheCreateCall) {
     loader.emplace();
-    // At the create call COM stands and the controller doesn't.
+    // At the create call COM is initialised and there is no controller.
     EXPECT_EQ(controller.AtCreate().At<std::uint8_t>(LoaderLayout::Initialized), 0U);
     EXPECT_EQ(controller.AtCreate().At<std::uint8_t>(LoaderLayout::ComInitialized), 1U);
     const RecordBytes after(&*loader, sizeof(OrrinLoader));
@@ -160,8 +160,8 @@ TEST_P(LoaderWithoutCom, GoesOnAndDoesNotLetGoOfCom) {
                TraceLine(L"OrrinFreeComponentModelController successed")}));
 }
 
-// With the platform's own COM: a second initialisation on a thread gives S_FALSE, and the first
-// one's owner still has it after the loader is gone.
+// With the platform's own COM: a second initialisation on a thread returns S_FALSE, and the first
+// one remains in effect after the loader is destroyed.
 TEST(LoaderOnAThreadWithCom, ComStaysWithItsOwner) {
     test::LogCapture log;
     test::FakeController controller;
@@ -172,7 +172,7 @@ TEST(LoaderOnAThreadWithCom, ComStaysWithItsOwner) {
     EXPECT_EQ(log.Lines().front(), ErrorLine(L"CoInitializeEx failed with hResult 1"));
     EXPECT_EQ(controller.Events(), (Events{"create", "free"}));
     ::CoUninitialize();
-    // The loader's S_FALSE counted once more, and isn't taken back by it.
+    // The loader's S_FALSE added a reference, which the loader doesn't release.
     EXPECT_EQ(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_FALSE);
     ::CoUninitialize();
     ::CoUninitialize();
@@ -310,7 +310,7 @@ TEST_P(LoaderStop, CallsLogsAndResult) {
     EXPECT_EQ(controller.Events(), GetParam().calls);
     EXPECT_EQ(log.Lines(), GetParam().lines);
     loader.reset();
-    // The free call comes whatever the stop has met.
+    // The free call comes in any case, whatever the stop's result.
     EXPECT_EQ(controller.Events().at(GetParam().calls.size()), "free");
 }
 

@@ -23,7 +23,7 @@ class SampleProcess : public testing::Test {
     test::ConsoleCapture console;
 };
 
-// ---- The random name.
+// ---- The random name
 
 TEST_F(SampleProcess, RandomName_IsLowerCaseLettersDirectlyBeforeTheSuffix) {
     std::set<std::wstring> names;
@@ -62,7 +62,7 @@ TEST_F(SampleProcess, RandomName_NeedsRoomForItsTerminator) {
     EXPECT_EQ(tooLong.Wait(), 0xC0000409U);
 }
 
-// ---- Paths.
+// ---- Paths
 
 TEST_F(SampleProcess, ModuleDirectory_IsThatOfTheExecutable) {
     std::wstring directory;
@@ -136,7 +136,7 @@ TEST_F(SampleProcess, PathThatCannotBeJoined_IsPrinted) {
     EXPECT_EQ(console.Text(), "PathAppendW error\n");
 }
 
-// ---- The copy.
+// ---- The copy
 
 TEST_F(SampleProcess, CopyToRandomName_CopiesBesideTheExecutable) {
     test::WriteFileBytes(test::OwnPath().parent_path() / L"sample-process-test.bin", "content");
@@ -187,7 +187,7 @@ TEST_F(SampleProcess, CopyWithoutAPath_StopsAtTheFirstWithItsError) {
     EXPECT_EQ(console.Text(), "FindResource error: 8\n");
 }
 
-// ---- The child process.
+// ---- The child process
 
 TEST_F(SampleProcess, EmptyCommandLineOrNoRecord_IsPrintedAndStartsNothing) {
     const test::ScopedHook<test::CreateProcessWHook> hook([](auto...) {
@@ -315,7 +315,7 @@ TEST_F(SampleProcess, EndWithoutAChild_CallsThePlatformAllTheSame) {
     EXPECT_EQ(console.Text(), "");
 }
 
-// ---- The delete.
+// ---- The delete
 
 TEST_F(SampleProcess, Delete_RemovesTheFileInSilence) {
     const test::ScratchFolder folder;

@@ -1,4 +1,5 @@
-// The three actions: what is reported, logged, created, waited for and closed, in which order.
+// The three actions: their reports, log lines, threads, waits and closed handles, and the order of
+// these.
 
 #include <gmock/gmock.h>
 
@@ -60,8 +61,8 @@ std::wstring StoppedLine(DWORD exitCode) {
     return StatusLine(L"SERVICE_STOPPED", Stopped(exitCode));
 }
 
-/// A service, and everything that its actions touch. The pending reporter's sleeps take no time, so
-/// that it is held back: its sleep number `lastSleep` lasts until SERVICE_STOPPED is reported.
+/// A service, and everything that its actions use. The pending reporter's sleeps take no time, so
+/// it is held back: its sleep number `lastSleep` lasts until SERVICE_STOPPED is reported.
 class ServiceActions : public testing::Test {
   protected:
     ServiceActions() {
@@ -134,7 +135,7 @@ TEST_F(ServiceActions, SlowStart_IsRunningWhileTheLogicStillWorks) {
         ended = true;
         return 0;
     };
-    // Comes back although the logic can't end.
+    // Returns although the logic can't end.
     service->StartAction();
     EXPECT_TRUE(runningReported.Wait());
     EXPECT_FALSE(ended);
@@ -175,7 +176,7 @@ TEST_F(ServiceActions, StartAfterEnable_KeepsTheStopBitInEveryReport) {
             StartPending, Running, {SERVICE_RUNNING, 0, 0, 0, 5}, {SERVICE_STOPPED, 5, 0, 0, 5}}));
 }
 
-/// Stop and shutdown, which differ in nothing but their word.
+/// Stop and shutdown, which differ only in their name.
 struct StopKind {
     const wchar_t* name;
     void (WindowsServiceBase::*action)();
@@ -191,7 +192,7 @@ constexpr StopKind Shutdown = {L"Shutdown", &WindowsServiceBase::ShutdownAction}
 class StopActions : public ServiceActions, public testing::WithParamInterface<StopKind> {
   protected:
     void RunAction() { (*service.*GetParam().action)(); }
-    /// The begin of every line of the action.
+    /// The beginning of every line of the action.
     [[nodiscard]] static std::wstring Named(const wchar_t* text) {
         return std::wstring(L"WindowsServiceBase->") + GetParam().name + text;
     }
@@ -206,7 +207,7 @@ TEST_P(StopActions, GoodStop_RunsOnStopAndIsOverWhenTheCallComesBack) {
         return 0;
     };
     RunAction();
-    // Nothing is joined here: the call itself waits.
+    // Nothing is joined here, because the call itself waits.
     EXPECT_EQ(calls, 1);
     EXPECT_EQ(statuses.Reports(), Describe(Reports{StopPending(0), Stopped(0)}));
     EXPECT_EQ(log.Lines(),
@@ -233,7 +234,7 @@ TEST_P(StopActions, Threads_AreWaitedForAndClosedLogicFirst) {
         EXPECT_TRUE(creation.isPlain);
     }
     EXPECT_EQ(creations[LogicThreadOfStop].parameter, nullptr);
-    // Each of the other two owns a record of its own.
+    // Each of the other two owns its own record.
     EXPECT_NE(creations[ActionThread].parameter, nullptr);
     EXPECT_NE(creations[PendingThread].parameter, nullptr);
     EXPECT_NE(creations[ActionThread].parameter, creations[PendingThread].parameter);
@@ -258,7 +259,7 @@ TEST_P(StopActions, FailingStop_IsStoppedAllTheSameWithTheError) {
     EXPECT_EQ(threads.ExitCode(ActionThread), 1359U);
 }
 
-// ---- Failures of the platform's calls.
+// ---- Failures of the platform's calls
 
 TEST_F(ServiceActions, StartWithoutActionThread_IsStoppedWithoutLogic) {
     service->start = [] {
@@ -333,7 +334,7 @@ TEST_P(StopActions, WithoutActionThread_IsStoppedWithoutLogicOrWait) {
 TEST_P(StopActions, WithoutActionThread_LeavesTheRecordUnfreed) {
     threads.FailCreation(ActionThread, 8);
     RunAction();
-    // Whoever frees it here frees it for the first time; a second time would end the process.
+    // A call that frees it here must be the first; a second one would end the process.
     const std::unique_ptr<ServiceActionRecord> record(
         static_cast<ServiceActionRecord*>(threads.Creations().at(ActionThread).parameter));
     EXPECT_EQ(record->actionName, GetParam().name);
@@ -453,7 +454,7 @@ TEST_P(StopActions, FailingWaitForTheReporter_ReplacesTheLogicsError) {
     EXPECT_EQ(lines[7], ErrorLine(Named(L": finished with error 6 ")));
 }
 
-// A failed call that leaves 0 as its error is a failure all the same.
+// A failed call that leaves 0 as its error is still a failure.
 
 TEST_F(ServiceActions, StartWithoutLogicThreadNorError_GoesFromPendingToStopped) {
     threads.FailCreation(LogicThreadOfStart, 0);
@@ -566,7 +567,7 @@ TEST_P(StopActions, FailingWaitForTheAction_StillSaysThatItWasFinished) {
     EXPECT_EQ(statuses.Reports(), Describe(Reports{StopPending(0), Stopped(0)}));
 }
 
-// ---- The pending reporter.
+// ---- The pending reporter
 
 struct Duration {
     int sleeps;         ///< SERVICE_STOPPED is reported in this sleep of the reporter
@@ -654,7 +655,7 @@ TEST_F(ServiceActions, AnyOtherState_EndsTheReporter) {
     EXPECT_EQ(Describe(statuses.Last()), Describe(Stopped(0)));
 }
 
-// ---- Actions beside each other. The start's threads are 0 and 1, the stop's 2, 3 and 4.
+// ---- Concurrent actions. The start's threads are 0 and 1, the stop's 2, 3 and 4.
 
 TEST_F(ServiceActions, StopBesideAStart_RunsAtOnceAndTheStartReportsNothingMore) {
     test::Signal startMayEnd;

@@ -42,7 +42,7 @@ class ServiceControl : public testing::Test {
         WindowsServiceBase::ResetInstance();
     }
 
-    /// Brings the service to SERVICE_RUNNING and forgets how.
+    /// Brings the service to SERVICE_RUNNING and clears the records.
     void Start() {
         WindowsServiceBase::ServiceMain(0, nullptr);
         threads.JoinAll();
@@ -227,8 +227,8 @@ TEST_F(Dispatcher, RunThatFails_GivesTheResultAndSaysNothing) {
     EXPECT_EQ(statuses.Reports(), std::vector<std::string>{});
 }
 
-// The manager's side as the platform plays it: the entry routine on a thread of its own, controls
-// on the thread that entered the dispatcher.
+// The manager's side, like the platform: the entry routine on its own thread, controls on the
+// thread that entered the dispatcher.
 TEST_F(Dispatcher, WholeLife_GoesFromStartPendingToStopped) {
     service->start = [this] { return service->EnableStopFromSCM(); };
     dispatch = [this](const SERVICE_TABLE_ENTRYW* table) -> BOOL {
@@ -243,7 +243,8 @@ TEST_F(Dispatcher, WholeLife_GoesFromStartPendingToStopped) {
     const std::vector<std::string> reports = statuses.Reports();
     ASSERT_EQ(reports.size(), 6U);
     EXPECT_EQ(reports[0], Describe(ExpectedReport{SERVICE_START_PENDING, 0, 0, 0, 4}));
-    // The order of SERVICE_RUNNING and the enable is the threads' own; both are in by now.
+    // The order of SERVICE_RUNNING and the stop permission depends on the threads; both are
+    // reported by now.
     EXPECT_EQ(reports[3], Describe(ExpectedReport{SERVICE_RUNNING, 0, 0, 0, 5}));
     EXPECT_EQ(reports[4], Describe(ExpectedReport{SERVICE_STOP_PENDING, 0, 20000, 0, 5}));
     EXPECT_EQ(reports[5], Describe(ExpectedReport{SERVICE_STOPPED, 0, 0, 0, 5}));

@@ -1,4 +1,4 @@
-// Who holds the service object, and where and when it goes.
+// The owners of the service object, and where and when it is destroyed.
 
 #include <gtest/gtest.h>
 
@@ -37,7 +37,7 @@ class ServiceLife : public testing::Test {
         EXPECT_EQ(destructions, 1);
     }
 
-    /// Leaves the object to whoever else holds it.
+    /// Drops this reference; the other owners keep the object.
     void LetGo() {
         service.reset();
         WindowsServiceBase::ResetInstance();
@@ -89,7 +89,7 @@ TEST_F(ServiceLife, ResetDuringAStart_LeavesTheObjectToTheActionThread) {
     threads.JoinAll();
     EXPECT_EQ(destructions, 1);
     EXPECT_EQ(destroyedOn, actionThread);
-    // The last line is written before the reference goes.
+    // The last line is written before the reference is released.
     EXPECT_EQ(log.Lines().back(),
               test::TraceLine(L"WindowsServiceBase->Start: finished successfully "));
 }

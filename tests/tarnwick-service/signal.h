@@ -6,8 +6,8 @@
 
 namespace test {
 
-/// A one-way flag between threads. Goes past the replaced platform calls, so that it can be used
-/// inside of a replacement.
+/// A one-way flag between threads. It doesn't use the replaced platform calls, so it works inside a
+/// replacement.
 class Signal {
   public:
     Signal() : event_(::CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}

@@ -127,7 +127,7 @@ TEST(Parameters, None_LeavesTheCountAlone) {
     EXPECT_EQ(log.Lines(), Lines{TraceLine(L"Start paramers cnt = 0 ")});
 }
 
-/// Sets a variable of the environment for as long as it lives.
+/// Sets an environment variable during its lifetime.
 class ScopedVariable {
   public:
     ScopedVariable(const wchar_t* name, const std::wstring& value) : name_(name) {
@@ -145,7 +145,7 @@ class ScopedVariable {
     std::wstring before_;
 };
 
-/// The common start-up with a machine-wide data folder and a registry of its own.
+/// The common start-up with its own machine-wide data folder and registry.
 class StartUp : public testing::Test {
   protected:
     void TearDown() override { UndoStartUp(); }
@@ -268,8 +268,7 @@ TEST_F(StartUp, LogConsole_MovesTheLogAndMakesNoDirectory) {
     EXPECT_TRUE(profile.Names().empty());
 }
 
-/// A crash up to its end: where the dump would go, what it would hold, what the process would end
-/// with.
+/// A crash up to its end: the path and contents of the dump, and the exit code of the process.
 struct Crash {
     std::wstring path;
     MINIDUMP_TYPE type = MiniDumpNormal;

@@ -11,7 +11,7 @@
 
 namespace test {
 
-/// What a report is expected to carry beside the fields that never change.
+/// The expected variable fields of a report.
 struct ExpectedReport {
     DWORD state;
     DWORD exitCode;
@@ -20,21 +20,21 @@ struct ExpectedReport {
     DWORD accepted;
 };
 
-/// The text of a report as it stands in a failure message: all seven fields.
+/// A report as text of a failure message: all seven fields.
 [[nodiscard]] std::string Describe(const SERVICE_STATUS& status);
-/// The same for an expectation; the service type is 16, the service's own exit code 0.
+/// The same for an expectation; the service type is 16, the service-specific exit code 0.
 [[nodiscard]] std::string Describe(const ExpectedReport& report);
 [[nodiscard]] std::vector<std::string> Describe(const std::vector<ExpectedReport>& reports);
 
-/// Stands in for the Service Control Manager's side of `SetServiceStatus`: takes every report down
-/// and accepts it, or refuses it with an error.
+/// Replaces the Service Control Manager's side of `SetServiceStatus`: records every report and
+/// accepts it, or fails it with an error.
 class StatusRecorder {
   public:
     StatusRecorder();
 
     /// All further reports fail with `error`; 0 accepts them again.
     void FailWith(DWORD error) { error_ = error; }
-    /// Called inside each report, after it has been taken down. Set before the first thread.
+    /// Called inside each report, after it has been recorded. Set before the first thread.
     void OnReport(std::function<void(const SERVICE_STATUS&)> action) {
         onReport_ = std::move(action);
     }

@@ -11,7 +11,7 @@ namespace test {
 /// Accepted controls of a service made with the flags 0, 1, 0.
 constexpr DWORD ShutdownOnly = 4;
 
-/// A service whose steps a test writes. The steps log nothing by themselves.
+/// A service whose steps a test defines. The steps log nothing by themselves.
 class TestService : public tarnwick::WindowsServiceBase {
   public:
     using Step = std::function<DWORD()>;
@@ -29,7 +29,7 @@ class TestService : public tarnwick::WindowsServiceBase {
     Step stop;
     std::function<void()> destroyed;  ///< called by the destructor
 
-    /// Makes one and puts it into the slot, which must be empty.
+    /// Creates one and puts it into the slot, which must be empty.
     static std::shared_ptr<TestService> Create(BYTE canStop = 0, BYTE canShutdown = 1,
                                                BYTE canPause = 0);
 

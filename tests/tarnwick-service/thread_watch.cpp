@@ -42,11 +42,11 @@ ThreadWatch::~ThreadWatch() {
 HANDLE ThreadWatch::Create(LPSECURITY_ATTRIBUTES security, SIZE_T stackSize,
                            LPTHREAD_START_ROUTINE routine, void* parameter, DWORD flags,
                            DWORD* threadId) {
-    // The test framework's own threads, which begin suspended, aren't the product's.
+    // The test framework's own threads are created suspended; the product's are not.
     if (flags == CREATE_SUSPENDED) {
         return CreateThreadHook::Real(security, stackSize, routine, parameter, flags, threadId);
     }
-    // Held over the creation: the new thread's own creations and waits come after it.
+    // Held during the creation, so that the new thread's own creations and waits come after it.
     const std::lock_guard guard(lock_);
     const std::size_t number = creations_.size();
     const bool isPlain = security == nullptr && stackSize == 0 && flags == 0 && threadId == nullptr;
@@ -131,7 +131,7 @@ void ThreadWatch::Join(std::size_t thread) {
 }
 
 void ThreadWatch::JoinAll() {
-    // A thread that is waited for may create others.
+    // A thread that is being waited for may create others.
     for (std::size_t number = 0; number < Creations().size(); ++number) {
         if (!ErrorFor(creationErrors_, number)) {
             Join(number);

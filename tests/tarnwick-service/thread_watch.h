@@ -11,9 +11,9 @@
 
 namespace test {
 
-/// Follows the threads that the product creates, numbered from 0 in the order of their creation
-/// (failed creations count), and lets chosen calls about them fail. Waits for their end when it
-/// goes, so that no thread meets a replacement that is being taken away.
+/// Tracks the threads that the product creates, numbered from 0 in the order of their creation
+/// (failed creations count), and can make calls about them fail. The destructor waits for their
+/// end, so that no thread uses a replacement that is being removed.
 class ThreadWatch {
   public:
     ThreadWatch();
@@ -23,13 +23,14 @@ class ThreadWatch {
 
     // Set before the first thread.
     void FailCreation(std::size_t thread, DWORD error) { creationErrors_[thread] = error; }
-    /// The wait fails after the thread's real end, so that what follows has one order.
+    /// The wait fails after the thread has really ended, so that the following calls have one
+    /// order.
     void FailWait(std::size_t thread, DWORD error) { waitErrors_[thread] = error; }
-    /// The wait fails while the thread still runs.
+    /// The wait fails while the thread is still running.
     void FailWaitAtOnce(std::size_t thread, DWORD error) { waitErrorsAtOnce_[thread] = error; }
     void FailExitCode(std::size_t thread, DWORD error) { exitCodeErrors_[thread] = error; }
 
-    /// What a creation was asked for.
+    /// The arguments of a creation.
     struct Creation {
         bool isPlain;  ///< default security and stack size, no flags, no thread id wanted
         LPTHREAD_START_ROUTINE routine;
@@ -56,7 +57,7 @@ class ThreadWatch {
     DWORD Wait(HANDLE handle, DWORD limitMs);
     BOOL ReadExitCode(HANDLE handle, DWORD* exitCode);
     BOOL Close(HANDLE handle);
-    /// The number of the thread behind an open handle, or `None`.
+    /// The number of the thread of an open handle, or `None`.
     [[nodiscard]] std::size_t NumberOf(HANDLE handle) const;
     [[nodiscard]] HANDLE OwnHandle(std::size_t thread) const;
 

@@ -31,14 +31,14 @@ class StatusReporting : public testing::Test {
   protected:
     using Reports = std::vector<ExpectedReport>;
 
-    /// The record as it stands, without a change to it.
+    /// The current record, unchanged.
     std::string Current() {
         statuses.Clear();
         service.ReportCurrentStatus();
         return Describe(statuses.Last());
     }
 
-    /// Whether a report of `second` reaches the platform while one of `first` is there.
+    /// Whether a report of `second` reaches the platform during one of `first`.
     bool IsOvertaken(const std::function<void()>& first, const std::function<void()>& second) {
         test::Signal firstIsInside;
         test::Signal secondIsInside;
@@ -158,7 +158,7 @@ TEST_F(StatusReporting, RefusedReport_LeavesTwoLinesAndTheChangedRecord) {
     statuses.FailWith(0);
     service.SetServiceStatusSafe(SERVICE_START_PENDING, 0, 0);
     const ExpectedReport refused = {SERVICE_START_PENDING, 7, 8, 0, ShutdownOnly};
-    // The checkpoint counts on from the report that the other side never accepted.
+    // The checkpoint continues from the report that the other side never accepted.
     const ExpectedReport next = {SERVICE_START_PENDING, 0, 0, 1, ShutdownOnly};
     EXPECT_EQ(log.Lines(), (Lines{FailedStatusLine(L"SERVICE_START_PENDING", refused, 1061),
                                   StatusLine(L"SERVICE_START_PENDING", refused),
@@ -259,7 +259,7 @@ TEST_F(StatusReporting, ReportsOfSeveralThreads_StandInTheLogInTheirOrder) {
     ASSERT_EQ(lines.size(), reports.size());
     for (std::size_t index = 0; index < lines.size(); ++index) {
         const std::wstring& line = lines[index];
-        // Taken back from the line, the fields must be those of the report with the same number.
+        // Parsed from the line, the fields must be those of the report with the same number.
         ExpectedReport fields = {SERVICE_STOP_PENDING, 0, 0, 0, 0};
         ASSERT_EQ(
             ::swscanf(line.c_str(),
@@ -274,7 +274,7 @@ TEST_F(StatusReporting, ReportsOfSeveralThreads_StandInTheLogInTheirOrder) {
     }
 }
 
-// Two callers are inside of the platform call at once, which an exclusive lock would rule out.
+// Two callers are inside the platform call at once, which an exclusive lock would prevent.
 TEST_F(StatusReporting, CurrentStatusOfTwoThreads_SharesTheLock) {
     std::atomic<int> inside{0};
     test::Signal both;
@@ -289,7 +289,7 @@ TEST_F(StatusReporting, CurrentStatusOfTwoThreads_SharesTheLock) {
     other.join();
 }
 
-// A report that comes while another one is with the platform has to wait for its log line too.
+// A report that starts during another one must wait for its log line too.
 TEST_F(StatusReporting, ReportDuringAnother_WaitsForIt) {
     EXPECT_FALSE(IsOvertaken([this] { service.SetServiceStatusSafe(SERVICE_RUNNING, 0, 0); },
                              [this] { EXPECT_EQ(service.EnableStopFromSCM(), 0U); }));
@@ -299,7 +299,7 @@ TEST_F(StatusReporting, ReportDuringAnother_WaitsForIt) {
                TraceLine(L"WindowsServiceBase->EnableStopFromSCM: SERVICE_ACCEPT_STOP set")}));
 }
 
-// The record must not change under a report that only repeats it.
+// The record must not change during a report that only repeats it.
 TEST_F(StatusReporting, ChangeDuringAReportOfTheCurrentStatus_WaitsForIt) {
     EXPECT_FALSE(IsOvertaken([this] { service.ReportCurrentStatus(); },
                              [this] { service.SetServiceStatusSafe(SERVICE_RUNNING, 0, 0); }));

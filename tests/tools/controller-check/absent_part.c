@@ -1,4 +1,4 @@
-// A controller library that is bound to another one, which isn't there.
+// A controller library that imports from a missing library.
 #define ORRIN_CTRL_EXPORTS
 #include "controller-abi/orrin_ctrl_abi.h"
 

@@ -1,4 +1,4 @@
-// Files that can't be loaded as a controller library, each for another reason.
+// Files that can't be loaded as a controller library, each for a different reason.
 
 #include <gmock/gmock.h>
 
@@ -12,7 +12,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-/// Where the image's header says for which processor it is.
+/// The place of the processor type in the image's header.
 std::size_t PlaceOfMachine(const std::string& image) {
     std::uint32_t header = 0;
     std::memcpy(&header, image.data() + 0x3C, sizeof(header));
@@ -73,7 +73,7 @@ TEST(BrokenFile, DependencyWithoutTheFunction_IsTold) {
     const test::CheckRun check(L"absent-part-controller.dll");
     std::filesystem::copy_file(test::OwnPath().parent_path() / L"minimal-controller.dll",
                                check.Folder() / L"absent-part.dll");
-    // Wine loads it all the same, and a call of the missing function ends the process.
+    // Wine loads it anyway, and a call of the missing function ends the process.
     const test::CheckOutcome outcome = check.Run(L"--round service");
     EXPECT_EQ(outcome.exitCode, 1U);
     EXPECT_THAT(outcome.failed,

@@ -1,4 +1,4 @@
-// For each expectation a library that breaks it, and it alone.
+// For each expectation a library that breaks only this one.
 
 #include <gmock/gmock.h>
 
@@ -11,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-/// A library that differs from one in order by one thing.
+/// A correct library with one change.
 struct Case {
     const char* name;
     std::string broken;  ///< the one expectation
@@ -61,7 +61,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Conduct, ScriptedLibrary,
-    testing::Values(  // Without the first interface there is no stop permission to ask for.
+    testing::Values(  // Without the first interface there is no stop permission.
         Case{"RefusedFirstInterface", "register-result", "registrar-results 9 0\n",
              "gave 9 for quillon_interaction", L"--round stop-at-once"},
         Case{"RefusedSecondInterface", "register-result",
@@ -82,7 +82,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 class AllowedLibrary : public testing::TestWithParam<Case> {};
 
-// What the host copes with is told, and the library passes.
+// Behaviour that the host tolerates is reported as advice, and the library passes.
 TEST_P(AllowedLibrary, GetsAdviceAndNoFailure) {
     const test::CheckRun check(L"orrin-ctrl.dll");
     check.Script(GetParam().cause);

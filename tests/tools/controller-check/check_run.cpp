@@ -7,7 +7,7 @@
 namespace test {
 namespace {
 
-/// The value of a text in one line of the report.
+/// The value of a text in a line of the report.
 std::string ValueOf(const std::string& line, const std::string& name) {
     const std::string before = '"' + name + "\":\"";
     const std::size_t begin = line.find(before);

@@ -1,4 +1,4 @@
-/// Runs controller-check on a library in a folder of its own.
+/// Runs controller-check on a library in a separate folder.
 #ifndef TESTS_TOOLS_CONTROLLER_CHECK_CHECK_RUN_H
 #define TESTS_TOOLS_CONTROLLER_CHECK_CHECK_RUN_H
 
@@ -29,14 +29,14 @@ class CheckRun {
 
     [[nodiscard]] const std::filesystem::path& Library() const noexcept { return library_; }
     [[nodiscard]] const std::filesystem::path& Folder() const noexcept { return folder_.Path(); }
-    /// For the development controller, healthy but for these lines.
+    /// Uses the development controller, healthy except for these lines.
     void Script(const std::string& lines) const;
-    /// For the faulty controller.
+    /// Uses the faulty controller.
     void Fault(const std::wstring& name) { fault_ = name; }
 
     /// Short times, the report as JSON.
     [[nodiscard]] CheckOutcome Run(const std::wstring& options = L"") const;
-    /// The arguments as they stand before the library.
+    /// The arguments before the library.
     [[nodiscard]] CheckOutcome RunPlain(const std::wstring& arguments) const;
 
   private:

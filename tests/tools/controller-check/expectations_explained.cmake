@@ -1,7 +1,6 @@
 # cmake -DCHECK=command;line -DPAGE=docs/writing-a-controller.md -P expectations_explained.cmake
 #
-# Each identifier in the program's report, which must be JSON, has its row on the page, and the page
-# has no row for another one.
+# The page has a row for each identifier in the program's JSON report, and no others.
 execute_process(COMMAND ${CHECK} --json no-such-library.dll OUTPUT_VARIABLE report
                 RESULT_VARIABLE result)
 if(NOT result EQUAL 1)

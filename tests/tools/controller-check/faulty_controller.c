@@ -1,6 +1,6 @@
-// A controller library that breaks one of the host's expectations, or does something odd that the
-// host copes with: what the environment variable CONTROLLER_FAULT names. Without a fault it meets
-// all of them.
+// A controller library with the fault that the environment variable CONTROLLER_FAULT names: it
+// breaks one of the host's expectations, or does something unusual that the host tolerates. Without
+// a fault it meets all expectations.
 #define ORRIN_CTRL_EXPORTS
 #include "controller-abi/orrin_ctrl_abi.h"
 
@@ -36,7 +36,7 @@ static uint32_t RegisterInterface(OrrinInterfaceRegistrar* self, OrrinHostCompon
 static void LogWithoutEnd(void) {
     SYSTEM_INFO system;
     GetSystemInfo(&system);
-    // The page behind stays unreadable.
+    // The next page stays inaccessible.
     char* pages = VirtualAlloc(NULL, 2 * system.dwPageSize, MEM_RESERVE, PAGE_NOACCESS);
     void* page = VirtualAlloc(pages, system.dwPageSize, MEM_COMMIT, PAGE_READWRITE);
     wchar_t* text = page;
@@ -133,7 +133,7 @@ static DWORD WINAPI CallLate(void* parameter) {
 int32_t OrrinCreateComponentModelController(OrrinControllerParams* params,
                                             OrrinController** controllerOut) {
     static OrrinController controller = {LoadAddons, Activate, NotifyOnStop, Deactivate};
-    // What an object with a table pointer looks like.
+    // The layout of an object with a table pointer.
     static OrrinController* object = &controller;
     host = params;
     *controllerOut = &controller;

@@ -1,4 +1,4 @@
-// Libraries that meet all expectations, and what the program says of them.
+// Libraries that meet all expectations, and the program's report about them.
 
 #include <gmock/gmock.h>
 
@@ -43,7 +43,7 @@ INSTANTIATE_TEST_SUITE_P(Libraries, GoodLibrary,
                          testing::Values(L"orrin-ctrl.dll", L"minimal-controller.dll",
                                          L"faulty-controller.dll"));
 
-/// Plays the rounds of `arguments`: nothing fails, and these verdicts are among those given.
+/// Plays the rounds of `arguments`: nothing fails, and the report includes these verdicts.
 void ExpectInOrder(const test::CheckRun& check, const std::wstring& arguments,
                    const std::map<std::string, std::string>& verdicts) {
     const test::CheckOutcome outcome = check.Run(arguments);

@@ -9,7 +9,7 @@
 
 namespace test {
 
-/// Bytes that end right before memory that can't be read: whoever reads past them crashes.
+/// Bytes directly before inaccessible memory: reading past them crashes.
 class GuardedBytes {
   public:
     static constexpr std::size_t PageSize = 4096;

@@ -42,7 +42,7 @@ TEST(ReadImage, NoImage_SaysSo) {
     EXPECT_FALSE(ReadImage(std::string(4096, 'M')).isImage);
 }
 
-// Nothing is read beyond the end, or the test crashes.
+// Reading past the end would crash the test.
 TEST(ReadImage, CutFile_GivesWhatIsThere) {
     const std::string whole = BytesOf(L"minimal-controller.dll");
     for (std::size_t size = 0; size < whole.size(); size += size < 2048 ? 1 : 997) {

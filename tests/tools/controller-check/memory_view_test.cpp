@@ -64,7 +64,7 @@ TEST(TextFault, AddressThatIsNone_IsToldApart) {
     EXPECT_EQ(TextFault(reinterpret_cast<const wchar_t*>(page.End())), L"isn't in readable memory");
 }
 
-// The host reads it as it is.
+// The host reads it unchanged.
 TEST(TextFault, OddAddress_IsInOrderIfTheTextEnds) {
     constexpr std::size_t Odd = 7;
     const test::GuardedBytes bytes(Odd);

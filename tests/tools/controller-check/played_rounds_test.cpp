@@ -1,4 +1,4 @@
-// What a library sees of the host in each round, written down by the development controller.
+// The calls and records that a library sees in each round, recorded by the development controller.
 
 #include <gmock/gmock.h>
 
@@ -9,7 +9,7 @@ namespace {
 
 using testing::ElementsAre;
 
-/// The transcript of one round with a healthy library, but for these lines.
+/// The transcript of one round with a library that is healthy except for these lines.
 test::Transcript Play(const std::wstring& options, const std::string& lines = "") {
     const test::CheckRun check(L"orrin-ctrl.dll");
     check.Script("transcript seen.txt\n" + lines);
@@ -17,7 +17,7 @@ test::Transcript Play(const std::wstring& options, const std::string& lines = ""
     return test::Transcript(test::ReadBytes(check.Folder() / L"seen.txt"));
 }
 
-/// What the host calls; registrations, which the library asks for, left out.
+/// The host's calls, without registrations, which the library requests.
 std::vector<std::string> CallsOf(const test::Transcript& transcript) {
     std::vector<std::string> calls = transcript.Calls();
     std::erase(calls, "register-interface");
@@ -114,7 +114,7 @@ TEST(Interrupt, EndsAServiceWithoutAStopAndAConsoleRunNot) {
 }
 
 TEST(ShutdownRound, StartAndStop_ComeOnTwoThreads) {
-    // The loading waits for the stop, which so can't wait for the loading.
+    // Loading waits for the stop, so the stop must not wait for loading.
     const test::Transcript seen = Play(L"--round shutdown",
                                        "on load wait-event Local\\controller-check-stop 20000\n"
                                        "on notify set-event Local\\controller-check-stop\n");

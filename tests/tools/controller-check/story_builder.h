@@ -1,4 +1,4 @@
-/// Makes up what a round has seen.
+/// Builds the events of a round.
 #ifndef TESTS_TOOLS_CONTROLLER_CHECK_STORY_BUILDER_H
 #define TESTS_TOOLS_CONTROLLER_CHECK_STORY_BUILDER_H
 
@@ -9,7 +9,7 @@
 
 namespace controller_check {
 
-/// Each event comes one millisecond after the last one.
+/// Each event is one millisecond after the previous one.
 class StoryBuilder {
   public:
     explicit StoryBuilder(Round round = Round::Service) { story_.round = round; }
@@ -26,7 +26,7 @@ class StoryBuilder {
         story_.events.push_back(event);
         return *this;
     }
-    /// What follows happens on this thread.
+    /// Sets the thread of the next events.
     StoryBuilder& On(std::uint32_t thread) {
         thread_ = thread;
         return *this;
@@ -53,7 +53,7 @@ class StoryBuilder {
         story_.logLines = lines;
         return *this;
     }
-    /// Up to an active library.
+    /// Adds the events up to an active library.
     StoryBuilder& Started() {
         return Did(Call::Attach)
             .Did(Call::Create)

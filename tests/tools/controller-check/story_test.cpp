@@ -27,7 +27,7 @@ TEST(Story, OpenCalls_AreThoseWithoutAReturn) {
               L"LoadAddons and NotifyOnStop");
 }
 
-/// A start that failed and a stop beside it, both in `Deactivate`.
+/// A failed start and a concurrent stop, both in `Deactivate`.
 StoryBuilder TwoInDeactivate() {
     return StoryBuilder(Round::Shutdown)
         .On(1)

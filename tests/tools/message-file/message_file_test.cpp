@@ -1,4 +1,4 @@
-// The message file as an event viewer reads it, with the strings that the service host passes.
+// Reads the message file like an event viewer, with the strings that the service host passes.
 
 #include <gtest/gtest.h>
 
@@ -31,7 +31,7 @@ class MessageFile : public testing::Test {
 
     [[nodiscard]] HMODULE Library() const { return library_; }
 
-    /// What a viewer shows for the entry of the host; empty with the error in `formatError`.
+    /// The viewer's text for the host's entry; empty with the error in `formatError`.
     std::wstring Show(DWORD eventId, const std::vector<std::wstring>& texts) {
         std::vector<DWORD_PTR> arguments;
         for (const std::wstring& text : texts) {
@@ -47,7 +47,7 @@ class MessageFile : public testing::Test {
         return shown;
     }
 
-    /// Lets the host write `message` and shows the entry that it reports.
+    /// Makes the host write `message` and formats its entry.
     std::wstring ShowEntry(const std::wstring& message) {
         const std::shared_ptr<test::TestService> service = test::TestService::Create();
         std::wstring shown;
@@ -87,7 +87,7 @@ TEST_F(MessageFile, LongestMessage_IsShownWhole) {
     EXPECT_EQ(ShowEntry(message), L"TestService: " + message + L"\r\n");
 }
 
-/// As the platform documents it: MESSAGE_RESOURCE_DATA, one MESSAGE_RESOURCE_BLOCK, and the entry.
+/// The documented layout: MESSAGE_RESOURCE_DATA, one MESSAGE_RESOURCE_BLOCK, and the entry.
 struct TableOfOneMessage {
     std::uint32_t blockCount;
     std::uint32_t lowId;

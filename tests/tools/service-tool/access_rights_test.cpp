@@ -15,7 +15,7 @@ namespace {
 
 using testing::ElementsAre;
 
-// What the file systems of Wine don't store is seen in the calls themselves.
+// Wine's file systems don't store everything, so the tests check the calls themselves.
 using SetSecurityFunction = decltype(&::SetSecurityInfo);
 std::function<DWORD(SECURITY_INFORMATION, PSID, PACL)> onSetSecurity;
 
@@ -27,7 +27,7 @@ DWORD WINAPI EnterSetSecurity(HANDLE, SE_OBJECT_TYPE, SECURITY_INFORMATION parts
 }  // namespace
 }  // namespace service_tool
 
-// The program's own pointer wins over the import library's.
+// The linker prefers the program's own pointer to the import library's.
 extern "C" {
 extern service_tool::SetSecurityFunction __imp_SetSecurityInfo;
 service_tool::SetSecurityFunction __imp_SetSecurityInfo = service_tool::EnterSetSecurity;

@@ -1,4 +1,4 @@
-// The recovery actions that Wine's service manager lacks, on a manager that has them.
+// The recovery actions, which Wine's service manager lacks, on a simulated manager.
 
 #include <gmock/gmock.h>
 
@@ -18,7 +18,7 @@ namespace {
 
 using testing::ElementsAre;
 
-/// A registered service, its actions, and what was done to it in order.
+/// A registered service, its actions, and the calls on it in order.
 struct PlayedManager {
     std::vector<SC_ACTION> actions;
     bool flag = false;
@@ -121,7 +121,7 @@ class RecoveryTest : public testing::Test {
 }  // namespace
 }  // namespace service_tool
 
-// The program's own pointers win over those of the import library.
+// The linker prefers the program's own pointers to those of the import library.
 #define PLAYS(function, replacement)                                    \
     extern "C" {                                                        \
     extern decltype(&::function) __imp_##function;                      \
