@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "tests/end-to-end/support/log_files.h"
 
@@ -35,6 +36,16 @@ bool OnWine() {
 
 std::uint32_t DivisionOverflow() {
     return OnWine() ? DivisionByZero : IntegerOverflow;
+}
+
+std::uint32_t StackOverflowExit() {
+    using Version = const char*(CDECL*)();
+    const auto version = reinterpret_cast<Version>(reinterpret_cast<void*>(
+        ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version")));
+    if (version == nullptr) {
+        return EXCEPTION_STACK_OVERFLOW;
+    }
+    return std::strtoul(version(), nullptr, 10) < 10 ? 0 : 1;
 }
 
 CrashRun::CrashRun(const std::wstring& subfolder) : host_(subfolder) {

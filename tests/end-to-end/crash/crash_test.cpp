@@ -262,8 +262,7 @@ struct UncaughtCase {
     const char* name;
     const wchar_t* arguments;
     const char* script;
-    std::uint32_t exitOnWine;
-    std::uint32_t exitOnWindows;
+    std::uint32_t exitCode;
 };
 
 void PrintTo(const UncaughtCase& crash, std::ostream* out) {
@@ -275,8 +274,7 @@ class Uncaught : public ::testing::TestWithParam<UncaughtCase> {};
 TEST_P(Uncaught, EndsWithoutALineOrADump) {
     CrashRun run;
     run.Script(GetParam().script);
-    EXPECT_EQ(run.Run(GetParam().arguments),
-              test::OnWine() ? GetParam().exitOnWine : GetParam().exitOnWindows);
+    EXPECT_EQ(run.Run(GetParam().arguments), GetParam().exitCode);
     EXPECT_EQ(run.DumpCount(), 0U);
     for (const std::filesystem::path& log : test::LogFilesIn(run.Host().Logs())) {
         EXPECT_EQ(test::FromCrashOn(test::ReadLogRecords(log)), Records());
@@ -285,14 +283,13 @@ TEST_P(Uncaught, EndsWithoutALineOrADump) {
 
 INSTANTIATE_TEST_SUITE_P(
     Crashes, Uncaught,
-    // Wine ends the thread alone, and with the main thread the process.
-    ::testing::Values(
-        UncaughtCase{"StackOverflow", L"-run", "on load crash stack-overflow\n", 0, 0xC00000FD},
-        UncaughtCase{"FailFast", L"-run", "on load crash fail-fast\n", test::FailFastExit,
-                     test::FailFastExit},
-        UncaughtCase{"CrashBeforeTheFilterStands", L"-run", "on attach crash read\n",
-                     AccessViolation, AccessViolation},
-        UncaughtCase{"MissingSleepValue", L"-sleep", "", test::FailFastExit, test::FailFastExit}),
+    ::testing::Values(UncaughtCase{"StackOverflow", L"-run", "on load crash stack-overflow\n",
+                                   test::StackOverflowExit()},
+                      UncaughtCase{"FailFast", L"-run", "on load crash fail-fast\n",
+                                   test::FailFastExit},
+                      UncaughtCase{"CrashBeforeTheFilterStands", L"-run", "on attach crash read\n",
+                                   AccessViolation},
+                      UncaughtCase{"MissingSleepValue", L"-sleep", "", test::FailFastExit}),
     [](const auto& test) { return std::string(test.param.name); });
 
 /// ALLUSERSPROFILE such that the dump's path gets so many characters.

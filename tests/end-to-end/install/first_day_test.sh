@@ -17,8 +17,8 @@ fail() {
 # The interpreter of Windows loses labels in scripts without carriage returns.
 first_day() {
     code=0
-    (cd "$scratch" && timeout 240 "$root/cmake/wine.sh" cmd /c first-day.cmd "$@") \
-        >"$scratch/raw" 2>&1 </dev/null || code=$?
+    (cd "$scratch" && timeout 240 "$root/cmake/wine.sh" "$build_folder/bin/elevated.exe" \
+        cmd /c first-day.cmd "$@") >"$scratch/raw" 2>&1 </dev/null || code=$?
     tr -d '\r' <"$scratch/raw" >"$scratch/output"
 }
 

@@ -4,6 +4,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "tests/support/elevation.h"
 #include "tests/support/unique_name.h"
 #include "tools/service-tool/folder_tree.h"
 #include "tools/service-tool/registry_key.h"
@@ -81,6 +82,7 @@ std::string ToolRun::All() const {
 }
 
 void InstallTest::SetUp() {
+    TakeAdministratorRightsOnWine();
     if (!service_tool::IsElevated()) {
         GTEST_SKIP() << "installing needs a prompt with administrator rights";
     }

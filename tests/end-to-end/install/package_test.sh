@@ -32,8 +32,8 @@ fail() {
 # its output, without carriage returns, in $scratch/output.
 windows() {
     code=0
-    (cd "$folder" && timeout 90 "$root/cmake/wine.sh" "$@") >"$scratch/raw" 2>&1 </dev/null ||
-        code=$?
+    (cd "$folder" && timeout 90 "$root/cmake/wine.sh" "$build_folder/bin/elevated.exe" "$@") \
+        >"$scratch/raw" 2>&1 </dev/null || code=$?
     tr -d '\r' <"$scratch/raw" >"$scratch/output"
 }
 tool() { windows service-tool.exe "$@"; }
