@@ -50,8 +50,8 @@ inline constexpr const char* Forever = "wait-event Local\\tarnwick-test-never 60
 [[nodiscard]] bool OnWine();
 /// The code of a division that overflows. Wine takes it for a division by zero.
 [[nodiscard]] std::uint32_t DivisionOverflow();
-/// The exit code after a stack overflow on the main thread. Wine ends the thread alone, and with the
-/// main thread the process: Wine 8 with 0, Wine 10 with 1.
+/// The exit code after a stack overflow on the main thread. Wine ends the thread alone, and with
+/// the main thread the process: Wine 8 with 0, Wine 10 with 1.
 [[nodiscard]] std::uint32_t StackOverflowExit();
 
 /// Crashes are left to the crash handling: no debugger and no message box, also in children.
