@@ -12,8 +12,8 @@
 #include "dev-controller/healthy_controller.h"
 #include "dev-controller/host_link.h"
 #include "dev-controller/platform.h"
-#include "dev-controller/player.h"
 #include "dev-controller/script.h"
+#include "dev-controller/script_player.h"
 #include "dev-controller/transcript.h"
 
 namespace dev_controller {
@@ -59,7 +59,7 @@ class Library {
     HostLink host_;
     Script script_;
     std::wstring brokenScript_;  ///< empty: the script is sound
-    std::optional<Player> player_;
+    std::optional<ScriptPlayer> player_;
     std::optional<HealthyController> healthy_;  ///< only if the script wants it
     OrrinController row_;
     std::atomic<bool> created_ = false;

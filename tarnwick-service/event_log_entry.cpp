@@ -40,7 +40,7 @@ int FormMessage(std::vector<wchar_t>& buffer, const wchar_t* format, std::va_lis
 
 }  // namespace
 
-void WriteEventLogEntryChecked(WORD eventType, const wchar_t* format, ...) {
+void WriteEventLogEntryUnchecked(WORD eventType, const wchar_t* format, ...) {
     if (format == nullptr) {
         framework::FailFastInvalidParameter();
     }

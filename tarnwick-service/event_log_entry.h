@@ -8,7 +8,7 @@ namespace tarnwick {
 
 /// The untyped half of `WriteEventLogEntry`. A null format ends the process
 /// (`FailFastInvalidParameter`).
-void WriteEventLogEntryChecked(WORD eventType, const wchar_t* format, ...);
+void WriteEventLogEntryUnchecked(WORD eventType, const wchar_t* format, ...);
 
 /// Writes one entry to the system event log, under the service's name as source. `eventType` is one
 /// of the EVENTLOG_... types. Any thread, no lock.
@@ -18,7 +18,7 @@ void WriteEventLogEntryChecked(WORD eventType, const wchar_t* format, ...);
 /// told. This program reports to its log files alone; the call is for those who build on it.
 template <class... Args>
 void WriteEventLogEntry(WORD eventType, framework::FormatFor<Args...> format, Args... args) {
-    WriteEventLogEntryChecked(eventType, format.Text(), args...);
+    WriteEventLogEntryUnchecked(eventType, format.Text(), args...);
 }
 
 }  // namespace tarnwick

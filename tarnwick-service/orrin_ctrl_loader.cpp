@@ -149,7 +149,7 @@ bool OrrinLoader::IsUsable(const wchar_t* function) const {
 
 DWORD OrrinLoader::Start() {
     constexpr LogSite Site = {File, L"OrrinLoader::Start"};
-    if (!IsUsable(Site.function)) {
+    if (!IsUsable(Site.Function)) {
         return ERROR_INTERNAL_ERROR;
     }
     const std::int32_t loadCode = controller->LoadAddons(controller);
@@ -174,7 +174,7 @@ DWORD OrrinLoader::Start() {
 // deactivated a second time.
 DWORD OrrinLoader::Stop() {
     constexpr LogSite Site = {File, L"OrrinLoader::Stop"};
-    if (!IsUsable(Site.function)) {
+    if (!IsUsable(Site.Function)) {
         return ERROR_INTERNAL_ERROR;
     }
     const std::int32_t notifyCode = controller->NotifyOnStop(controller);
@@ -198,7 +198,7 @@ void OrrinLoader::OrrinLoggingCallback(void* /*unused*/, std::uint32_t level,
         return;
     }
     const LogLevel logLevel = FromLibraryLevel(level);
-    framework::Logger::Instance().Log(logLevel.bit, logLevel.tag, component, File, __LINE__,
+    framework::Logger::Instance().Log(logLevel.Bit, logLevel.Tag, component, File, __LINE__,
                                       L"OrrinLoader::OrrinLoggingCallback", L"%s", message);
 }
 

@@ -35,7 +35,7 @@ framework::LoggerConfig MakeLoggerConfig(bool logConsole) {
     config.BuildNumber = version::BuildNumber;
     config.MaxFileSize = 5 * MiB;
     config.TraceLevelsMask =
-        framework::LevelError.bit | framework::LevelWarning.bit | framework::LevelTrace.bit;
+        framework::LevelError.Bit | framework::LevelWarning.Bit | framework::LevelTrace.Bit;
     config.LogToFile = !logConsole;
     config.LogToConsole = logConsole;
     config.LogToDebugger = false;

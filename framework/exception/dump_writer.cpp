@@ -38,7 +38,7 @@ std::uint32_t DumpOpenedProcess(DWORD processId, HANDLE process, DWORD threadId,
     const DWORD length = ::GetModuleFileNameW(nullptr, modulePath, ModulePathSize);
     if (length == 0 || length == ModulePathSize) {
         const DWORD error = ::GetLastError();
-        InternalTrace(LevelError.bit, L"GetModuleFileNameW failed with error %lu\n", error);
+        InternalTrace(LevelError.Bit, L"GetModuleFileNameW failed with error %lu\n", error);
         return error;
     }
     dumpExceptionInformation.ThreadId = threadId;
@@ -67,15 +67,15 @@ std::uint32_t WriteDumpFile(const DWORD* processId, const HANDLE* processHandle,
                              FILE_ATTRIBUTE_NORMAL, nullptr);
     if (dumpFile == INVALID_HANDLE_VALUE) {
         dumpResult = ::GetLastError();
-        CrashTrace(LevelError.bit, L"CreateFileW for file %s failed with error %lu\n", dumpFilePath,
+        CrashTrace(LevelError.Bit, L"CreateFileW for file %s failed with error %lu\n", dumpFilePath,
                    dumpResult);
     } else if (::MiniDumpWriteDump(*processHandle, *processId, dumpFile,
                                    static_cast<MINIDUMP_TYPE>(dumpFlags), exceptionInformation,
                                    nullptr, nullptr) != FALSE) {
-        CrashTrace(LevelTrace.bit, L"Minidump written to %s\n", dumpFilePath);
+        CrashTrace(LevelTrace.Bit, L"Minidump written to %s\n", dumpFilePath);
     } else {
         dumpResult = ::GetLastError();
-        CrashTrace(LevelError.bit, L"MiniDumpWriteDump failed with error %lu\n", dumpResult);
+        CrashTrace(LevelError.Bit, L"MiniDumpWriteDump failed with error %lu\n", dumpResult);
     }
     // Closed by hand: an owning object would be one thing more that a broken process has to hold.
     // After a failed open this closes the invalid handle, which does no harm.
@@ -109,14 +109,14 @@ std::uint32_t CreateDumpInOtherProcess(const wchar_t* processIdText, const wchar
     const KernelHandle process(::OpenProcess(PROCESS_ALL_ACCESS, FALSE, processId));
     if (!process) {
         dumpResult = ::GetLastError();
-        InternalTrace(LevelError.bit, L"OpenProcess for processId %lu failed with error %lu\n",
+        InternalTrace(LevelError.Bit, L"OpenProcess for processId %lu failed with error %lu\n",
                       processId, dumpResult);
         return dumpResult;
     }
     const KernelHandle thread(::OpenThread(THREAD_ALL_ACCESS, FALSE, threadId));
     if (!thread) {
         dumpResult = ::GetLastError();
-        InternalTrace(LevelError.bit, L"OpenThread for threadId %lu failed with error %lu\n",
+        InternalTrace(LevelError.Bit, L"OpenThread for threadId %lu failed with error %lu\n",
                       threadId, dumpResult);
         return dumpResult;
     }

@@ -46,10 +46,10 @@ void RunPreActionCallback() {
     if (callback == nullptr) {
         return;
     }
-    CrashTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): PreActionCallback starts\n",
+    CrashTrace(LevelTrace.Bit, L"ExceptionFilter (Thread %lu): PreActionCallback starts\n",
                crashThreadId);
     callback(preActionContext.load(std::memory_order_relaxed));
-    CrashTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): PreActionCallback finished\n",
+    CrashTrace(LevelTrace.Bit, L"ExceptionFilter (Thread %lu): PreActionCallback finished\n",
                crashThreadId);
 }
 
@@ -62,7 +62,7 @@ void DumpByChildProcess(EXCEPTION_POINTERS* exceptionPointers) {
     if (::CreateProcessW(nullptr, commandLine, nullptr, nullptr, FALSE, NORMAL_PRIORITY_CLASS,
                          nullptr, nullptr, &dumperStartup, &dumperProcess) == FALSE) {
         workError = ::GetLastError();
-        CrashTrace(LevelError.bit,
+        CrashTrace(LevelError.Bit,
                    L"ExceptionFilter (Thread %lu): CreateProcessW for dumperProcess failed with "
                    L"error %lu\n",
                    crashThreadId, workError);
@@ -82,13 +82,13 @@ void MakeDump(EXCEPTION_POINTERS* exceptionPointers) {
     workError = ERROR_SUCCESS;
     if (::GetModuleFileNameW(nullptr, modulePath, ModulePathSize) == 0) {
         workError = ::GetLastError();
-        CrashTrace(LevelTrace.bit,
+        CrashTrace(LevelTrace.Bit,
                    L"ExceptionFilter (Thread %lu): GetModuleFileNameW failed with error\n",
                    crashThreadId);
         return;
     }
     crashProcessId = ::GetCurrentProcessId();
-    CrashTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): start dump creation\n",
+    CrashTrace(LevelTrace.Bit, L"ExceptionFilter (Thread %lu): start dump creation\n",
                crashThreadId);
     if (useDumperProcess == 1) {
         DumpByChildProcess(exceptionPointers);
@@ -97,7 +97,7 @@ void MakeDump(EXCEPTION_POINTERS* exceptionPointers) {
     workError =
         CreateDumpInThisProcess(&crashProcessId, &crashThreadId, &exceptionPointers, modulePath);
     if (workError != ERROR_SUCCESS) {
-        CrashTrace(LevelError.bit, L"ExceptionFilter (Thread %lu): CreateDumpInThisProcess failed",
+        CrashTrace(LevelError.Bit, L"ExceptionFilter (Thread %lu): CreateDumpInThisProcess failed",
                    crashThreadId);
     }
 }
@@ -112,14 +112,14 @@ ExceptionFilter::ExceptionFilter(const ExceptionFilterConfig& config) {
     constexpr ULONG First = 1;
     vectoredHandler = ::AddVectoredExceptionHandler(First, VectoredExceptionProcessing);
     SetDumpTarget(config.dumpFilePath, config.dumpType);
-    InternalTrace(LevelTrace.bit, L"ExceptionFilter was created");
+    InternalTrace(LevelTrace.Bit, L"ExceptionFilter was created");
 }
 
 ExceptionFilter::~ExceptionFilter() {
     ::SetUnhandledExceptionFilter(previousFilter);
     ::RemoveVectoredExceptionHandler(vectoredHandler);
     // A destructor must not throw either.
-    CrashTrace(LevelTrace.bit, L"ExceptionFilter was removed");
+    CrashTrace(LevelTrace.Bit, L"ExceptionFilter was removed");
 }
 
 std::uint32_t ExceptionFilter::SetPreExceptionCallback(PreExceptionCallback callback,
@@ -136,20 +136,20 @@ void ExceptionFilter::RemovePreExceptionCallback() noexcept {
 
 LONG WINAPI ExceptionFilter::ExceptionProcessing(EXCEPTION_POINTERS* exceptionPointers) {
     // Before the lock: every thread that faults leaves this line, also one that never gets further.
-    CrashTrace(LevelError.bit, L"ExceptionFilter (Thread %lu): exception occur \n",
+    CrashTrace(LevelError.Bit, L"ExceptionFilter (Thread %lu): exception occur \n",
                ::GetCurrentThreadId());
     const std::lock_guard guard(crashSection);
     crashThreadId = ::GetCurrentThreadId();
-    CrashTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): critical section begin\n",
+    CrashTrace(LevelTrace.Bit, L"ExceptionFilter (Thread %lu): critical section begin\n",
                crashThreadId);
     RunPreActionCallback();
     MakeDump(exceptionPointers);
     if (workError != ERROR_SUCCESS) {
-        CrashTrace(LevelError.bit, L"ExceptionFilter (Thread %lu): dump creation failed",
+        CrashTrace(LevelError.Bit, L"ExceptionFilter (Thread %lu): dump creation failed",
                    crashThreadId);
         return EXCEPTION_CONTINUE_SEARCH;
     }
-    CrashTrace(LevelTrace.bit, L"ExceptionFilter (Thread %lu): successfully finish dump creation",
+    CrashTrace(LevelTrace.Bit, L"ExceptionFilter (Thread %lu): successfully finish dump creation",
                crashThreadId);
     ::TerminateProcess(::GetCurrentProcess(), exceptionPointers->ExceptionRecord->ExceptionCode);
     return EXCEPTION_CONTINUE_SEARCH;
@@ -161,7 +161,7 @@ LONG WINAPI ExceptionFilter::VectoredExceptionProcessing(EXCEPTION_POINTERS* exc
     if (exceptionPointers->ExceptionRecord->ExceptionCode != StatusHeapCorruption) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
-    CrashTrace(LevelError.bit, L"VectoredExceptionProcessing occured for heap corruption");
+    CrashTrace(LevelError.Bit, L"VectoredExceptionProcessing occured for heap corruption");
     return ExceptionProcessing(exceptionPointers);
 }
 

@@ -10,7 +10,7 @@ namespace {
 
 LogLevel ToLogLevel(std::uint32_t level) {
     for (const LogLevel& known : {LevelError, LevelWarning, LevelTrace}) {
-        if (level == known.bit) {
+        if (level == known.Bit) {
             return known;
         }
     }
@@ -30,7 +30,7 @@ void InternalTraceList(std::uint32_t level, const wchar_t* format, std::va_list 
     FrameworkExternalLogCallback(level, text.c_str());
 }
 
-void InternalTraceChecked(std::uint32_t level, const wchar_t* format, ...) {
+void InternalTraceUnchecked(std::uint32_t level, const wchar_t* format, ...) {
     std::va_list args;
     va_start(args, format);
     InternalTraceList(level, format, args);
@@ -43,7 +43,7 @@ bool FrameworkExternalLogCallback(std::uint32_t level, const wchar_t* text) {
 
 bool FrameworkExternalLogCallbackDefault(std::uint32_t level, const wchar_t* text) {
     const LogLevel logLevel = ToLogLevel(level);
-    return Logger::Instance().Log(logLevel.bit, logLevel.tag, nullptr,
+    return Logger::Instance().Log(logLevel.Bit, logLevel.Tag, nullptr,
                                   L"framework/logger/internal_trace", __LINE__,
                                   L"FrameworkExternalLogCallbackDefault", RuntimeText{text});
 }

@@ -12,7 +12,7 @@ namespace framework {
 
 /// The untyped halves of `InternalTrace`.
 void InternalTraceList(std::uint32_t level, const wchar_t* format, std::va_list args);
-void InternalTraceChecked(std::uint32_t level, const wchar_t* format, ...);
+void InternalTraceUnchecked(std::uint32_t level, const wchar_t* format, ...);
 
 /// Logs one line at a level bit, 1 for errors and 4 for ordinary trace. Any thread.
 ///
@@ -21,7 +21,7 @@ void InternalTraceChecked(std::uint32_t level, const wchar_t* format, ...);
 /// anything there; `%%` becomes `%`. The text is formatted even when the level mask drops it.
 template <class... Args>
 void InternalTrace(std::uint32_t level, FormatFor<Args...> format, Args... args) {
-    InternalTraceChecked(level, format.Text(), args...);
+    InternalTraceUnchecked(level, format.Text(), args...);
 }
 
 /// The hook through which the framework's texts leave it; forwards to the default. The result of

@@ -40,7 +40,7 @@ std::uint32_t CopyToStream(HANDLE source, gzFile stream, const std::wstring& sou
         DWORD read = 0;
         if (::ReadFile(source, buffer.get(), ReadSize, &read, nullptr) == FALSE) {
             const DWORD error = ::GetLastError();
-            InternalTrace(LevelError.bit, L"CompressFile: ReadFile failed with error %lu for %s",
+            InternalTrace(LevelError.Bit, L"CompressFile: ReadFile failed with error %lu for %s",
                           error, sourcePath.c_str());
             return error;
         }
@@ -48,7 +48,7 @@ std::uint32_t CopyToStream(HANDLE source, gzFile stream, const std::wstring& sou
             return ERROR_SUCCESS;
         }
         if (::gzwrite(stream, buffer.get(), read) == 0) {
-            InternalTrace(LevelError.bit, L"CompressFile: gzwrite failed for %s",
+            InternalTrace(LevelError.Bit, L"CompressFile: gzwrite failed for %s",
                           sourcePath.c_str());
             return ERROR_INTERNAL_ERROR;
         }
@@ -66,20 +66,20 @@ std::uint32_t CompressFile(const std::wstring& source, const std::wstring& targe
                                   OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file) {
         result = ::GetLastError();
-        InternalTrace(LevelError.bit, L"CompressFile: CreateFileW failed for %s", source.c_str());
+        InternalTrace(LevelError.Bit, L"CompressFile: CreateFileW failed for %s", source.c_str());
     } else {
         stream.Reset(::gzopen(targetBytes.c_str(), "wb"));
         if (!stream) {
             // The result stays 0 and the caller deletes the source: keeping it would let plain
             // files pile up wherever the target can never be made.
-            InternalTrace(LevelError.bit, L"CompressFile: Failed to open ");
+            InternalTrace(LevelError.Bit, L"CompressFile: Failed to open ");
         } else {
             result = CopyToStream(file.Get(), stream.Get(), source);
         }
     }
     // By hand, because a failure is reported: also the invalid handle is closed, which is meant.
     if (::CloseHandle(file.Release()) == FALSE) {
-        InternalTrace(LevelError.bit, L"CompressFile: CloseHandle failed with error %lu for %s",
+        InternalTrace(LevelError.Bit, L"CompressFile: CloseHandle failed with error %lu for %s",
                       ::GetLastError(), source.c_str());
     }
     return result;

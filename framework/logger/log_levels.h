@@ -8,8 +8,8 @@ namespace framework {
 /// A level bit and the letter that stands for it in a record. A call site passes the two as a pair;
 /// the letter is never derived from the bit.
 struct LogLevel {
-    std::uint32_t bit;
-    const wchar_t* tag;
+    std::uint32_t Bit;
+    const wchar_t* Tag;
 };
 
 constexpr LogLevel LevelError = {1, L"E"};

@@ -9,16 +9,16 @@ namespace framework {
 
 /// The texts that a place in the source is known by in its log lines.
 struct LogSite {
-    const wchar_t* file;
-    const wchar_t* function;
+    const wchar_t* File;
+    const wchar_t* Function;
 };
 
 /// Logs one line under the default component. The line number is that of the format.
 template <class... Args>
 void LogLine(const LogLevel& level, const LogSite& site, FormatFor<Args...> format, Args... args) {
-    if (Logger::Passes(level.bit)) {
-        Logger::Instance().Log(level.bit, level.tag, nullptr, site.file, format.Line(),
-                               site.function, format, args...);
+    if (Logger::Passes(level.Bit)) {
+        Logger::Instance().Log(level.Bit, level.Tag, nullptr, site.File, format.Line(),
+                               site.Function, format, args...);
     }
 }
 

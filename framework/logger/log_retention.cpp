@@ -23,18 +23,18 @@ LogFileEntry MakeEntry(const std::wstring& directory, const WIN32_FIND_DATAW& fo
 
 }  // namespace
 
-LogRetention::LogRetention(LogRetentionParams params) : params_(std::move(params)) {}
+LogRetention::LogRetention(LogRetentionParams params) : Params(std::move(params)) {}
 
 void LogRetention::Execute() {
     try {
         SYSTEMTIME now = {};
         ::GetSystemTime(&now);
-        currentTime_ = ToFileTime(now);
+        CurrentTime = ToFileTime(now);
         const LogFileList all = GetLogFiles();
-        DeleteFiles(SelectExpired(all, params_.ExpiredPeriodInDays));
+        DeleteFiles(SelectExpired(all, Params.ExpiredPeriodInDays));
         // The size of an expired file doesn't count below, even if it could not be deleted.
-        const LogFileList young = SelectNotExpired(all, params_.ExpiredPeriodInDays);
-        DeleteFiles(SelectOverBudget(young, params_.MaxTotalSize));
+        const LogFileList young = SelectNotExpired(all, Params.ExpiredPeriodInDays);
+        DeleteFiles(SelectOverBudget(young, Params.MaxTotalSize));
     } catch (const std::exception&) {
         ReportFailedPass();
     }
@@ -43,7 +43,7 @@ void LogRetention::Execute() {
 LogFileList LogRetention::GetLogFiles() const {
     LogFileList list;
     WIN32_FIND_DATAW found = {};
-    const std::wstring search = params_.Directory + params_.Pattern;
+    const std::wstring search = Params.Directory + Params.Pattern;
     // A raw handle: a search that failed is carried on with its invalid handle, see below.
     const HANDLE handle = ::FindFirstFileW(search.c_str(), &found);
     if (handle == INVALID_HANDLE_VALUE) {
@@ -53,15 +53,15 @@ LogFileList LogRetention::GetLogFiles() const {
         }
         // The search goes on all the same, which is meant: it yields one entry that names the
         // directory itself, fails at the next step, and so leaves the second line behind.
-        InternalTrace(LevelError.bit, L"Failed to acquire the log files");
+        InternalTrace(LevelError.Bit, L"Failed to acquire the log files");
     }
     do {
-        list.push_back(MakeEntry(params_.Directory, found));
+        list.push_back(MakeEntry(Params.Directory, found));
     } while (::FindNextFileW(handle, &found) != FALSE);
     const DWORD error = ::GetLastError();
     ::FindClose(handle);
     if (error != ERROR_NO_MORE_FILES) {
-        InternalTrace(LevelError.bit, L"Continues the file search failed");
+        InternalTrace(LevelError.Bit, L"Continues the file search failed");
     }
     return list;
 }
@@ -80,14 +80,14 @@ bool LogRetention::IsExpired(const LogFileEntry& entry, std::uint64_t now,
 LogFileList LogRetention::SelectExpired(const LogFileList& list, std::uint32_t days) const {
     LogFileList expired;
     std::copy_if(list.begin(), list.end(), std::back_inserter(expired),
-                 [&](const LogFileEntry& entry) { return IsExpired(entry, currentTime_, days); });
+                 [&](const LogFileEntry& entry) { return IsExpired(entry, CurrentTime, days); });
     return expired;
 }
 
 LogFileList LogRetention::SelectNotExpired(const LogFileList& list, std::uint32_t days) const {
     LogFileList young;
     std::copy_if(list.begin(), list.end(), std::back_inserter(young),
-                 [&](const LogFileEntry& entry) { return !IsExpired(entry, currentTime_, days); });
+                 [&](const LogFileEntry& entry) { return !IsExpired(entry, CurrentTime, days); });
     return young;
 }
 
@@ -118,7 +118,7 @@ LogFileList LogRetention::SelectOverBudget(const LogFileList& list, std::uint32_
 std::uint64_t LogRetention::ToFileTime(const SYSTEMTIME& systemTime) {
     FILETIME fileTime = {};
     if (::SystemTimeToFileTime(&systemTime, &fileTime) == FALSE) {
-        InternalTrace(LevelError.bit, L"Failed to convert to FILETIME");
+        InternalTrace(LevelError.Bit, L"Failed to convert to FILETIME");
         return 0;
     }
     return Join(fileTime.dwHighDateTime, fileTime.dwLowDateTime);
@@ -126,7 +126,7 @@ std::uint64_t LogRetention::ToFileTime(const SYSTEMTIME& systemTime) {
 
 void ReportFailedPass() noexcept {
     try {
-        InternalTrace(LevelError.bit, L"Error: LogRetention::Execute");
+        InternalTrace(LevelError.Bit, L"Error: LogRetention::Execute");
     } catch (const std::exception&) {
         // The line is lost, like any other that runs out of memory.
     }

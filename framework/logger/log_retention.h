@@ -62,8 +62,8 @@ class LogRetention {
     [[nodiscard]] static std::uint64_t ToFileTime(const SYSTEMTIME& systemTime);
 
   private:
-    LogRetentionParams params_;
-    std::uint64_t currentTime_ = 0;
+    LogRetentionParams Params;
+    std::uint64_t CurrentTime = 0;
 };
 
 /// Logs that a pass has ended early, or doesn't if there is no memory for it.

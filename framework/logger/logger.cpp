@@ -14,29 +14,29 @@
 namespace framework {
 namespace {
 
-static_assert(ErrorLevel == LevelError.bit && TraceLevel == LevelTrace.bit,
+static_assert(ErrorLevel == LevelError.Bit && TraceLevel == LevelTrace.Bit,
               "the lines of framework/system pass under the logger's bits");
 
 /// The one object with the shutdown that process exit owes it.
 class ProcessLogger {
   public:
-    ProcessLogger() { new (storage_) Logger(); }
+    ProcessLogger() { new (Storage) Logger(); }
     ~ProcessLogger() { Get().Shutdown(); }
     ProcessLogger(const ProcessLogger&) = delete;
     ProcessLogger& operator=(const ProcessLogger&) = delete;
 
-    Logger& Get() { return *std::launder(reinterpret_cast<Logger*>(storage_)); }
+    Logger& Get() { return *std::launder(reinterpret_cast<Logger*>(Storage)); }
 
   private:
-    alignas(Logger) std::byte storage_[sizeof(Logger)] = {};
+    alignas(Logger) std::byte Storage[sizeof(Logger)] = {};
 };
 
 /// Path of the running executable, empty if it can't be told. Not a string object: a header must
 /// not need more memory than its records do.
 struct ModulePath {
-    ModulePath() noexcept { text[::GetModuleFileNameW(nullptr, text, MAX_PATH)] = 0; }
+    ModulePath() noexcept { Text[::GetModuleFileNameW(nullptr, Text, MAX_PATH)] = 0; }
 
-    wchar_t text[MAX_PATH + 1] = {};
+    wchar_t Text[MAX_PATH + 1] = {};
 };
 
 }  // namespace
@@ -64,7 +64,7 @@ bool Logger::Configure(LoggerConfig config) {
     return true;
 }
 
-bool Logger::LogChecked(const RecordInfo& info, const wchar_t* format, ...) {
+bool Logger::LogUnchecked(const RecordInfo& info, const wchar_t* format, ...) {
     std::va_list args;
     va_start(args, format);
     const bool result = LogList(info, format, args);
@@ -74,15 +74,15 @@ bool Logger::LogChecked(const RecordInfo& info, const wchar_t* format, ...) {
 
 bool Logger::LogRuntimeText(const RecordInfo& info, const wchar_t* text) {
     if (std::wcschr(text, L'%') == nullptr) {
-        return LogChecked(info, text);
+        return LogUnchecked(info, text);
     }
-    return LogChecked(info, WithoutConversions(text).c_str());
+    return LogUnchecked(info, WithoutConversions(text).c_str());
 }
 
 bool Logger::LogList(const RecordInfo& info, const wchar_t* format, std::va_list args) {
     RecordInfo named = info;
-    if (named.component == nullptr) {
-        named.component = Config.ComponentName.c_str();
+    if (named.Component == nullptr) {
+        named.Component = Config.ComponentName.c_str();
     }
     const std::lock_guard guard(RecordLock);
     RecordText record;
@@ -104,15 +104,15 @@ bool Logger::LogList(const RecordInfo& info, const wchar_t* format, std::va_list
 }
 
 void Logger::WriteHeader() {
-    InternalTrace(LevelTrace.bit, L"build: %u, process: %u, '%s'\n", Config.BuildNumber,
-                  ::GetCurrentProcessId(), ModulePath().text);
+    InternalTrace(LevelTrace.Bit, L"build: %u, process: %u, '%s'\n", Config.BuildNumber,
+                  ::GetCurrentProcessId(), ModulePath().Text);
     SYSTEMTIME now = {};
     ::GetSystemTime(&now);
-    InternalTrace(LevelTrace.bit, L"%04hu.%02hu.%02hu %02hu:%02hu:%02hu UTC\n", now.wYear,
+    InternalTrace(LevelTrace.Bit, L"%04hu.%02hu.%02hu %02hu:%02hu:%02hu UTC\n", now.wYear,
                   now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond);
     SYSTEMTIME local = {};
     if (::SystemTimeToTzSpecificLocalTime(nullptr, &now, &local) != FALSE) {
-        InternalTrace(LevelTrace.bit, L"%04hu.%02hu.%02hu %02hu:%02hu:%02hu LOCAL\n", local.wYear,
+        InternalTrace(LevelTrace.Bit, L"%04hu.%02hu.%02hu %02hu:%02hu:%02hu LOCAL\n", local.wYear,
                       local.wMonth, local.wDay, local.wHour, local.wMinute, local.wSecond);
     }
 }

@@ -27,7 +27,7 @@ namespace framework {
 /// A text that is known at run time only and is to be read as a format without arguments. No
 /// conversion in it ever reads an argument; see `WithoutConversions`.
 struct RuntimeText {
-    const wchar_t* text;
+    const wchar_t* Text;
 };
 
 class Logger {
@@ -62,7 +62,7 @@ class Logger {
         if (!Passes(level)) {
             return true;
         }
-        return LogChecked({tag, component, file, function, line}, format.Text(), args...);
+        return LogUnchecked({tag, component, file, function, line}, format.Text(), args...);
     }
 
     /// The same for a text that is known at run time only.
@@ -71,7 +71,7 @@ class Logger {
         if (!Passes(level)) {
             return true;
         }
-        return LogRuntimeText({tag, component, file, function, line}, format.text);
+        return LogRuntimeText({tag, component, file, function, line}, format.Text);
     }
 
     /// Takes over the settings and opens the first file. Called once, before any other thread
@@ -93,7 +93,7 @@ class Logger {
   private:
     friend DWORD WINAPI RetentionThreadProc(void* logger);
 
-    bool LogChecked(const RecordInfo& info, const wchar_t* format, ...);
+    bool LogUnchecked(const RecordInfo& info, const wchar_t* format, ...);
     bool LogRuntimeText(const RecordInfo& info, const wchar_t* text);
     bool LogList(const RecordInfo& info, const wchar_t* format, std::va_list args);
 

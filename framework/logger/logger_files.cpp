@@ -50,20 +50,20 @@ void RunShutdownStep(const Step& step) {
 /// that is current by then. Also when an exception passes.
 class Logger::SwitchInProgress {
   public:
-    explicit SwitchInProgress(Logger& logger) noexcept : guard_(logger.FileLock), logger_(logger) {
-        ++logger_.RotationDepth;
+    explicit SwitchInProgress(Logger& logger) noexcept : Guard(logger.FileLock), Owner(logger) {
+        ++Owner.RotationDepth;
     }
     ~SwitchInProgress() {
-        --logger_.RotationDepth;
+        --Owner.RotationDepth;
         // The header is among these and so doesn't count in WrittenBytes.
-        logger_.DrainPending();
+        Owner.DrainPending();
     }
     SwitchInProgress(const SwitchInProgress&) = delete;
     SwitchInProgress& operator=(const SwitchInProgress&) = delete;
 
   private:
-    std::lock_guard<CriticalSection> guard_;
-    Logger& logger_;
+    std::lock_guard<CriticalSection> Guard;
+    Logger& Owner;
 };
 
 void Logger::OpenFirstFile() {
@@ -212,7 +212,7 @@ void Logger::Shutdown() noexcept {
     if (!Formatter) {
         return;
     }
-    RunShutdownStep([] { InternalTrace(LevelTrace.bit, L"End\n"); });
+    RunShutdownStep([] { InternalTrace(LevelTrace.Bit, L"End\n"); });
     RunShutdownStep([this] { CloseFile(); });
     if (Config.DisableLogRetention) {
         return;

@@ -23,13 +23,13 @@ constexpr std::wstring_view HeadFormat = L"[%04hu%02hu%02hu-%02hu%02hu%02hu-%03h
 /// every record has one. As strict as that library: what doesn't fit ends the process.
 class HeadPrinter {
   public:
-    explicit HeadPrinter(wchar_t* buffer) noexcept : buffer_(buffer) {}
+    explicit HeadPrinter(wchar_t* buffer) noexcept : Buffer(buffer) {}
 
     /// Returns the length.
     std::size_t Print(const SYSTEMTIME& now, const RecordInfo& info) {
         const WORD numbers[] = {now.wYear,   now.wMonth,  now.wDay,         now.wHour,
                                 now.wMinute, now.wSecond, now.wMilliseconds};
-        const wchar_t* texts[] = {info.tag, info.component};
+        const wchar_t* texts[] = {info.Tag, info.Component};
         const WORD* number = numbers;
         const wchar_t** text = texts;
         // The analyser can't count the conversions of the format.
@@ -46,16 +46,16 @@ class HeadPrinter {
             }
         }
         // NOLINTEND(clang-analyzer-core.CallAndMessage)
-        buffer_[length_] = 0;
-        return length_;
+        Buffer[Length] = 0;
+        return Length;
     }
 
   private:
     void Append(wchar_t character) {
-        if (length_ + 1 == HeadSize) {
+        if (Length + 1 == HeadSize) {
             FailFastInvalidParameter();
         }
-        buffer_[length_++] = character;
+        Buffer[Length++] = character;
     }
 
     void AppendNumber(unsigned number, int leastWidth) {
@@ -76,8 +76,8 @@ class HeadPrinter {
         }
     }
 
-    wchar_t* buffer_;
-    std::size_t length_ = 0;
+    wchar_t* Buffer;
+    std::size_t Length = 0;
 };
 
 /// Prints with a copy of the arguments, so that they can be printed again.
@@ -124,27 +124,27 @@ void RecordFormatter::Format(RecordText& out, const RecordInfo& info, const wcha
                              std::va_list args) const {
     SYSTEMTIME now = {};
     ::GetSystemTime(&now);
-    std::size_t length = HeadPrinter(out.usual).Print(now, info);
+    std::size_t length = HeadPrinter(out.Usual).Print(now, info);
     if (RecordSourceLocation) {
-        out.longer.assign(out.usual, length);
-        PrintStrict(out.usual, HeadSize, L"[%ws(line %u): %ws] ", info.file, info.line,
-                    info.function);
-        out.longer += out.usual;
+        out.Longer.assign(out.Usual, length);
+        PrintStrict(out.Usual, HeadSize, L"[%ws(line %u): %ws] ", info.File, info.Line,
+                    info.Function);
+        out.Longer += out.Usual;
         length = 0;
     }
-    wchar_t* const message = out.usual + length;
+    wchar_t* const message = out.Usual + length;
     if (PrintAgain(message, FirstMessageSize, format, args) < 0) {
-        out.longer.append(out.usual, length);
-        AppendLongMessage(out.longer, format, args);
-        EnsureNewline(out.longer);
+        out.Longer.append(out.Usual, length);
+        AppendLongMessage(out.Longer, format, args);
+        EnsureNewline(out.Longer);
         return;
     }
     // Up to the first zero: a message may print one.
     length += EndWithNewline(message);
-    if (out.longer.empty()) {
-        out.usualLength = length;
+    if (out.Longer.empty()) {
+        out.UsualLength = length;
     } else {
-        out.longer.append(out.usual, length);
+        out.Longer.append(out.Usual, length);
     }
 }
 

@@ -11,11 +11,11 @@ namespace framework {
 
 /// What a record tells besides its message. Borrows all its texts for the one call.
 struct RecordInfo {
-    const wchar_t* tag;
-    const wchar_t* component;
-    const wchar_t* file;
-    const wchar_t* function;
-    std::uint32_t line;
+    const wchar_t* Tag;
+    const wchar_t* Component;
+    const wchar_t* File;
+    const wchar_t* Function;
+    std::uint32_t Line;
 };
 
 constexpr std::size_t HeadSize = 1024;
@@ -25,12 +25,12 @@ constexpr std::size_t FirstMessageSize = 1024;
 /// there is no memory left.
 struct RecordText {
     /// Head, message, line feed and terminating zero of a usual record.
-    wchar_t usual[HeadSize + FirstMessageSize + 2];
-    std::size_t usualLength = 0;
-    std::wstring longer;  ///< holds the whole text of any other record
+    wchar_t Usual[HeadSize + FirstMessageSize + 2];
+    std::size_t UsualLength = 0;
+    std::wstring Longer;  ///< holds the whole text of any other record
 
     [[nodiscard]] std::wstring_view View() const noexcept {
-        return longer.empty() ? std::wstring_view(usual, usualLength) : longer;
+        return Longer.empty() ? std::wstring_view(Usual, UsualLength) : Longer;
     }
 };
 

@@ -56,7 +56,7 @@ void WriteToConsole(std::wstring_view text) {
     ::SetLastError(lastError);
 }
 
-void ConsolePrintChecked(const wchar_t* format, ...) {
+void ConsolePrintUnchecked(const wchar_t* format, ...) {
     // As in WriteToConsole; formatting comes before it.
     const DWORD lastError = ::GetLastError();
     std::va_list args;

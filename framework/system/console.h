@@ -17,12 +17,12 @@ namespace framework {
 void WriteToConsole(std::wstring_view text);
 
 /// The untyped half of `ConsolePrint`.
-void ConsolePrintChecked(const wchar_t* format, ...);
+void ConsolePrintUnchecked(const wchar_t* format, ...);
 
 /// Formatted wide print to standard output, by `WriteToConsole`.
 template <class... Args>
 void ConsolePrint(FormatFor<Args...> format, Args... args) {
-    ConsolePrintChecked(format.Text(), args...);
+    ConsolePrintUnchecked(format.Text(), args...);
 }
 
 }  // namespace framework

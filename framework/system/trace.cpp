@@ -11,7 +11,7 @@ void SetTraceSink(TraceSink sink) noexcept {
     traceSink = sink;
 }
 
-void SystemTraceChecked(std::uint32_t level, const wchar_t* format, ...) {
+void SystemTraceUnchecked(std::uint32_t level, const wchar_t* format, ...) {
     if (traceSink == nullptr) {
         return;
     }

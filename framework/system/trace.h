@@ -22,12 +22,12 @@ using TraceSink = void (*)(std::uint32_t level, const wchar_t* format, std::va_l
 void SetTraceSink(TraceSink sink) noexcept;
 
 /// The untyped half of `SystemTrace`.
-void SystemTraceChecked(std::uint32_t level, const wchar_t* format, ...);
+void SystemTraceUnchecked(std::uint32_t level, const wchar_t* format, ...);
 
 /// Hands one line to the sink.
 template <class... Args>
 void SystemTrace(std::uint32_t level, FormatFor<Args...> format, Args... args) {
-    SystemTraceChecked(level, format.Text(), args...);
+    SystemTraceUnchecked(level, format.Text(), args...);
 }
 
 }  // namespace framework

@@ -48,7 +48,7 @@ constexpr bool Matches(wchar_t length, wchar_t type) {
 template <class... Args>
 consteval void Check(const wchar_t* format) {
     using Matcher = bool (*)(wchar_t, wchar_t);
-    constexpr Matcher matchers[] = {Matches<Args>..., nullptr};
+    constexpr Matcher Matchers[] = {Matches<Args>..., nullptr};
     std::size_t used = 0;
     for (; *format != 0; ++format) {
         if (*format != L'%') {
@@ -65,7 +65,7 @@ consteval void Check(const wchar_t* format) {
         if (used == sizeof...(Args)) {
             throw "the format has more conversions than there are arguments";
         }
-        if (!matchers[used++](length, *format)) {
+        if (!Matchers[used++](length, *format)) {
             throw "a conversion doesn't fit its argument";
         }
     }

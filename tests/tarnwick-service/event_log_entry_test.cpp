@@ -186,7 +186,7 @@ TEST_F(EventLogEntry, RefusedEntry_IsDroppedAndTheSourceClosed) {
 }
 
 const test::ChildRoutine nullFormat(L"event-log-null-format", [](const auto&) {
-    WriteEventLogEntryChecked(EVENTLOG_ERROR_TYPE, nullptr);
+    WriteEventLogEntryUnchecked(EVENTLOG_ERROR_TYPE, nullptr);
     return 0;
 });
 

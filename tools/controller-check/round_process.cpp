@@ -6,7 +6,7 @@
 
 #include "tarnwick-service/filter_frame.h"
 #include "tools/controller-check/journal.h"
-#include "tools/controller-check/player.h"
+#include "tools/controller-check/round_player.h"
 
 namespace controller_check {
 namespace {

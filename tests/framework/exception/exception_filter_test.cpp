@@ -690,7 +690,7 @@ TEST_F(ExceptionFilterTest, CrashWhileAnotherThreadIsInsideALogCall_WaitsForItAn
         });
     std::thread logging([&] {
         holder = ::GetCurrentThreadId();
-        InternalTrace(LevelTrace.bit, L"held");
+        InternalTrace(LevelTrace.Bit, L"held");
     });
     ASSERT_EQ(::WaitForSingleObject(gate.entered.Get(), WaitLimitMs), WAIT_OBJECT_0);
     const KernelHandle done = NewEvent();
@@ -719,7 +719,7 @@ TEST_F(ExceptionFilterTest, CrashInsideALogCallOfTheSameThread_GoesThrough) {
             }
             return test::WriteFileHook::Real(file, data, size, written, position);
         });
-    InternalTrace(LevelTrace.bit, L"interrupted");
+    InternalTrace(LevelTrace.Bit, L"interrupted");
     EXPECT_EQ(log_.Lines(), Began() + DumpSucceeded() + Of({L"[T][quillon] interrupted"}));
 }
 
@@ -746,7 +746,7 @@ TEST(CrashInsideTheFileSwitch, KeepsItsDumpAndLosesItsLines) {
         return file.ends_with(L".dmp") ? test::FakeDumpFile
                                        : test::CreateFileWHook::Real(name, rest...);
     });
-    InternalTrace(LevelTrace.bit, L"the record that fills the file");
+    InternalTrace(LevelTrace.Bit, L"the record that fills the file");
     EXPECT_FALSE(armed) << "no switch";
     EXPECT_EQ(platform.Count("write dump"), 1U);
     for (const std::wstring& line : atTheEnd) {

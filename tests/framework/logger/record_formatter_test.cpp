@@ -121,12 +121,12 @@ TEST(RecordFormatter, Time_IsTheSystemClockInUtcAtTheCall) {
 
 TEST(RecordFormatter, TagAndComponent_AreTakenAsTheyStand) {
     RecordInfo info = SampleInfo();
-    info.tag = L"%d";
-    info.component = L"Приёмник %s 收件箱";
+    info.Tag = L"%d";
+    info.Component = L"Приёмник %s 收件箱";
     EXPECT_EQ(RecordOf(L"x", {false, true}, info),
               L"[20201116-163012-345][%d][Приёмник %s 收件箱] x\n");
-    info.tag = L"";
-    info.component = L"";
+    info.Tag = L"";
+    info.Component = L"";
     EXPECT_EQ(RecordOf(L"x", {false, true}, info), L"[20201116-163012-345][][] x\n");
 }
 
@@ -144,7 +144,7 @@ TEST(RecordFormatter, SourceLocation_StandsBetweenHeadAndMessageAsTheCallerPasse
 
 TEST(RecordFormatter, LineNumber_IsUnsigned) {
     RecordInfo info = SampleInfo();
-    info.line = 4294967295U;
+    info.Line = 4294967295U;
     EXPECT_EQ(RecordOf(L"text", {true, true}, info),
               SampleHead + L"[C:\\src\\main(line 4294967295): wmain] text\n");
 }
@@ -228,7 +228,7 @@ TEST(RecordFormatter, CutRightBehindALineFeed_AddsNone) {
 TEST(RecordFormatter, LimitOfTheMessage_DoesNotCountTheHead) {
     RecordInfo info = SampleInfo();
     const std::wstring component(900, L'c');
-    info.component = component.c_str();
+    info.Component = component.c_str();
     const std::wstring message = Pattern(LongestMessage);
     EXPECT_EQ(RecordOf(message, {true, true}, info), L"[20201116-163012-345][T][" + component +
                                                          L"] [C:\\src\\main(line 42): wmain] " +
@@ -283,8 +283,8 @@ const test::ChildRoutine formatHead(L"format-head", [](const std::vector<std::ws
     std::atexit([] { std::puts("exit handler"); });
     const std::wstring component(std::stoul(arguments.at(0)), L'c');
     RecordInfo info = SampleInfo();
-    info.tag = L"";
-    info.component = component.c_str();
+    info.Tag = L"";
+    info.Component = component.c_str();
     const bool whole =
         RecordOf(L"x", {false, true}, info) == L"[20201116-163012-345][][" + component + L"] x\n";
     return whole ? 0 : 1;
@@ -296,7 +296,7 @@ const test::ChildRoutine formatLocation(L"format-location",
                                             const std::wstring file(std::stoul(arguments.at(0)),
                                                                     L'f');
                                             RecordInfo info = SampleInfo();
-                                            info.file = file.c_str();
+                                            info.File = file.c_str();
                                             const bool whole =
                                                 RecordOf(L"x", {true, true}, info) ==
                                                 SampleHead + L"[" + file + L"(line 42): wmain] x\n";

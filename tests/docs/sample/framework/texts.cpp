@@ -30,11 +30,11 @@ void AllKinds(const wchar_t* path, bool soft) {
                        L"lost choice");
     framework::LogTrace(Site, L"an ordinary line, not looked for");
     framework::LogTrace(Site, L"lost trace that tells of something failed");
-    framework::InternalTrace(framework::LevelError.bit,
+    framework::InternalTrace(framework::LevelError.Bit,
                              L"lost sentence that goes on "
                              L"in a second piece %lu",
                              ::GetLastError());
-    framework::InternalTrace(framework::LevelTrace.bit, L"not looked for either");
+    framework::InternalTrace(framework::LevelTrace.Bit, L"not looked for either");
     framework::SystemTrace(ErrorLevel, L"lost answer of \"%s\"", path);
     framework::SystemTrace(TraceLevel, L"nor this");
     framework::ConsolePrint(L"%ws", Folder);

@@ -1,5 +1,5 @@
-#ifndef TOOLS_CONTROLLER_CHECK_PLAYER_H
-#define TOOLS_CONTROLLER_CHECK_PLAYER_H
+#ifndef TOOLS_CONTROLLER_CHECK_ROUND_PLAYER_H
+#define TOOLS_CONTROLLER_CHECK_ROUND_PLAYER_H
 
 #include <cstdint>
 #include <string>
@@ -23,4 +23,4 @@ void PlayRound(const PlayOrder& order, Journal& journal);
 
 }  // namespace controller_check
 
-#endif  // TOOLS_CONTROLLER_CHECK_PLAYER_H
+#endif  // TOOLS_CONTROLLER_CHECK_ROUND_PLAYER_H

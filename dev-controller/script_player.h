@@ -1,5 +1,5 @@
-#ifndef DEV_CONTROLLER_PLAYER_H
-#define DEV_CONTROLLER_PLAYER_H
+#ifndef DEV_CONTROLLER_SCRIPT_PLAYER_H
+#define DEV_CONTROLLER_SCRIPT_PLAYER_H
 
 #include <array>
 #include <atomic>
@@ -25,12 +25,12 @@ struct Outcome {
 
 /// Does what a script says. No exception is caught here: a crash that the script asks for has to
 /// reach the process's own filter.
-class Player {
+class ScriptPlayer {
   public:
     /// All three must outlive the player and every thread that it starts.
-    Player(const Script& script, HostLink& host, Transcript& transcript);
-    Player(const Player&) = delete;
-    Player& operator=(const Player&) = delete;
+    ScriptPlayer(const Script& script, HostLink& host, Transcript& transcript);
+    ScriptPlayer(const ScriptPlayer&) = delete;
+    ScriptPlayer& operator=(const ScriptPlayer&) = delete;
 
     /// Plays the script's lines for one more call of `point`.
     Outcome PlayPoint(Point point);
@@ -64,4 +64,4 @@ class Player {
 
 }  // namespace dev_controller
 
-#endif  // DEV_CONTROLLER_PLAYER_H
+#endif  // DEV_CONTROLLER_SCRIPT_PLAYER_H

@@ -1,4 +1,4 @@
-#include "tools/controller-check/player.h"
+#include "tools/controller-check/round_player.h"
 
 // Needs windows.h before it.
 #include <objbase.h>
@@ -47,9 +47,9 @@ class LogicThread {
     framework::KernelHandle thread_;
 };
 
-class Player {
+class RoundPlayer {
   public:
-    Player(const PlayOrder& order, Journal& journal, PlayedHost& host)
+    RoundPlayer(const PlayOrder& order, Journal& journal, PlayedHost& host)
         : order_(order), journal_(journal), host_(host) {}
 
     void Play() {
@@ -286,7 +286,7 @@ class Player {
 
 void PlayRound(const PlayOrder& order, Journal& journal) {
     playedHost = new PlayedHost(journal, order.round != Round::Console);
-    Player(order, journal, *playedHost).Play();
+    RoundPlayer(order, journal, *playedHost).Play();
     // What the library does when its process ends is the last that can hang or crash.
     Event event = {};
     event.kind = EventKind::Entered;

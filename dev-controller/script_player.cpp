@@ -1,4 +1,4 @@
-#include "dev-controller/player.h"
+#include "dev-controller/script_player.h"
 
 #include <memory>
 #include <utility>
@@ -16,7 +16,7 @@ TranscriptLine ActionLine(const char* action) {
 /// What the pre-exception callback needs; its address is the context that the host hands back.
 /// Never freed: the host may still hold it, and a crash may come at any time.
 struct CallbackContext {
-    Player* player;
+    ScriptPlayer* player;
     Transcript* transcript;
     const Actions* body;
 };
@@ -61,7 +61,7 @@ HRESULT InitializeComOnThread(bool multithreaded) {
 
 /// One function per action.
 struct ActionVisitor {
-    Player& player;
+    ScriptPlayer& player;
     Outcome& outcome;
 
     void operator()(const ReturnCode& action) const { outcome.code = action.code; }
@@ -151,13 +151,13 @@ struct ActionVisitor {
     }
 };
 
-Player::Player(const Script& script, HostLink& host, Transcript& transcript)
+ScriptPlayer::ScriptPlayer(const Script& script, HostLink& host, Transcript& transcript)
     : script_(script),
       host_(host),
       transcript_(transcript),
       closing_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
 
-Outcome Player::PlayPoint(Point point) {
+Outcome ScriptPlayer::PlayPoint(Point point) {
     const std::uint32_t call = ++calls_[static_cast<std::size_t>(point)];
     Outcome outcome;
     for (const PointLine& line : script_.lines) {
@@ -168,7 +168,7 @@ Outcome Player::PlayPoint(Point point) {
     return outcome;
 }
 
-Outcome Player::Play(const Actions& actions) {
+Outcome ScriptPlayer::Play(const Actions& actions) {
     Outcome outcome;
     for (const Action& action : actions) {
         if (!outcome.Ended()) {
@@ -178,11 +178,11 @@ Outcome Player::Play(const Actions& actions) {
     return outcome;
 }
 
-void Player::PlayInto(const Action& action, Outcome& outcome) {
+void ScriptPlayer::PlayInto(const Action& action, Outcome& outcome) {
     std::visit(ActionVisitor{*this, outcome}, action.what);
 }
 
-DWORD Player::WaitOrClosing(HANDLE event, DWORD limit) {
+DWORD ScriptPlayer::WaitOrClosing(HANDLE event, DWORD limit) {
     if (event == nullptr) {
         const DWORD result = WaitForSingleObject(closing_.Get(), limit);
         return result == WAIT_OBJECT_0 ? ClosingSignalled : result;
@@ -191,7 +191,7 @@ DWORD Player::WaitOrClosing(HANDLE event, DWORD limit) {
     return WaitForMultipleObjects(2, both, FALSE, limit);
 }
 
-void Player::StartThreadsFor(const StartThreads& threads) {
+void ScriptPlayer::StartThreadsFor(const StartThreads& threads) {
     const auto release = std::make_shared<Handle>(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     for (std::uint32_t i = 0; i < threads.count; ++i) {
         const DWORD error = threads_.Start(
@@ -208,7 +208,7 @@ void Player::StartThreadsFor(const StartThreads& threads) {
     SetEvent(release->Get());
 }
 
-bool Player::Close(DWORD limit) {
+bool ScriptPlayer::Close(DWORD limit) {
     SetEvent(closing_.Get());
     return threads_.Join(limit);
 }
