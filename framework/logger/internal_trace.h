@@ -1,4 +1,4 @@
-/// The framework's own way to the log.
+/// The log call of the framework's own code.
 #ifndef FRAMEWORK_LOGGER_INTERNAL_TRACE_H
 #define FRAMEWORK_LOGGER_INTERNAL_TRACE_H
 
@@ -10,25 +10,25 @@
 
 namespace framework {
 
-/// The untyped halves of `InternalTrace`.
+/// `InternalTrace` without the compile-time check of `format` against the arguments.
 void InternalTraceList(std::uint32_t level, const wchar_t* format, std::va_list args);
 void InternalTraceUnchecked(std::uint32_t level, const wchar_t* format, ...);
 
-/// Logs one line at a level bit, 1 for errors and 4 for ordinary trace. Any thread.
+/// Logs one line; `level` is a level bit, 1 for errors, 4 for ordinary trace. Thread-safe.
 ///
-/// The finished text is read as a format once more on its way into the log: a percent sign that an
-/// argument brought in (from a path, say) is then taken for a conversion. No conversion reads
-/// anything there; `%%` becomes `%`. The text is formatted even when the level mask drops it.
+/// The formatted text is used as a format a second time, which is meant. A percent sign from an
+/// argument (a path, for example) is then a conversion, but takes no argument; `%%` becomes `%`.
+/// The text is formatted even if the level mask drops it.
 template <class... Args>
 void InternalTrace(std::uint32_t level, FormatFor<Args...> format, Args... args) {
     InternalTraceUnchecked(level, format.Text(), args...);
 }
 
-/// The hook through which the framework's texts leave it; forwards to the default. The result of
-/// both is that of `Logger::Log`: always true, also for a line that reached no sink.
+/// The hook for all lines of the framework; calls the default. Both return the result of
+/// `Logger::Log`: always true, even if no sink took the line.
 bool FrameworkExternalLogCallback(std::uint32_t level, const wchar_t* text);
 
-/// Logs a finished text. Levels 1, 2 and 4 keep their bit; every other one becomes verbose.
+/// Logs a formatted text. Levels 1, 2 and 4 keep their bit; any other becomes verbose.
 bool FrameworkExternalLogCallbackDefault(std::uint32_t level, const wchar_t* text);
 
 }  // namespace framework

@@ -15,15 +15,15 @@ namespace {
 struct GzipStreamTraits {
     using Type = gzFile;
     static Type Invalid() noexcept { return nullptr; }
-    // The result isn't looked at: the caller deletes the source all the same.
+    // The result is deliberately ignored: the caller deletes the source in any case.
     static void Close(Type stream) noexcept { static_cast<void>(::gzclose(stream)); }
 };
 using GzipStream = UniqueHandle<GzipStreamTraits>;
 
 constexpr std::uint32_t ReadSize = 16384;
 
-/// The path as zlib takes it. No conversion by a code page: callers rely on the name being the same
-/// under every code page, and a log whose path doesn't survive the cut is given up.
+/// The path for zlib. Deliberately not converted to a code page: the name must not depend on it. A
+/// log whose path changes by this is lost.
 std::string LowBytes(const std::wstring& path) {
     std::string bytes;
     bytes.reserve(path.size());
@@ -33,7 +33,7 @@ std::string LowBytes(const std::wstring& path) {
     return bytes;
 }
 
-/// Copies the open source into the open stream. The result is that of `CompressFile`.
+/// Copies the open source into the open stream. Returns the result of `CompressFile`.
 std::uint32_t CopyToStream(HANDLE source, gzFile stream, const std::wstring& sourcePath) {
     const auto buffer = std::make_unique<std::byte[]>(ReadSize);
     for (;;) {
@@ -60,7 +60,7 @@ std::uint32_t CopyToStream(HANDLE source, gzFile stream, const std::wstring& sou
 std::uint32_t CompressFile(const std::wstring& source, const std::wstring& target) {
     const std::string targetBytes = LowBytes(target);
     std::uint32_t result = ERROR_SUCCESS;
-    // In this order, because the source is closed before the stream also when an exception passes.
+    // In this order, so that an exception also closes the source before the stream.
     GzipStream stream;
     FileHandle file(::CreateFileW(source.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                   OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -70,14 +70,14 @@ std::uint32_t CompressFile(const std::wstring& source, const std::wstring& targe
     } else {
         stream.Reset(::gzopen(targetBytes.c_str(), "wb"));
         if (!stream) {
-            // The result stays 0 and the caller deletes the source: keeping it would let plain
-            // files pile up wherever the target can never be made.
+            // The result stays 0 and the caller deletes the source. This is meant: otherwise plain
+            // files would accumulate where no target can be created.
             InternalTrace(LevelError.Bit, L"CompressFile: Failed to open ");
         } else {
             result = CopyToStream(file.Get(), stream.Get(), source);
         }
     }
-    // By hand, because a failure is reported: also the invalid handle is closed, which is meant.
+    // Closed explicitly to report a failure. An invalid handle is deliberately closed too.
     if (::CloseHandle(file.Release()) == FALSE) {
         InternalTrace(LevelError.Bit, L"CompressFile: CloseHandle failed with error %lu for %s",
                       ::GetLastError(), source.c_str());

@@ -6,13 +6,13 @@
 
 namespace framework {
 
-/// Compresses the closed file `source` into the gzip file `target`, which is made or overwritten.
-/// Returns 0 if the caller may delete the source, else the Win32 error, or 1359
-/// (`ERROR_INTERNAL_ERROR`) for a failed write; what was written of the target stays. Failures are
-/// logged as errors, a success is not. Takes no lock but for these lines.
+/// Compresses the closed file `source` to the gzip file `target`, which is created or overwritten.
+/// Returns 0 if the caller may delete the source, else a Win32 error, or 1359
+/// (`ERROR_INTERNAL_ERROR`) for a failed write; a partial target stays. Logs failures as errors and
+/// takes no lock except to log.
 ///
-/// A target that can't be opened gives 0 too: a log is given up rather than kept then. Each
-/// character of `target` is cut to its low byte, so a path above U+00FF names another file or none.
+/// Also returns 0 if `target` can't be opened, which is meant: that log is lost. Each character of
+/// `target` is cut to its low byte, so a path with characters above U+00FF names a different file.
 [[nodiscard]] std::uint32_t CompressFile(const std::wstring& source, const std::wstring& target);
 
 }  // namespace framework

@@ -1,8 +1,9 @@
-/// Making the log directory, and making sure that no link leads out of it.
+/// Creates the log directory and removes links on the way to it, so that no log is written
+/// elsewhere.
 ///
-/// A path is handled if its first component is a drive ("C:"); all others are left alone. Backslash
-/// and slash both separate, and doubled, leading and trailing separators leave no trace. No call
-/// keeps state or takes a lock.
+/// Only paths that begin with a drive ("C:") are handled; others are ignored. Backslash and slash
+/// both separate components; repeated, leading and trailing separators are ignored. Thread-safe,
+/// without state or locks.
 #ifndef FRAMEWORK_LOGGER_LOG_DIRECTORY_H
 #define FRAMEWORK_LOGGER_LOG_DIRECTORY_H
 
@@ -12,25 +13,24 @@
 
 namespace framework {
 
-/// The components of `path`: what stands between the characters of `separators`, without empty
-/// ones.
+/// Splits `path` at each character of `separators`; drops empty components.
 [[nodiscard]] std::vector<std::wstring> SplitPath(std::wstring_view path,
                                                   std::wstring_view separators);
 
-/// The drive with the first directory, then each longer prefix up to the whole path, all with
-/// single backslashes. Empty if the path doesn't begin with a drive, or is a drive alone.
+/// All prefixes of `path`, from the drive and first directory to the whole path, with single
+/// backslashes. Empty if the path doesn't begin with a drive or is only a drive.
 [[nodiscard]] std::vector<std::wstring> PathPrefixes(std::wstring_view path);
 
-/// Makes every directory of `path` that is missing. True if all exist now. A name that exists
-/// already counts as a directory, whatever it is. Logs nothing.
+/// Creates the missing directories of `path`. Returns true if all exist. Any existing name, even a
+/// file, counts as a directory. Logs nothing.
 [[nodiscard]] bool CreateDirectoryChain(const std::wstring& path);
 
-/// Takes away every mount point and symbolic link on the way to `path` and at its end, the shortest
-/// prefix first: the longer ones are then looked at in the real directory.
+/// Removes every mount point and symbolic link in `path`, including its last component. Starts with
+/// the shortest prefix, so that longer ones are resolved in the real directory.
 void RemoveLinksOnPath(const std::wstring& path);
 
-/// The same for the end of `path` alone. What was tried is told on the debugger channel, a success
-/// (code 0) too; a failure stops nothing.
+/// As `RemoveLinksOnPath`, for the last component only. Reports each attempt, successful or not, to
+/// the debugger channel; a failure is otherwise ignored.
 void RemoveLinkAt(const std::wstring& path);
 
 }  // namespace framework

@@ -30,7 +30,7 @@ LogFile CreateLogFile(const std::wstring& path) {
 }
 
 bool WriteBytes(HANDLE file, const void* data, std::uint32_t byteCount) noexcept {
-    // This position means the end of the file, wherever that is by now.
+    // This position means the current end of the file.
     OVERLAPPED endOfFile = {};
     endOfFile.Offset = 0xFFFFFFFF;
     endOfFile.OffsetHigh = 0xFFFFFFFF;

@@ -1,5 +1,5 @@
-/// How bytes reach a log file. Failures are told on the debugger channel and never through the
-/// logger, so that a failing file produces no further record. No call takes a lock.
+/// Creates and writes log files. Failures are reported to the debugger channel, never to the
+/// logger: a failing file must not produce further records. No call takes a lock.
 #ifndef FRAMEWORK_LOGGER_LOG_FILE_H
 #define FRAMEWORK_LOGGER_LOG_FILE_H
 
@@ -11,19 +11,24 @@
 
 namespace framework {
 
-/// An open log file. Null stands for none: a write to it fails like any other. Hence this kind of
-/// handle: `INVALID_HANDLE_VALUE` would be the process's own pseudo handle.
-using LogFile = KernelHandle;
+/// Null means "not open", and writing to it fails cleanly. (Not `FileHandle`: its empty value,
+/// `INVALID_HANDLE_VALUE`, is also the pseudo handle of the current process.)
+struct LogFileTraits {
+    using Type = HANDLE;
+    static Type Invalid() noexcept { return nullptr; }
+    static void Close(Type handle) noexcept { ::CloseHandle(handle); }
+};
+using LogFile = UniqueHandle<LogFileTraits>;
 
-/// Makes a new file with the byte order mark, which others may read meanwhile. Null if a file of
-/// the name exists or can't be made. A file whose mark can't be written stays on disk.
+/// Creates a new file with a byte order mark; other processes may read it. Returns null if the file
+/// exists or can't be created. If writing the mark fails, the file stays on disk.
 [[nodiscard]] LogFile CreateLogFile(const std::wstring& path);
 
-/// Writes at the end of the file, by one platform call. False if it fails or writes less; nothing
-/// is retried or continued.
+/// Writes at the end of the file with one platform call. Returns false if the call fails or writes
+/// less; doesn't retry.
 [[nodiscard]] bool WriteBytes(HANDLE file, const void* data, std::uint32_t byteCount) noexcept;
 
-/// The same for the characters of a text, without a terminating zero.
+/// As `WriteBytes`, for the characters of `text` without a terminating zero.
 [[nodiscard]] bool WriteText(HANDLE file, std::wstring_view text) noexcept;
 
 }  // namespace framework

@@ -20,7 +20,8 @@ const wchar_t CompressedLogPattern[] = L"*.log.gz";
 std::wstring MakeNameTemplate(const std::wstring& directory, const std::wstring& prefix,
                               const SYSTEMTIME& startTime) {
     wchar_t name[MaxTemplateLength + 1] = {};
-    // A text of exactly the limit comes back without a zero; the buffer's last character is one.
+    // A text of exactly the limit isn't zero-terminated by the call; the buffer's last character is
+    // zero.
     const int length = ::_snwprintf(
         name, MaxTemplateLength, L"%s%s-%04hu%02hu%02hu-%02hu%02hu%02hu-%03hu.LOGID.log",
         directory.c_str(), prefix.c_str(), startTime.wYear, startTime.wMonth, startTime.wDay,

@@ -5,8 +5,8 @@
 
 namespace framework {
 
-/// A level bit and the letter that stands for it in a record. A call site passes the two as a pair;
-/// the letter is never derived from the bit.
+/// A level bit and its letter in a record. A call passes both; the letter is never derived from the
+/// bit.
 struct LogLevel {
     std::uint32_t Bit;
     const wchar_t* Tag;

@@ -1,4 +1,4 @@
-/// Short ways to `Logger::Log` for code that names its place once.
+/// Shorthands for `Logger::Log` that take the source location as one argument.
 #ifndef FRAMEWORK_LOGGER_LOG_LINE_H
 #define FRAMEWORK_LOGGER_LOG_LINE_H
 
@@ -7,13 +7,13 @@
 
 namespace framework {
 
-/// The texts that a place in the source is known by in its log lines.
+/// The file and function names of a call's log lines.
 struct LogSite {
     const wchar_t* File;
     const wchar_t* Function;
 };
 
-/// Logs one line under the default component. The line number is that of the format.
+/// Logs one line with the default component. The line number is that of the format.
 template <class... Args>
 void LogLine(const LogLevel& level, const LogSite& site, FormatFor<Args...> format, Args... args) {
     if (Logger::Passes(level.Bit)) {

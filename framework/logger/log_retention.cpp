@@ -32,7 +32,7 @@ void LogRetention::Execute() {
         CurrentTime = ToFileTime(now);
         const LogFileList all = GetLogFiles();
         DeleteFiles(SelectExpired(all, Params.ExpiredPeriodInDays));
-        // The size of an expired file doesn't count below, even if it could not be deleted.
+        // An expired file doesn't count towards the size limit, even if its deletion failed.
         const LogFileList young = SelectNotExpired(all, Params.ExpiredPeriodInDays);
         DeleteFiles(SelectOverBudget(young, Params.MaxTotalSize));
     } catch (const std::exception&) {
@@ -44,15 +44,15 @@ LogFileList LogRetention::GetLogFiles() const {
     LogFileList list;
     WIN32_FIND_DATAW found = {};
     const std::wstring search = Params.Directory + Params.Pattern;
-    // A raw handle: a search that failed is carried on with its invalid handle, see below.
+    // A raw handle, because a failed search continues with the invalid handle; see below.
     const HANDLE handle = ::FindFirstFileW(search.c_str(), &found);
     if (handle == INVALID_HANDLE_VALUE) {
         const DWORD error = ::GetLastError();
         if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
             return list;
         }
-        // The search goes on all the same, which is meant: it yields one entry that names the
-        // directory itself, fails at the next step, and so leaves the second line behind.
+        // Continues in spite of the failure, which is meant: the zeroed result becomes one entry
+        // that names the directory, and the next step fails and logs the second line.
         InternalTrace(LevelError.Bit, L"Failed to acquire the log files");
     }
     do {
@@ -96,8 +96,8 @@ LogFileList LogRetention::SelectOverBudget(const LogFileList& list, std::uint32_
     newestFirst.reserve(list.size());
     std::transform(list.begin(), list.end(), std::back_inserter(newestFirst),
                    [](const LogFileEntry& entry) { return &entry; });
-    // The place in the list decides between equal times; std::stable_sort would draw in a call that
-    // the library has deprecated.
+    // Ties are broken by the position in the list. std::stable_sort would need a call that the
+    // library has deprecated.
     std::sort(newestFirst.begin(), newestFirst.end(),
               [](const LogFileEntry* left, const LogFileEntry* right) {
                   return left->CreationTime != right->CreationTime
@@ -128,7 +128,7 @@ void ReportFailedPass() noexcept {
     try {
         InternalTrace(LevelError.Bit, L"Error: LogRetention::Execute");
     } catch (const std::exception&) {
-        // The line is lost, like any other that runs out of memory.
+        // Without memory the line is lost, like any other.
     }
 }
 

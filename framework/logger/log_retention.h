@@ -1,4 +1,4 @@
-/// Keeping a log directory within limits of age and size.
+/// Deletes old log files, by age and by total size.
 #ifndef FRAMEWORK_LOGGER_LOG_RETENTION_H
 #define FRAMEWORK_LOGGER_LOG_RETENTION_H
 
@@ -10,15 +10,15 @@
 
 namespace framework {
 
-/// Describes one pass.
+/// The parameters of one pass.
 struct LogRetentionParams {
-    std::wstring Directory;  ///< with its trailing backslash; nothing repairs a missing one
-    std::wstring Pattern;    ///< of file names; whoever wrote a file that matches, it counts
+    std::wstring Directory;  ///< must end in a backslash, which isn't added
+    std::wstring Pattern;    ///< of file names; every matching file counts, whoever wrote it
     std::uint32_t ExpiredPeriodInDays;  ///< whole days
     std::uint32_t MaxTotalSize;         ///< bytes
 };
 
-/// One found file.
+/// One file.
 struct LogFileEntry {
     std::wstring Path;
     std::uint64_t Size;          ///< bytes
@@ -27,38 +27,37 @@ struct LogFileEntry {
 
 using LogFileList = std::vector<LogFileEntry>;
 
-/// One pass: an enumeration, then the deletion of what is too old, then of what lies beyond the
-/// size limit. Takes no lock but for its log lines; may run on any thread. No file is opened, and a
-/// file that can't be deleted stays without a word: the next pass sees it again.
+/// One pass: lists the files, deletes the expired ones, then those over the size limit. Any thread;
+/// takes no lock except to log. Opens no file. A file that can't be deleted is skipped silently and
+/// retried on the next pass.
 class LogRetention {
   public:
     explicit LogRetention(LogRetentionParams params);
 
-    /// Does the pass. Failures of the enumeration and of the clock are logged as errors; a pass
-    /// that does its work logs nothing. No standard exception leaves it, not even when there is no
-    /// memory to log one.
+    /// Runs the pass. Logs a failed enumeration or time conversion as an error, and nothing on
+    /// success. Throws no standard exception, even without memory to log one.
     void Execute();
 
-    /// All files that match, in the platform's order. Directories that match are listed too.
+    /// All matching files, in the platform's order. Matching directories are included.
     [[nodiscard]] LogFileList GetLogFiles() const;
 
-    /// Deletes in list order, whatever becomes of it.
+    /// Deletes in list order and ignores failures.
     static void DeleteFiles(const LogFileList& list);
 
-    /// Whether the entry is at least `days` whole days old at `now`. A file from the future is not.
+    /// Whether the entry is at least `days` whole days old at `now`. False for a file created after
+    /// `now`.
     [[nodiscard]] static bool IsExpired(const LogFileEntry& entry, std::uint64_t now,
                                         std::uint32_t days) noexcept;
 
-    /// The entries that are expired at the time of the pass, and those that aren't, in list order.
+    /// The entries that have expired at the time of the pass, and the others, in list order.
     [[nodiscard]] LogFileList SelectExpired(const LogFileList& list, std::uint32_t days) const;
     [[nodiscard]] LogFileList SelectNotExpired(const LogFileList& list, std::uint32_t days) const;
 
-    /// What lies beyond `limit` bytes, from newer to older: counted from the newest file down, the
-    /// one that brings the total to the limit and all that are older. Of files with the same time
-    /// the one listed last counts as the newest.
+    /// Walks from newest to oldest; returns the file whose size brings the total to `limit` bytes,
+    /// and every older one, in that order. Ties: later in the list is newer.
     [[nodiscard]] static LogFileList SelectOverBudget(const LogFileList& list, std::uint32_t limit);
 
-    /// The time in ticks, or 0 (logged as an error) if it can't be converted.
+    /// The time in ticks, or 0 (logged as an error) if the conversion fails.
     [[nodiscard]] static std::uint64_t ToFileTime(const SYSTEMTIME& systemTime);
 
   private:
@@ -66,10 +65,10 @@ class LogRetention {
     std::uint64_t CurrentTime = 0;
 };
 
-/// Logs that a pass has ended early, or doesn't if there is no memory for it.
+/// Logs that a pass ended early. Without memory for the line, does nothing.
 void ReportFailedPass() noexcept;
 
-/// Does one pass.
+/// Runs one pass.
 void RunLogRetention(LogRetentionParams params);
 
 }  // namespace framework

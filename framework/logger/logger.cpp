@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cwchar>
+#include <exception>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -15,9 +16,9 @@ namespace framework {
 namespace {
 
 static_assert(ErrorLevel == LevelError.Bit && TraceLevel == LevelTrace.Bit,
-              "the lines of framework/system pass under the logger's bits");
+              "framework/system uses the logger's level bits");
 
-/// The one object with the shutdown that process exit owes it.
+/// Owns the singleton and shuts it down at process exit, without destroying it.
 class ProcessLogger {
   public:
     ProcessLogger() { new (Storage) Logger(); }
@@ -31,13 +32,24 @@ class ProcessLogger {
     alignas(Logger) std::byte Storage[sizeof(Logger)] = {};
 };
 
-/// Path of the running executable, empty if it can't be told. Not a string object: a header must
-/// not need more memory than its records do.
+/// The path of the running executable; empty on failure. Not a `std::wstring`, so that a header
+/// needs no more memory than its records.
 struct ModulePath {
     ModulePath() noexcept { Text[::GetModuleFileNameW(nullptr, Text, MAX_PATH)] = 0; }
 
     wchar_t Text[MAX_PATH + 1] = {};
 };
+
+/// Runs one step of the shutdown. A failed allocation skips only this step: the shutdown runs in a
+/// destructor.
+template <class Step>
+void RunShutdownStep(const Step& step) {
+    try {
+        step();
+    } catch (const std::exception&) {
+        // Reporting it would need memory too.
+    }
+}
 
 }  // namespace
 
@@ -62,6 +74,20 @@ bool Logger::Configure(LoggerConfig config) {
         OpenFirstFile();
     }
     return true;
+}
+
+void Logger::Shutdown() noexcept {
+    if (!Formatter) {
+        return;
+    }
+    RunShutdownStep([] { InternalTrace(LevelTrace.Bit, L"End\n"); });
+    RunShutdownStep([this] { CloseFile(); });
+    if (Config.DisableLogRetention) {
+        return;
+    }
+    StartRetention(true);
+    const std::lock_guard guard(RetentionLock);
+    static_cast<void>(RetentionBusy(true));
 }
 
 bool Logger::LogUnchecked(const RecordInfo& info, const wchar_t* format, ...) {

@@ -1,10 +1,9 @@
-/// The one logger of the process: filters a line by its level, makes a record of it and hands the
-/// record to the console, the debugger channel and the log files.
+/// The process-wide logger: filters lines by level, formats records and writes them to the console,
+/// the debugger channel and log files.
 ///
-/// Logging is synchronous. The calling thread formats and writes its own record, rotates the file
-/// when it has grown past its limit, and compresses the old one; a log call can last as long as
-/// that, and every other logging thread waits for it. A record is with the operating system when
-/// the call returns.
+/// Logging is synchronous: the calling thread formats and writes the record, rotates the file when
+/// it exceeds its limit and compresses the old one. Other logging threads wait meanwhile. When the
+/// call returns, the record has been written to the operating system.
 #ifndef FRAMEWORK_LOGGER_LOGGER_H
 #define FRAMEWORK_LOGGER_LOGGER_H
 
@@ -24,8 +23,8 @@
 
 namespace framework {
 
-/// A text that is known at run time only and is to be read as a format without arguments. No
-/// conversion in it ever reads an argument; see `WithoutConversions`.
+/// A format that is known only at run time and has no arguments. Its conversions never read an
+/// argument; see `WithoutConversions`.
 struct RuntimeText {
     const wchar_t* Text;
 };
@@ -33,29 +32,30 @@ struct RuntimeText {
 class Logger {
   public:
     Logger() = default;
-    /// Ends logging by `Shutdown`.
+    /// Calls `Shutdown`.
     ~Logger();
     Logger(const Logger&) = delete;
     Logger& operator=(const Logger&) = delete;
 
-    /// The one object. Made at the first call, on any thread; shut down at process exit. It isn't
-    /// destroyed there, so that a thread that still logs finds a whole object with no open file.
+    /// The singleton. Thread-safe; created by the first call and shut down at process exit. It is
+    /// never destroyed, so a thread that still logs at exit uses a valid object without a file.
     [[nodiscard]] static Logger& Instance();
 
-    /// Whether a line of this level would be written. No lock, no look at the object.
+    /// Whether a line of this level would be written. Takes no lock and needs no object.
     [[nodiscard]] static bool Passes(std::uint32_t level) noexcept {
         return (PassingLevels.load(std::memory_order_relaxed) & level) != 0;
     }
 
-    /// Writes one record. `component` may be null, which selects the configured name. The texts are
-    /// borrowed for the call. Any thread, also from within a rotation of the same thread. Always
-    /// true. A failing sink loses the record in that sink alone; see `WriteBytes` for what is told.
+    /// Writes one record. A null `component` selects the configured name. Pointers must stay valid
+    /// for the duration of the call. Thread-safe, and reentrant during a rotation. Always returns
+    /// true. If a sink fails, only that sink loses the record; for failures of the file see
+    /// `WriteBytes`.
     ///
-    /// A failed allocation leaves the call as `std::bad_alloc`, and later calls go on. A usual
-    /// record that goes to a file or the debugger and rotates nothing allocates nothing.
+    /// Throws `std::bad_alloc` if memory runs out; later calls work again. A record of usual size
+    /// that goes to the debugger or a file, without a rotation, allocates nothing.
     ///
-    /// A line that doesn't pass costs a load, an AND and a branch: this stays inline, and all that
-    /// follows stays out of line.
+    /// A line that doesn't pass costs a load, an AND and a branch. So the filter is inline and the
+    /// rest is not.
     template <class... Args>
     bool Log(std::uint32_t level, const wchar_t* tag, const wchar_t* component, const wchar_t* file,
              std::uint32_t line, const wchar_t* function, FormatFor<Args...> format, Args... args) {
@@ -65,7 +65,7 @@ class Logger {
         return LogUnchecked({tag, component, file, function, line}, format.Text(), args...);
     }
 
-    /// The same for a text that is known at run time only.
+    /// As above, for a format that is known only at run time.
     bool Log(std::uint32_t level, const wchar_t* tag, const wchar_t* component, const wchar_t* file,
              std::uint32_t line, const wchar_t* function, RuntimeText format) {
         if (!Passes(level)) {
@@ -74,31 +74,33 @@ class Logger {
         return LogRuntimeText({tag, component, file, function, line}, format.Text);
     }
 
-    /// Takes over the settings and opens the first file. Called once, before any other thread
-    /// exists. Always true; a file that can't be opened shows on the debugger channel alone.
+    /// Copies the settings and opens the first file. Call once, before any other thread exists.
+    /// Always returns true; a failed open is reported only to the debugger channel.
     bool Configure(LoggerConfig config);
 
-    /// Logs the three header lines: build, process and path; the time in UTC; the local time.
+    /// Logs the three header records: build, process and path; the time in UTC; the local time.
     void WriteHeader();
 
-    /// Forces what has been written to disk. Any thread. Waits only while the file is being
-    /// switched, not for a record in progress.
+    /// Flushes the current file to disk. Thread-safe. Waits for a switch of files, but not for a
+    /// record in progress.
     void Flush();
 
-    /// The end of logging: the last record, the file closed and compressed, the last retention run.
-    /// Does nothing on a logger that was never configured. For the process's exit, when no other
-    /// thread is expected to log. A step that runs out of memory is left out; the next ones run.
+    /// Writes the last record, closes and compresses the file and runs retention. Does nothing if
+    /// the logger was never configured. For process exit; other threads should no longer log. A
+    /// step that runs out of memory is skipped.
     void Shutdown() noexcept;
 
   private:
     friend DWORD WINAPI RetentionThreadProc(void* logger);
 
+    // `Log` without the compile-time check of `format` against the arguments.
     bool LogUnchecked(const RecordInfo& info, const wchar_t* format, ...);
     bool LogRuntimeText(const RecordInfo& info, const wchar_t* text);
     bool LogList(const RecordInfo& info, const wchar_t* format, std::va_list args);
 
     class SwitchInProgress;
 
+    // Defined in logger_files.cpp.
     void OpenFirstFile();
     void WriteRecord(std::wstring_view text);
     [[nodiscard]] bool PassedSizeLimit() const noexcept;
@@ -114,41 +116,41 @@ class Logger {
     void RunRetention() const;
     void RunRetentionPass(const wchar_t* pattern, std::uint32_t sizeLimit) const;
 
-    /// `TraceLevelsMask` once more, where a filtered call reaches it without the object. 0 until
+    /// A copy of `TraceLevelsMask` that a filtered call reads without the object. 0 until
     /// `Configure`.
     inline static constinit std::atomic<std::uint32_t> PassingLevels{0};
 
-    // Written by Configure, before the first thread starts, and read without a lock.
+    // Written by Configure, before any other thread exists, and read without a lock.
     LoggerConfig Config;
     RetentionBudgets Budgets;
     std::unique_ptr<RecordFormatter> Formatter;
 
-    // RecordLock is held by a log call from before the formatting to after the last sink, so that
-    // records leave in one order in every sink. It is recursive because the header of a new file is
-    // logged by the thread that is inside a log call already. Taken before the other two.
+    // A log call holds RecordLock from formatting to the last sink, so that every sink has the same
+    // order of records. Recursive, because a rotation logs the header of the new file within a log
+    // call. Locked before the other two.
     CriticalSection RecordLock;
     // Guarded by RecordLock.
     std::wstring NameTemplate;
     LogFile CurrentFile;
-    bool HeaderDue = false;           ///< the current file has no header yet for lack of memory
+    bool HeaderDue = false;           ///< writing the current file's header ran out of memory
     std::uint32_t RotationDepth = 0;  ///< above 0 while the file is being switched
     std::uint32_t LogId = 0;          ///< number of the current file
     std::uint32_t WrittenBytes = 0;   ///< bytes counted for the current file
 
-    // FileLock guards CurrentFile while it is switched, against Flush, and PendingRecords while
-    // they are drained.
+    // FileLock guards CurrentFile during a switch, against Flush, and PendingRecords while they are
+    // written.
     CriticalSection FileLock;
     std::list<std::wstring> PendingRecords;  ///< held back while the file is being switched
 
-    // RetentionLock guards RetentionThread; at exit it is held over the whole last run.
+    // Guards RetentionThread. At exit held during the whole last run.
     CriticalSection RetentionLock;
     KernelHandle RetentionThread;
 };
 
-/// The routine of the thread that lives for one retention run. 1 for a null argument, else 0.
+/// The routine of the retention thread: one run. Returns 1 for a null argument, else 0.
 DWORD WINAPI RetentionThreadProc(void* logger);
 
-/// `Logger::Flush` of the one object, in the form in which the controller library is handed it.
+/// Calls `Logger::Flush` on the singleton. The controller library gets its address.
 void LogFlush();
 
 }  // namespace framework

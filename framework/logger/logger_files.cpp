@@ -1,4 +1,4 @@
-// The logger's files: which one a record goes to, when a new one is begun, what becomes of the old.
+// The file sink: choosing the current file, rotating it, and disposing of the old one.
 
 #include <cstddef>
 #include <exception>
@@ -15,14 +15,14 @@
 namespace framework {
 namespace {
 
-/// Whether the thread carries a token of its own, that is, acts for somebody else.
+/// Whether the thread is impersonating.
 bool IsImpersonating() {
     KernelHandle token;
     return ::OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY, FALSE, token.Receive()) != FALSE;
 }
 
-/// Compresses a closed file and deletes it if that went well. A file that stays is never tried
-/// again; from then on retention looks after it.
+/// Compresses a closed file and deletes it on success. On failure the file stays: compression isn't
+/// retried, and retention deletes it later.
 void CompressAndDelete(const std::wstring& name, const std::wstring& compressedName) {
     if (CompressFile(name, compressedName) == 0) {
         ::DeleteFileW(name.c_str());
@@ -33,21 +33,10 @@ std::wstring CompressedName(const std::wstring& name) {
     return name + L".gz";
 }
 
-/// Runs a step of the shutdown, which happens in a destructor: a failed allocation ends the step
-/// and nothing else.
-template <class Step>
-void RunShutdownStep(const Step& step) {
-    try {
-        step();
-    } catch (const std::exception&) {
-        // Whatever could be reported would need memory too.
-    }
-}
-
 }  // namespace
 
-/// While it lives, records of this thread wait in `PendingRecords`; its end writes them to the file
-/// that is current by then. Also when an exception passes.
+/// During its lifetime, this thread's records are kept in `PendingRecords`. The destructor, also
+/// after an exception, writes them to the file that is then current.
 class Logger::SwitchInProgress {
   public:
     explicit SwitchInProgress(Logger& logger) noexcept : Guard(logger.FileLock), Owner(logger) {
@@ -55,7 +44,7 @@ class Logger::SwitchInProgress {
     }
     ~SwitchInProgress() {
         --Owner.RotationDepth;
-        // The header is among these and so doesn't count in WrittenBytes.
+        // These include the header, so it isn't counted in WrittenBytes.
         Owner.DrainPending();
     }
     SwitchInProgress(const SwitchInProgress&) = delete;
@@ -87,7 +76,7 @@ void Logger::OpenFirstFile() {
 }
 
 void Logger::WriteRecord(std::wstring_view text) {
-    // Only the thread that switches the file gets here meanwhile, with the new file's header.
+    // During a switch only the switching thread gets here, with the new file's header.
     if (RotationDepth > 0) {
         PendingRecords.emplace_back(text);
         return;
@@ -99,16 +88,16 @@ void Logger::WriteRecord(std::wstring_view text) {
         return;
     }
     WrittenBytes += static_cast<std::uint32_t>(text.size() * sizeof(wchar_t));
-    // Files are switched, compressed and deleted with the process's own rights alone: a thread that
-    // acts for somebody else leaves it to the next record of one that doesn't.
+    // Files are switched, compressed and deleted only with the process's own rights. An
+    // impersonating thread leaves the rotation to the next record of another thread.
     if (!PassedSizeLimit() || IsImpersonating()) {
         return;
     }
     Rotate();
 }
 
-/// The names are made first: once the file is switched, nothing but the work on the files
-/// themselves can run out of memory.
+/// Allocates all names before the switch, so that afterwards only the work on the files can run out
+/// of memory.
 void Logger::Rotate() {
     const std::wstring oldName = MakeFileName(NameTemplate, LogId);
     const std::wstring nextName = MakeFileName(NameTemplate, LogId + 1);
@@ -140,10 +129,9 @@ bool Logger::PassedSizeLimit() const noexcept {
     return Config.MaxFileSize != 0 && WrittenBytes > Config.MaxFileSize;
 }
 
-/// Goes over to the file `nextName` and begins it with a header. If it can't be made, for instance
-/// because it exists, the old file goes on and the next record tries again.
-///
-/// If the header runs out of memory the file is switched all the same, and `HeaderDue` stays set.
+/// Switches to the new file `nextName` and writes its header. On failure (e.g. the name exists)
+/// keeps the old file; the next record retries. If the header runs out of memory, the file is
+/// switched anyway and `HeaderDue` stays set.
 bool Logger::SwitchFile(const std::wstring& nextName) {
     const SwitchInProgress switching(*this);
     RemoveLinksOnPath(nextName);
@@ -159,7 +147,7 @@ bool Logger::SwitchFile(const std::wstring& nextName) {
     return true;
 }
 
-/// Puts the whole header into `PendingRecords`, or nothing of it.
+/// Appends the whole header to `PendingRecords`, or nothing.
 void Logger::WriteHeaderOfNewFile() {
     const std::size_t waiting = PendingRecords.size();
     try {
@@ -171,13 +159,13 @@ void Logger::WriteHeaderOfNewFile() {
     HeaderDue = false;
 }
 
-/// A file begins with its header, so a record for which there is no header yet isn't written.
+/// A file must begin with its header: if this throws, the record isn't written.
 void Logger::WriteDueHeader() {
     const SwitchInProgress switching(*this);
     WriteHeaderOfNewFile();
 }
 
-/// The caller holds FileLock or is alone, at process exit.
+/// The caller must hold FileLock, or be the only thread at process exit.
 void Logger::DrainPending() noexcept {
     while (!PendingRecords.empty()) {
         if (CurrentFile) {
@@ -202,24 +190,10 @@ void Logger::CloseFile() {
     if (!Config.CompressRotatedLogs) {
         return;
     }
-    // Unlike a rotation, this doesn't take a link away from the compressed name, which is meant:
-    // at process exit nothing is changed on disk but the log's own files.
+    // Unlike a rotation, this deliberately doesn't remove a link at the compressed name: at process
+    // exit only the log's own files are changed.
     const std::wstring name = MakeFileName(NameTemplate, LogId);
     CompressAndDelete(name, CompressedName(name));
-}
-
-void Logger::Shutdown() noexcept {
-    if (!Formatter) {
-        return;
-    }
-    RunShutdownStep([] { InternalTrace(LevelTrace.Bit, L"End\n"); });
-    RunShutdownStep([this] { CloseFile(); });
-    if (Config.DisableLogRetention) {
-        return;
-    }
-    StartRetention(true);
-    const std::lock_guard guard(RetentionLock);
-    static_cast<void>(RetentionBusy(true));
 }
 
 void Logger::StartRetention(bool onThisThread) {
@@ -234,8 +208,8 @@ void Logger::StartRetention(bool onThisThread) {
     RetentionThread.Reset(::CreateThread(nullptr, 0, RetentionThreadProc, this, 0, nullptr));
 }
 
-/// Whether the retention thread still runs, after waiting for its end if `wait`. The handle of a
-/// finished one is closed here.
+/// Whether the retention thread is running; with `wait`, waits for its end first. Closes the handle
+/// of a finished thread.
 bool Logger::RetentionBusy(bool wait) {
     if (!RetentionThread) {
         return false;
@@ -254,7 +228,7 @@ void Logger::RunRetention() const {
     }
 }
 
-/// A pass that has no memory for its own parameters is left out. The next pass runs.
+/// A pass without memory for its parameters is skipped; the next pass runs.
 void Logger::RunRetentionPass(const wchar_t* pattern, std::uint32_t sizeLimit) const {
     try {
         RunLogRetention({Config.LogDirectory, pattern, Config.ExpiredPeriodInDays, sizeLimit});

@@ -33,8 +33,8 @@ LoggerSettings::LoggerSettings(LoggerConfig config, const LoggerSettingsSource* 
         MergeRegistryValues(config, *source);
     }
     std::wstring directory;
-    // A failure leaves the directory empty, which keeps the logger from opening a file: better none
-    // than one under a name with a variable in it.
+    // A failure deliberately leaves the directory empty, so that the logger opens no file: no log
+    // is better than one in a directory whose name contains a variable.
     static_cast<void>(ExpandEnvironmentString(config.LogDirectory, directory));
     config.LogDirectory = std::move(directory);
     Logger& logger = Logger::Instance();

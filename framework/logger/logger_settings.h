@@ -7,8 +7,8 @@
 
 namespace framework {
 
-/// Which settings the registry may override, and where they stand below `HKEY_LOCAL_MACHINE`. The
-/// value names are the field names of `LoggerConfig`.
+/// Which settings the registry may override, and their key below `HKEY_LOCAL_MACHINE`. The value
+/// names are the field names of `LoggerConfig`.
 struct LoggerSettingsSource {
     bool ReadTraceLevelsMask = false;
     bool ReadExpiredPeriodInDays = false;
@@ -17,14 +17,14 @@ struct LoggerSettingsSource {
     std::wstring RegistryKey;
 };
 
-/// Starts the logger: merges the registry's values into the settings, expands the environment in
-/// the log directory, configures the logger and writes the header. All of it in the constructor, on
-/// the main thread before any other exists; destroying the object doesn't stop the logger.
+/// Starts the logger: applies the registry values, expands environment variables in the log
+/// directory, configures the logger and writes the header. The constructor does all of it; it must
+/// run on the main thread before any other thread exists. The destructor does nothing.
 class LoggerSettings {
   public:
-    /// `source` may be null: the registry is then not touched. A value that is missing or of
-    /// another type leaves its field as it was; a directory that can't be expanded becomes empty,
-    /// and no file is opened. Neither is told anywhere.
+    /// If `source` is null, the registry isn't read. A missing value or one of another type leaves
+    /// its field unchanged. If expanding the directory fails, the directory is empty and no file is
+    /// opened. Neither failure is reported.
     LoggerSettings(LoggerConfig config, const LoggerSettingsSource* source);
 };
 

@@ -14,13 +14,12 @@ namespace {
 
 constexpr std::size_t LastMessageSize = 16384;
 
-/// The head of a record in the form of a print format: numbers of a least width, then texts. It is
-/// kept as a text and read at each record because those who look for the form of a record in the
-/// executable find it there, in one piece, as they find every other format.
+/// The head of a record as a printf format: numbers with a minimum width, then strings. Kept as
+/// one literal so that `strings` on the executable shows the record format.
 constexpr std::wstring_view HeadFormat = L"[%04hu%02hu%02hu-%02hu%02hu%02hu-%03hu][%ws][%ws] ";
 
-/// Prints heads by their format, in a fraction of the time that the run-time library takes for it:
-/// every record has one. As strict as that library: what doesn't fit ends the process.
+/// Prints heads in a fraction of the run-time library's time; every record has one. A head that
+/// doesn't fit terminates the process, as with the library's strict function.
 class HeadPrinter {
   public:
     explicit HeadPrinter(wchar_t* buffer) noexcept : Buffer(buffer) {}
@@ -80,7 +79,7 @@ class HeadPrinter {
     std::size_t Length = 0;
 };
 
-/// Prints with a copy of the arguments, so that they can be printed again.
+/// Prints with a copy of `args`, which can then be used again.
 int PrintAgain(wchar_t* buffer, std::size_t size, const wchar_t* format, std::va_list args) {
     std::va_list copy;
     va_copy(copy, args);
@@ -89,8 +88,8 @@ int PrintAgain(wchar_t* buffer, std::size_t size, const wchar_t* format, std::va
     return length;
 }
 
-/// Appends a message that didn't fit the first size. Tries twice the size up to the last, whose cut
-/// text then stands.
+/// Appends a message that didn't fit the first size. Doubles the buffer until the message fits or
+/// the last size is reached, which truncates it.
 void AppendLongMessage(std::wstring& out, const wchar_t* format, std::va_list args) {
     for (std::size_t size = FirstMessageSize * 2; size <= LastMessageSize; size *= 2) {
         const auto message = std::make_unique<wchar_t[]>(size);
@@ -139,7 +138,7 @@ void RecordFormatter::Format(RecordText& out, const RecordInfo& info, const wcha
         EnsureNewline(out.Longer);
         return;
     }
-    // Up to the first zero: a message may print one.
+    // Up to the first zero, which a message may contain.
     length += EndWithNewline(message);
     if (out.Longer.empty()) {
         out.UsualLength = length;

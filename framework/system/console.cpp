@@ -34,14 +34,14 @@ std::string ToUtf8(std::wstring_view text) {
     return bytes;
 }
 
-// Not the run-time library's wprintf: in the C locale it stops a line at the first character that
-// the code page lacks, the line feed included.
+// Not the run-time library's wprintf: in the C locale it drops the rest of a line, line feed
+// included, at the first character that the code page lacks.
 void WriteToConsole(std::wstring_view text) {
-    // A write of no bytes would be the end of the text for some readers of a pipe.
+    // Some readers of a pipe take a write of 0 bytes for the end of the data.
     if (text.empty()) {
         return;
     }
-    // Kept, for callers that print about a failure and then hand its error back.
+    // The last error is preserved for callers that print a failure and then return its code.
     const DWORD lastError = ::GetLastError();
     const HANDLE output = ::GetStdHandle(STD_OUTPUT_HANDLE);
     const std::wstring lines = WithCarriageReturns(text);

@@ -8,18 +8,18 @@
 
 namespace framework {
 
-/// The text as UTF-8; a surrogate without its other half becomes the replacement character.
+/// Converts to UTF-8. An unpaired surrogate becomes U+FFFD, the replacement character.
 [[nodiscard]] std::string ToUtf8(std::wstring_view text);
 
-/// Writes a text to standard output: as UTF-16 to a console, as UTF-8 to anything else, each line
-/// feed as carriage return and line feed. Nothing is buffered, so that no text is lost when the
-/// process is ended. Any thread; a failure is ignored, as there is nobody left to tell.
+/// Writes `text` to standard output: UTF-16 to a console, UTF-8 otherwise, each line feed as
+/// carriage return and line feed. Unbuffered, so nothing is lost if the process is terminated.
+/// Thread-safe. A failure is ignored.
 void WriteToConsole(std::wstring_view text);
 
-/// The untyped half of `ConsolePrint`.
+/// `ConsolePrint` without the compile-time check of `format` against the arguments.
 void ConsolePrintUnchecked(const wchar_t* format, ...);
 
-/// Formatted wide print to standard output, by `WriteToConsole`.
+/// Formats and prints to standard output with `WriteToConsole`.
 template <class... Args>
 void ConsolePrint(FormatFor<Args...> format, Args... args) {
     ConsolePrintUnchecked(format.Text(), args...);

@@ -3,11 +3,11 @@
 
 namespace framework {
 
-/// Ends the process at once with exit code 0xC0000409, the way a run-time library ends one that
-/// passed it an invalid parameter: no exception filter, no exit handler, no log line.
+/// Terminates the process with exit code 0xC0000409, as Visual C++'s run-time library does for an
+/// invalid parameter. Runs no exception filter and no exit handler, and logs nothing.
 ///
-/// Not every run-time library that this program is linked with ends the process on that path (the
-/// one of MinGW-w64 returns from it), so the places that must end do it themselves.
+/// MinGW-w64's run-time library returns an error instead, so callers that must not continue call
+/// this function.
 [[noreturn]] void FailFastInvalidParameter() noexcept;
 
 }  // namespace framework

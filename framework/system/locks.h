@@ -1,4 +1,4 @@
-/// The platform's locks as types that the standard guards take.
+/// Windows locks for use with `std::lock_guard` and its relatives.
 #ifndef FRAMEWORK_SYSTEM_LOCKS_H
 #define FRAMEWORK_SYSTEM_LOCKS_H
 
@@ -6,7 +6,7 @@
 
 namespace framework {
 
-/// A recursive lock: its owner thread can enter again. Enter it by `std::lock_guard`.
+/// A recursive lock: the owning thread may lock it again. Use `std::lock_guard`.
 class CriticalSection {
   public:
     CriticalSection() noexcept { ::InitializeCriticalSection(&section_); }
@@ -21,8 +21,8 @@ class CriticalSection {
     CRITICAL_SECTION section_;
 };
 
-/// A reader-writer lock that no thread can take twice. Enter it exclusively by `std::unique_lock`
-/// or `std::lock_guard`, shared by `std::shared_lock`.
+/// A reader-writer lock, not recursive. Use `std::unique_lock` or `std::lock_guard` for exclusive
+/// access, `std::shared_lock` for shared access.
 class SrwLock {
   public:
     SrwLock() noexcept = default;

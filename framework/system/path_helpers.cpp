@@ -19,7 +19,7 @@ bool ExpandEnvironmentString(const std::wstring& source, std::wstring& expanded)
             return false;
         }
         if (needed <= buffer.size()) {
-            // The size that the platform tells counts the terminating zero.
+            // The returned size includes the terminating zero.
             expanded.assign(buffer, 0, needed - 1);
             return true;
         }

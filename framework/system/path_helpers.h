@@ -5,18 +5,16 @@
 
 namespace framework {
 
-/// Replaces environment variables between percent signs; unknown ones stay as they stand. Returns
-/// false, without a log line and with `expanded` as it was, if the platform refuses. A text of any
-/// length.
+/// Expands environment variables in percent signs; unknown ones stay unchanged. The text may have
+/// any length. On failure returns false, logs nothing and leaves `expanded` unchanged.
 [[nodiscard]] bool ExpandEnvironmentString(const std::wstring& source, std::wstring& expanded);
 
-/// The directory of the running executable without a trailing backslash, or the empty string if it
-/// can't be told or the path has 512 characters or more. Logs nothing. Nothing in this program
-/// calls it; it is part of the framework for those who build on it.
+/// Returns the directory of the running executable without a trailing backslash. Returns an empty
+/// string on failure, or if the path has 512 characters or more. Logs nothing.
 [[nodiscard]] std::wstring GetExecutableDirectory();
 
-/// The part of `path` behind the last slash, backslash or colon: a pointer into `path`, or to an
-/// empty text if `path` is null. Not called in this program either.
+/// Returns the part of `path` after the last slash, backslash or colon, as a pointer into `path`.
+/// Null returns a pointer to an empty string.
 [[nodiscard]] const wchar_t* GetFileNamePart(const wchar_t* path);
 
 }  // namespace framework

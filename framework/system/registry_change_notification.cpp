@@ -9,11 +9,11 @@
 namespace framework {
 namespace {
 
-/// What a step of the watch says about the next one.
+/// Whether the watch continues after a step.
 enum class Step { Continue, End };
 
-/// One run of the thread. The handles are raw because the run must close them in one order, report
-/// a close that fails, and leave the keys of earlier iterations open.
+/// One run of the thread. The handles are raw because the run closes them in a fixed order, reports
+/// a failed close, and deliberately leaves the keys of earlier iterations open.
 class Watch {
   public:
     explicit Watch(const RegChangeNotifyParams& params) : params_(params) {}
@@ -51,23 +51,23 @@ class Watch {
         if (ArmNotification() == Step::End) {
             return Step::End;
         }
-        // The notification is armed before the value is read: a change between the two wakes the
-        // wait, where the other order would lose it.
+        // Arm the notification before reading the value. In the other order a change between the
+        // two would be missed.
         std::uint32_t value = ReadValue();
         if (value == params_.BaselineValue) {
             if (AwaitChange() == Step::End) {
                 return Step::End;
             }
-            // The callback follows even if this gives the baseline again: a rewrite with the same
-            // data or another value of the key has been changed, and the callback is to hear of it.
+            // The callback is called even if this reads the baseline again. That is meant: the key
+            // was written, if only with the same data or to another of its values.
             value = ReadValue();
         }
         return Deliver(value);
     }
 
     Step ArmNotification() {
-        // The key of the iteration before is left open on purpose: its notification stays armed on
-        // the same event, and a callback that asks for more pays with one key each time.
+        // The previous iteration's key is deliberately left open: its notification stays armed on
+        // the same event. Each further iteration leaks one key.
         status_ = static_cast<std::uint32_t>(
             ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, params_.KeyPath.c_str(), 0, KEY_NOTIFY, &key_));
         if (status_ != ERROR_SUCCESS) {
@@ -151,8 +151,8 @@ class Watch {
 }  // namespace
 
 std::uint32_t CreateRegChangeNotifyThread(RegChangeNotifyParams params, HANDLE& threadHandle) {
-    // The copy is never freed, by the thread or when the thread can't be created: a callback may
-    // hold on to its texts for as long as the process lives.
+    // The copy is never freed, even if the thread can't be created. This is meant: a callback may
+    // keep pointers into it for the lifetime of the process.
     auto* copy = new RegChangeNotifyParams(std::move(params));
     const HANDLE thread = ::CreateThread(nullptr, 0, RegChangeNotify, copy, 0, nullptr);
     if (thread == nullptr) {

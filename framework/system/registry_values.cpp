@@ -4,8 +4,8 @@
 #include "framework/system/trace.h"
 #include "framework/system/unique_handle.h"
 
-// The texts below say "RegOpenKeyW" where RegOpenKeyExW is called, and "does it exist" where the
-// key doesn't. Administrators search for them as they are; they stay letter by letter.
+// The messages below name RegOpenKeyW although RegOpenKeyExW is called, and say "does it exist"
+// for a missing key. This is meant: administrators search for these texts, so they don't change.
 
 namespace framework {
 namespace {

@@ -1,8 +1,6 @@
-/// 32-bit values below `HKEY_LOCAL_MACHINE`, the only root that this layer touches. Nothing in this
-/// program sets or removes one; those two are part of the framework for those who build on it.
+/// `REG_DWORD` values below `HKEY_LOCAL_MACHINE`.
 ///
-/// Each call opens and closes the key by itself and may run on any thread. A status is 0 or a Win32
-/// error code.
+/// Thread-safe. Each call opens and closes its own key. A status is 0 or a Win32 error code.
 #ifndef FRAMEWORK_SYSTEM_REGISTRY_VALUES_H
 #define FRAMEWORK_SYSTEM_REGISTRY_VALUES_H
 
@@ -11,26 +9,26 @@
 
 namespace framework {
 
-/// Reads a `REG_DWORD` into `value`, which is written on success only. A value of another type
-/// gives 1804 (`ERROR_INVALID_DATATYPE`), or the error of the query if it is longer than four
-/// bytes. Logs nothing.
+/// Reads a `REG_DWORD` into `value`, which is written only on success. A value of another type
+/// returns 1804 (`ERROR_INVALID_DATATYPE`), or the query's error if it is longer than four bytes.
+/// Logs nothing.
 [[nodiscard]] std::uint32_t ReadDwordValueFromRegistry(const std::wstring& keyPath,
                                                        const std::wstring& valueName,
                                                        std::uint32_t& value);
 
-/// The value, or `defaultValue` if it can't be read for any reason. Logs nothing.
+/// Returns the value, or `defaultValue` if the read fails for any reason. Logs nothing.
 [[nodiscard]] std::uint32_t GetDwordValueFromRegistry(const std::wstring& keyPath,
                                                       const std::wstring& valueName,
                                                       std::uint32_t defaultValue);
 
-/// Writes a `REG_DWORD`, making the key if it is missing. Every step, failures too, is logged at
-/// trace level: what an error means is for the caller to say.
+/// Writes a `REG_DWORD`; creates the key if it is missing. Logs every step, failures included, at
+/// trace level: only the caller knows whether a failure is an error.
 [[nodiscard]] std::uint32_t SetDwordValueToRegistry(const std::wstring& keyPath,
                                                     const std::wstring& valueName,
                                                     std::uint32_t value);
 
-/// Deletes a value. A missing key is success (0), a missing value in an existing key is not (2).
-/// Logs at trace level, but nothing when the key can't be opened for another reason.
+/// Deletes a value. Returns 0 if the key is missing, but 2 (`ERROR_FILE_NOT_FOUND`) if only the
+/// value is. Logs at trace level; if opening the key fails for another reason, logs nothing.
 [[nodiscard]] std::uint32_t RemoveValueFromRegistry(const std::wstring& keyPath,
                                                     const std::wstring& valueName);
 

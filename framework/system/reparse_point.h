@@ -1,8 +1,7 @@
-/// Looking at mount points and symbolic links, and taking them away without touching what they
-/// point to. The links are opened themselves, never followed.
+/// Reads and removes mount points and symbolic links. Links are opened, never followed; the target
+/// is not touched.
 ///
-/// Nothing is logged here. A status is 0 or a Win32 error code. No call keeps any state; all may
-/// run on any thread.
+/// Thread-safe, without state. Logs nothing. A status is 0 or a Win32 error code.
 #ifndef FRAMEWORK_SYSTEM_REPARSE_POINT_H
 #define FRAMEWORK_SYSTEM_REPARSE_POINT_H
 
@@ -16,7 +15,7 @@
 
 namespace framework {
 
-/// The head of a reparse record as a deletion passes it: the tag and nothing else. 24 bytes.
+/// The header of a reparse record, as passed to a deletion: only the tag is set. 24 bytes.
 struct ReparsePointHeader {
     std::uint32_t ReparseTag;
     std::uint16_t ReparseDataLength;
@@ -29,19 +28,20 @@ static_assert(offsetof(ReparsePointHeader, ReparseDataLength) == 4);
 static_assert(offsetof(ReparsePointHeader, Reserved) == 6);
 static_assert(offsetof(ReparsePointHeader, ReparseGuid) == 8);
 
-/// Opens the link itself, for reading and writing. What `link` held is closed; on failure it holds
-/// nothing.
+/// Opens the link itself for reading and writing. Closes the previous handle in `link`, which is
+/// empty on failure.
 [[nodiscard]] std::uint32_t OpenReparsePoint(const std::wstring& path, FileHandle& link);
 
-/// Reads the reparse record of an open link. On success `buffer` is cut to the bytes returned, on
-/// failure it keeps 16384 bytes.
+/// Reads the reparse record of an open link. On success `buffer` has the size of the record, on
+/// failure 16384 bytes.
 [[nodiscard]] std::uint32_t GetReparsePointData(HANDLE handle, std::vector<std::byte>& buffer);
 
 /// The same for a path.
 [[nodiscard]] std::uint32_t GetReparsePointDataByPath(const std::wstring& path,
                                                       std::vector<std::byte>& buffer);
 
-/// Takes the link away from an open name. 87 (`ERROR_INVALID_PARAMETER`) if `header` is null.
+/// Removes the link from an open file or directory. Returns 87 (`ERROR_INVALID_PARAMETER`) if
+/// `header` is null.
 [[nodiscard]] std::uint32_t DeleteReparsePoint(HANDLE handle, const ReparsePointHeader* header);
 
 /// Turns a mount point into an empty directory.
@@ -50,7 +50,7 @@ static_assert(offsetof(ReparsePointHeader, ReparseGuid) == 8);
 /// Turns a symbolic link into an empty directory or file.
 [[nodiscard]] std::uint32_t DeleteSymbolicLink(const std::wstring& path);
 
-/// False for every path that can't be opened for reading and writing or has no such link.
+/// False if the path can't be opened for reading and writing, or has no reparse point of this kind.
 [[nodiscard]] bool HasReparseTag(const std::wstring& path, std::uint32_t tag);
 [[nodiscard]] bool IsMountPoint(const std::wstring& path);
 [[nodiscard]] bool IsSymbolicLink(const std::wstring& path);

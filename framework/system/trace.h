@@ -1,4 +1,4 @@
-/// The way in which this layer's own lines reach a log, without knowing of one.
+/// Log lines of framework/system. They go to a sink, so this layer doesn't depend on the logger.
 #ifndef FRAMEWORK_SYSTEM_TRACE_H
 #define FRAMEWORK_SYSTEM_TRACE_H
 
@@ -9,22 +9,21 @@
 
 namespace framework {
 
-/// The levels of this layer's lines: the logger's bits for errors and for ordinary trace.
+/// Levels of these lines. The values are the logger's level bits.
 inline constexpr std::uint32_t ErrorLevel = 1;
 inline constexpr std::uint32_t TraceLevel = 4;
 
-/// Takes the lines of this layer; `level` is one of the above.
+/// Receives the lines; `level` is one of the above.
 using TraceSink = void (*)(std::uint32_t level, const wchar_t* format, std::va_list args);
 
-/// Sets where the lines go; null drops them. The logger sets it when it is configured, so that
-/// what happens before is lost as every other line of that time is. Not while another thread may
-/// trace.
+/// Sets the sink; null drops all lines. The logger sets it when it is configured. Lines before that
+/// are dropped, like all other log lines. Not thread-safe.
 void SetTraceSink(TraceSink sink) noexcept;
 
-/// The untyped half of `SystemTrace`.
+/// `SystemTrace` without the compile-time check of `format` against the arguments.
 void SystemTraceUnchecked(std::uint32_t level, const wchar_t* format, ...);
 
-/// Hands one line to the sink.
+/// Passes one line to the sink.
 template <class... Args>
 void SystemTrace(std::uint32_t level, FormatFor<Args...> format, Args... args) {
     SystemTraceUnchecked(level, format.Text(), args...);

@@ -1,4 +1,4 @@
-/// One owning type per kind of handle. Closing keeps the thread's last error.
+/// Owning types, one per kind of handle. Closing preserves the thread's last error.
 #ifndef FRAMEWORK_SYSTEM_UNIQUE_HANDLE_H
 #define FRAMEWORK_SYSTEM_UNIQUE_HANDLE_H
 
@@ -8,8 +8,8 @@
 
 namespace framework {
 
-/// Owns one handle of the kind that `Traits` describes: `Type`, `Invalid()` (what a failed open
-/// gives) and `Close(handle)`. Moves; doesn't copy. Not safe to share between threads by itself.
+/// Owns one handle. `Traits` has `Type`, `Invalid()` (the value that a failed open returns) and
+/// `Close(handle)`. Movable, not copyable. Not thread-safe.
 template <class Traits>
 class UniqueHandle {
   public:
@@ -29,10 +29,10 @@ class UniqueHandle {
     [[nodiscard]] Type Get() const noexcept { return handle_; }
     explicit operator bool() const noexcept { return handle_ != Traits::Invalid(); }
 
-    /// Gives the handle away; the caller closes it.
+    /// Releases ownership; the caller closes the handle.
     [[nodiscard]] Type Release() noexcept { return std::exchange(handle_, Traits::Invalid()); }
 
-    /// Closes what is held, if anything, and holds `handle` from now on.
+    /// Closes the current handle, if any, and takes ownership of `handle`.
     void Reset(Type handle = Traits::Invalid()) noexcept {
         const Type old = std::exchange(handle_, handle);
         if (old != Traits::Invalid()) {
@@ -42,7 +42,8 @@ class UniqueHandle {
         }
     }
 
-    /// For platform calls that write a handle. What was held is closed before.
+    /// Closes the current handle and returns its address, for calls that return a handle by
+    /// pointer.
     [[nodiscard]] Type* Receive() noexcept {
         Reset();
         return &handle_;
@@ -52,8 +53,7 @@ class UniqueHandle {
     Type handle_ = Traits::Invalid();
 };
 
-/// Handles for which null stands for none: events, threads, processes and tokens, which are null
-/// when the call that makes them fails, and others whose maker turns a failure into null.
+/// Events, threads, processes and tokens, whose creating calls return null on failure.
 struct KernelHandleTraits {
     using Type = HANDLE;
     static Type Invalid() noexcept { return nullptr; }
@@ -61,7 +61,7 @@ struct KernelHandleTraits {
 };
 using KernelHandle = UniqueHandle<KernelHandleTraits>;
 
-/// Handles of `CreateFileW`, which fails with `INVALID_HANDLE_VALUE`.
+/// Handles of `CreateFileW`, which returns `INVALID_HANDLE_VALUE` on failure.
 struct FileHandleTraits {
     using Type = HANDLE;
     static Type Invalid() noexcept { return INVALID_HANDLE_VALUE; }
@@ -69,7 +69,7 @@ struct FileHandleTraits {
 };
 using FileHandle = UniqueHandle<FileHandleTraits>;
 
-/// Open keys of the registry.
+/// Open registry keys.
 struct RegistryKeyTraits {
     using Type = HKEY;
     static Type Invalid() noexcept { return nullptr; }

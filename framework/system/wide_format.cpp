@@ -5,14 +5,14 @@
 
 #include "framework/system/fail_fast.h"
 
-// The Microsoft-named functions are used throughout: only they read %s as a wide string in every
-// tool chain that builds this program.
+// Uses the functions with Microsoft names: only they take a wide string for %s with every supported
+// compiler.
 
 namespace framework {
 namespace {
 
-/// The length of the conversion at `text`, which begins with a percent sign, or 0 if what stands
-/// there is no conversion that reads an argument.
+/// The length of the conversion at `text`, which begins with a percent sign. 0 if it isn't a
+/// conversion that takes an argument.
 std::size_t ConversionLength(const wchar_t* text) {
     std::size_t length = 1;
     const auto skip = [&](const wchar_t* characters) {

@@ -1,7 +1,7 @@
-/// Wide printf formats whose arguments are checked by the compiler, and the ways to print them.
+/// Wide printf formats that are checked against their arguments at compile time.
 ///
-/// In every format `%s` takes a wide string, as do `%ws` and `%ls`. What a wide format can't print
-/// (a `std::wstring`, a narrow string, a number of another width) doesn't compile.
+/// `%s`, `%ws` and `%ls` all take a wide string. A `std::wstring`, a narrow string or a number of
+/// another width doesn't compile.
 #ifndef FRAMEWORK_SYSTEM_WIDE_FORMAT_H
 #define FRAMEWORK_SYSTEM_WIDE_FORMAT_H
 
@@ -21,8 +21,8 @@ constexpr bool IsWideText = std::is_same_v<T, const wchar_t*> || std::is_same_v<
 template <class T>
 constexpr bool IsNumber = std::is_integral_v<T> && !std::is_same_v<T, bool>;
 
-/// Whether an argument of type `T` is what the conversion `type` with the length `length` reads.
-/// The length is 'h', 'l', 'w' or 0; `int` and `long` are both of 32 bits on this platform.
+/// Whether a conversion `type` with the length modifier `length` takes an argument of type `T`. The
+/// length is 'h', 'l', 'w' or 0; `int` and `long` both have 32 bits on Windows.
 template <class T>
 constexpr bool Matches(wchar_t length, wchar_t type) {
     switch (type) {
@@ -33,7 +33,7 @@ constexpr bool Matches(wchar_t length, wchar_t type) {
         case L'u':
         case L'x':
         case L'X':
-            // T may be a pointer here, and is then refused before its size is looked at.
+            // For a pointer IsNumber is false, so its size doesn't matter.
             // NOLINTNEXTLINE(bugprone-sizeof-expression)
             return IsNumber<T> && length != L'w' && sizeof(T) == (length == L'h' ? 2U : 4U);
         case L'p':
@@ -43,8 +43,7 @@ constexpr bool Matches(wchar_t length, wchar_t type) {
     }
 }
 
-/// Checks `format` against the argument types; anything that doesn't fit stops the compilation
-/// here.
+/// Checks `format` against the argument types. A mismatch is a compilation error.
 template <class... Args>
 consteval void Check(const wchar_t* format) {
     using Matcher = bool (*)(wchar_t, wchar_t);
@@ -76,13 +75,13 @@ consteval void Check(const wchar_t* format) {
 
 }  // namespace format_check
 
-/// A format and the source line that it stands on. Made from a literal, it has been checked against
-/// `Args`.
+/// A format literal that was checked against `Args`, and its source line.
 template <class... Args>
 class WideFormat {
   public:
-    // __builtin_LINE is what std::source_location is made of; GCC, Clang and Visual C++ have it.
+    // __builtin_LINE exists in GCC, Clang and Visual C++: std::source_location is built on it.
     template <std::size_t Size>
+    // A literal must convert implicitly at the call site.
     consteval WideFormat(const wchar_t (&literal)[Size],  // NOLINT(google-explicit-constructor)
                          std::uint32_t line = __builtin_LINE())
         : text_(literal), line_(line) {
@@ -97,26 +96,26 @@ class WideFormat {
     std::uint32_t line_;
 };
 
-/// The parameter type of a function that takes a format for its further arguments `Args`.
+/// The parameter type for a format whose arguments are `Args`.
 template <class... Args>
 using FormatFor = WideFormat<std::type_identity_t<Args>...>;
 
-/// Prints into `buffer` of `size` characters, cut where it doesn't fit, always ended by a zero.
-/// Returns the length of the text, or a negative number if it was cut.
+/// Prints into `buffer` of `size` characters, truncating if necessary; always zero-terminated.
+/// Returns the length, or a negative number if the text was truncated.
 int PrintCut(wchar_t* buffer, std::size_t size, const wchar_t* format, std::va_list args);
 
-/// The same, but a text that doesn't fit ends the process; see `FailFastInvalidParameter`.
+/// As `PrintCut`, but a text that doesn't fit terminates the process (`FailFastInvalidParameter`).
 int PrintStrict(wchar_t* buffer, std::size_t size, const wchar_t* format, ...);
 
-/// The text of any length.
+/// Prints a text of any length.
 [[nodiscard]] std::wstring PrintToString(const wchar_t* format, std::va_list args);
 
-/// Turns a text into a format that reads no argument: `%%` stays, a conversion that would read an
-/// argument will be printed as it stands, and a percent sign that begins no conversion will be left
-/// out, as the run-time library does.
+/// Converts a text to a format that takes no arguments. `%%` stays; a conversion that would take an
+/// argument is printed literally; a percent sign that begins no conversion is dropped, as the
+/// run-time library does.
 [[nodiscard]] std::wstring WithoutConversions(const wchar_t* text);
 
-/// Decimal form of `number`.
+/// `number` in decimal.
 [[nodiscard]] std::wstring DecimalText(std::uint32_t number);
 
 }  // namespace framework
