@@ -10,7 +10,7 @@ namespace {
 
 using namespace test;
 
-/// The platform's own handler ends the process: with this code, or with 0 on Wine.
+/// The platform's default handler ends the process with this code, or with 0 on Wine.
 constexpr std::uint32_t ControlCExit = 0xC000013A;
 
 TEST(ConsoleEvent, AfterTheStart_StopsInOrderAndPrintsNothing) {
@@ -64,7 +64,8 @@ TEST(ConsoleEvent, DuringTheStart_LetsTheStartFinishAndThenStops) {
                                             StopBegun, StopOver, Freed}));
 }
 
-// While the object is built no handler stands yet, and the platform's own ends the process.
+// No handler is installed during the construction of the object, so the platform's default handler
+// ends the process.
 TEST(ConsoleEvent, BeforeTheHandlerStands_EndsTheProcess) {
     const HostFolder host;
     const SharedEvent creating(host, "creating");
@@ -111,7 +112,7 @@ TEST(ConsoleEvent, EveryType_IsHandledAlike) {
     ASSERT_EQ(calls.size(), 2U) << "added once: one call, entered and left";
     EXPECT_EQ(calls[0].Number("arg2") & 0xFFFFFFFF, 1U);
     Records body = {ComReady, Working, StartBegun, StartOver};
-    // Ctrl+C, Ctrl+Break, close, logoff, shutdown, and one that is none.
+    // Ctrl+C, Ctrl+Break, close, logoff, shutdown, and an invalid one.
     for (const std::uint32_t type : {0U, 1U, 2U, 5U, 6U, 77U}) {
         EXPECT_EQ(CallRemotely(run.Process().Process(), calls[0].Number("arg1"), type), 1U);
         body.push_back(CtrlC);
@@ -133,7 +134,7 @@ TEST(ConsoleRun, StopEvent_IsUnnamedAndResetByHand) {
     EXPECT_EQ(run.ServeAndStop(), 0U);
     const std::vector<TranscriptEntry> calls = host.ReadTranscript().With("import", "CreateEventA");
     ASSERT_GE(calls.size(), 2U);
-    // The last one: the run-time library may have made some of its own before.
+    // The last one, because the run-time library may have created others before.
     const TranscriptEntry& call = calls[calls.size() - 2];
     EXPECT_EQ(call.Number("arg1"), 0U);
     EXPECT_EQ(call.Number("arg2") & 0xFFFFFFFF, 1U);

@@ -9,23 +9,23 @@
 
 namespace test {
 
-/// A run of the host in a console of its own.
+/// A run of the host in its own console.
 class ConsoleRun {
   public:
     explicit ConsoleRun(const HostFolder& host, const std::wstring& arguments = L"-run");
 
-    /// Waits until `OnStart` is over.
+    /// Waits for the end of `OnStart`.
     void AwaitServing() const;
-    /// Presses Ctrl+C.
+    /// Sends Ctrl+C.
     void Interrupt() const;
     /// Waits for the end and returns the exit code.
     std::uint32_t Wait() { return process_->Wait(); }
-    /// The three in one: a whole run, stopped by the user.
+    /// All three in one: a complete run, stopped by the user.
     std::uint32_t ServeAndStop();
 
     [[nodiscard]] const Child& Process() const noexcept { return *process_; }
     [[nodiscard]] std::string Output() const { return process_->Output(); }
-    /// The log of an orderly run whose part between the parameters and the end is `body`.
+    /// The log of an orderly run with `body` between the parameters and the end.
     [[nodiscard]] Records Expected(const Records& body) const;
 
   private:
@@ -34,7 +34,7 @@ class ConsoleRun {
     std::unique_ptr<Child> process_;
 };
 
-/// The texts that most console runs share. Constants, so that lists at namespace scope may hold
+/// The texts that most console runs share. Constants, so that lists at namespace scope can use
 /// them.
 inline constexpr wchar_t ComReady[] = L"[T][quillon] CoInitializeEx successed";
 inline constexpr wchar_t Working[] = L"[T][quillon] Keldane is working... Press Ctrl+c to stop ";

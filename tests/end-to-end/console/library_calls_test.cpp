@@ -1,4 +1,4 @@
-// Each answer of the library to each call, in a console run: the whole log and the order of calls.
+// Each result of each library call, in a console run: the whole log and the order of calls.
 
 #include <gmock/gmock.h>
 
@@ -18,7 +18,7 @@ const std::wstring DeactivateBegun = T(L"Orrin->Deactivate started due to QUA-84
 struct Row {
     const char* name;
     std::string script;
-    bool serves;  ///< the start succeeds, and the run has to be stopped
+    bool serves;  ///< the start succeeds, so the run must be stopped
     Records body;
     Calls calls;
 };
@@ -33,7 +33,7 @@ TEST_P(LibraryAnswer, IsLoggedAndActedOn) {
     const Row& row = GetParam();
     const HostFolder host;
     host.Script(row.script);
-    // With the sample asked for: a start that fails must not run it.
+    // With the sample requested: a failed start must not run it.
     ConsoleRun run(host, row.serves ? L"-run" : L"-run -test");
     EXPECT_EQ(row.serves ? run.ServeAndStop() : run.Wait(), 0U);
     EXPECT_EQ(run.Output(), "");
@@ -136,7 +136,7 @@ INSTANTIATE_TEST_SUITE_P(
                         AllCalls}),
     RowName<Row>);
 
-/// What a failed report says at level E; at level T the same without the error.
+/// The line of a failed report at level E; at level T the same without the error.
 std::wstring FailedStatus(const wchar_t* state, DWORD exitCode, DWORD accepted) {
     return E(StatusText(state, exitCode, 0, accepted, 0) + L"failed with error 6 ");
 }
@@ -170,7 +170,8 @@ INSTANTIATE_TEST_SUITE_P(
                     E(L"RegisterInterface for QuillonExceptionInterface failed with error 6")}),
             {"create", "load", "register-interface", "register-interface", "activate", "notify",
              "deactivate", "free"}},
-        // There is nobody to tell: the bit is set, the report fails, and no status line follows.
+        // There is no service manager: the bit is set, the report fails, and no status line
+        // follows.
         Row{"StopEnabledTwice",
             "on load register\non activate enable-stop\non activate enable-stop\n",
             true,

@@ -1,4 +1,4 @@
-// The library's lines through the log sink, on their way into the file.
+// The library's lines through the log sink into the file.
 
 #include <gmock/gmock.h>
 
@@ -73,7 +73,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(LibraryLines, FromManyThreadsAtOnce_AllArriveWhole) {
     const test::HostFolder host;
-    // The call returns only after its threads, as their lines don't wait for anything.
+    // The call returns only after its threads, because their lines don't wait for anything.
     host.Script("on bootstrap threads 16 repeat 50 log warning part repeat:y:200\n");
     EXPECT_EQ(host.Start(L"-zevrunzip")->Wait(), 0U);
     const Records log = host.OnlyLog();

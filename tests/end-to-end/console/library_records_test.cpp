@@ -9,7 +9,7 @@ namespace {
 
 using test::TranscriptEntry;
 
-/// The records of one console run whose start is made to fail, so that it ends by itself.
+/// The records of one console run whose start fails, so that it ends by itself.
 class LibraryRecords : public testing::Test {
   protected:
     static test::Transcript Run() {

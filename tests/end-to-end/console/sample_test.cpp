@@ -1,4 +1,4 @@
-// `-run -test`: the sample beside the service, its copy and its end.
+// `-run -test`: the sample next to the service, its copy and its end.
 
 #include <gmock/gmock.h>
 
@@ -29,7 +29,7 @@ std::vector<std::wstring> CopiesIn(const HostFolder& host) {
     return copies;
 }
 
-/// Waits for the sample's start, which leaves no trace but the process itself.
+/// Waits for the start of the sample, whose only trace is its process.
 framework::KernelHandle AwaitSample(const HostFolder& host) {
     constexpr int Polls = 1500;
     constexpr DWORD PollMs = 20;
@@ -50,7 +50,7 @@ bool IsRunning(const framework::KernelHandle& process) {
     return ::WaitForSingleObject(process.Get(), 0) == WAIT_TIMEOUT;
 }
 
-/// Stops the run as a console event does, without sending one to the sample as well.
+/// Stops the run like a console event, without sending one to the sample.
 void StopHostAlone(const HostFolder& host, const ConsoleRun& run) {
     const TranscriptEntry call =
         host.ReadTranscript().With("import", "SetConsoleCtrlHandler").front();

@@ -1,4 +1,4 @@
-// What a long-lived host uses must not grow with what the library asks of it.
+// The resource use of a long-running host must not grow with the library's calls.
 
 #include <gmock/gmock.h>
 
@@ -24,7 +24,7 @@ TEST(SteadyState, ThousandRoundsOfEveryCallback_GrowNeitherHandlesNorThreads) {
         "routine round flush\n"
         "routine round log verbose null dropped\n"
         "routine round log trace null written\n"
-        // Opened by the library before the first look.
+        // Opened by the library before the first measurement.
         "on load wait-event " +
         done.Name() + " 0\non load wait-event " + finish.Name() +
         " 0\n"

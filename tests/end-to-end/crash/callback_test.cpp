@@ -1,4 +1,4 @@
-// The pre-exception callback, as a library sets it through the host's interface.
+// The pre-exception callback, set by a library through the host's interface.
 
 #include <gmock/gmock.h>
 
@@ -16,7 +16,7 @@ using test::Join;
 using test::Records;
 using test::T;
 
-/// `lines` act in LoadAddons, between the registration and the crash.
+/// `lines` run in LoadAddons, between the registration and the crash.
 std::string Script(const std::string& lines) {
     return std::string(test::PretendDump) + "on load register\n" + lines + "on load crash read\n";
 }
@@ -35,7 +35,7 @@ Records CallbackEnds(std::uint64_t thread) {
 
 class Callback : public ::testing::Test {
   protected:
-    /// The lines of a crash with `callback` in their midst.
+    /// The lines of a crash with the lines of `callback` between them.
     [[nodiscard]] Records Expected(const Records& callback) const {
         const std::uint64_t thread = run_.CrashingThread();
         return Join(
@@ -123,7 +123,7 @@ TEST_F(Callback, CrashingEachTime_EntersTheFilterUntilTheStackIsUsedUp) {
     const std::uint64_t thread = run_.CrashingThread();
     const Records pass = Join({test::PassBegins(thread), CallbackBegins(thread)});
     const Records records = run_.CrashRecords();
-    // The last pass may be cut.
+    // The last pass may be incomplete.
     const std::size_t whole = records.size() / pass.size();
     EXPECT_GT(whole, 10U);
     for (std::size_t i = 0; i < whole * pass.size(); ++i) {

@@ -1,5 +1,5 @@
-// The road on which a fresh copy of the executable writes the dump: no setting chooses it, so a
-// process of the test's own stands on the filter with the record's flag set.
+// A new process of the executable writes the dump. No setting enables this, so the test's own
+// process installs the filter with that flag.
 
 #include <gtest/gtest.h>
 
@@ -52,7 +52,7 @@ TEST(ChildDumper, InAFolderWithBlanks_DumpsTheCrashedProcessFromOutside) {
     EXPECT_TRUE(dump.HasThread(dump.exceptionThread));
     EXPECT_TRUE(dump.HasModule(test::OwnPath()));
 
-    // The crashed process names no dump; the dumper, an ordinary run, does.
+    // The crashed process doesn't log the dump; the dumper, an ordinary run, does.
     const auto ownFiles = test::LogFilesIn(ownLogs);
     ASSERT_EQ(ownFiles.size(), 1U);
     using test::T;

@@ -1,5 +1,5 @@
 // Every kind of crash at every place where the library runs: one dump with that exception and
-// thread, and the exception's code as exit code.
+// thread, and the exception code as exit code.
 
 #include <gmock/gmock.h>
 
@@ -33,7 +33,7 @@ void PrintTo(const CrashCase& crash, std::ostream* out) {
 
 class Crash : public ::testing::TestWithParam<CrashCase> {};
 
-/// What a dump must tell of the crash.
+/// The expected contents of a dump.
 void ExpectDump(const CrashRun& run, const CrashCase& crash, std::uint64_t thread) {
     const test::Minidump dump = test::ReadMinidump(run.DumpFile());
     EXPECT_EQ(dump.flags, 0U);
@@ -56,7 +56,7 @@ TEST_P(Crash, LeavesOneDumpItsLinesAndItsCode) {
     }
     CrashRun run;
     run.Script(GetParam().script);
-    // An older dump, larger than the new one will be, must not shine through.
+    // No bytes of an older, larger dump may remain.
     run.MakeDumpFolder();
     const std::size_t oldSize = 4 * 1024 * 1024;
     test::WriteFileBytes(run.DumpFile(), std::string(oldSize, 'x'));
@@ -146,7 +146,7 @@ INSTANTIATE_TEST_SUITE_P(
                   "on bootstrap crash cpp\n",
                   test::CppException,
                   {}},
-        // What a C++ exception is for the platform in a library of the other tool chain.
+        // The exception code of a C++ exception in a library of the other tool chain.
         CrashCase{"ForeignCppExceptionOnTheMainThread",
                   L"-run",
                   "on load crash raise 0xE06D7363\n",
@@ -197,8 +197,8 @@ TEST(CrashInsideTheLogger, OfTheSameThread_GoesThrough) {
               Join({test::PassBegins(thread), test::DumpWritten(thread, run.DumpFile())}));
 }
 
-// A C++ exception is thrown in a call of the host's, given by its number in the run: each record
-// asks for the time once, the name of the file and the header's date once more.
+// A C++ exception is thrown in a call of the host, given by its number in the run: each record
+// reads the time once, the file name and the date in the header once more.
 
 TEST(CppExceptionOutsideAMode, BetweenFilterAndMode_IsDumped) {
     CrashRun run;
@@ -257,7 +257,7 @@ INSTANTIATE_TEST_SUITE_P(Exceptions, Handled,
                                                        "handled 100000 0xC0000005"}),
                          [](const auto& test) { return std::string(test.param.name); });
 
-/// What no filter sees. The numbers are what docs/crashes.md shows.
+/// Ends that no filter sees. docs/crashes.md has the same numbers.
 struct UncaughtCase {
     const char* name;
     const wchar_t* arguments;
@@ -292,7 +292,7 @@ INSTANTIATE_TEST_SUITE_P(
                       UncaughtCase{"MissingSleepValue", L"-sleep", "", test::FailFastExit}),
     [](const auto& test) { return std::string(test.param.name); });
 
-/// ALLUSERSPROFILE such that the dump's path gets so many characters.
+/// ALLUSERSPROFILE for a dump path of this many characters.
 test::ChildOptions WithDumpPathOfLength(std::size_t length) {
     const std::wstring behind = L"\\Velmora\\Quillon\\tarnwick-service.exe.dmp";
     test::ChildOptions options;

@@ -1,4 +1,4 @@
-/// A debugger that handles nothing and writes down which exceptions it is shown.
+/// A debugger that handles nothing and records the exceptions that it gets.
 #ifndef TESTS_END_TO_END_CRASH_DEBUGGER_H
 #define TESTS_END_TO_END_CRASH_DEBUGGER_H
 
@@ -26,11 +26,11 @@ struct DebuggedRun {
     std::uint32_t exitCode = 0;
 };
 
-/// Serves as the debugger of the one process that this thread debugs, until that process ends. Call
-/// it on the thread that has started the process for debugging or attached to it. Throws if no
-/// event comes within the limit.
+/// Debugs the one process that this thread debugs until that process ends. Call it on the thread
+/// that started the process for debugging or attached to it. Throws if no event arrives within the
+/// limit.
 ///
-/// `attached` is for a process that was attached to: it is called once all its threads are held.
+/// `attached` is for a process that was attached to. It is called once all its threads are stopped.
 /// Every breakpoint then counts as the platform's own; otherwise only the first one does.
 [[nodiscard]] DebuggedRun DebugToTheEnd(const std::function<void()>& attached = nullptr,
                                         DWORD limitMs = 30000);

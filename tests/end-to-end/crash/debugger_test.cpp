@@ -1,6 +1,6 @@
-// Crashes in a debugger: it is shown each exception twice, with the whole stack in place both
-// times, and the platform ends the process with the exception's code. The filter stays out of it,
-// as the platform doesn't call it in a debugged process.
+// Crashes in a debugger: it gets each exception twice, both times with the whole stack, and the
+// platform ends the process with the exception code. The filter isn't involved, because the
+// platform doesn't call it in a debugged process.
 
 #include <gtest/gtest.h>
 
@@ -101,7 +101,7 @@ TEST(DebuggedHeapCorruption, IsDumpedAfterTheFirstChance) {
     options.creationFlags = DEBUG_ONLY_THIS_PROCESS;
     const auto child = run.Host().Start(L"-zevrunzip", options);
     const test::DebuggedRun debugged = test::DebugToTheEnd();
-    // The vectored handler comes before the debugger's second chance.
+    // The vectored handler runs before the debugger's second chance.
     ASSERT_EQ(debugged.exceptions.size(), 1U);
     EXPECT_TRUE(debugged.exceptions[0].firstChance);
     EXPECT_EQ(child->Wait(), test::HeapCorruption);
@@ -112,7 +112,7 @@ TEST(AttachedDebugger, DuringSleep_SeesTheCrashOfTheMainThread) {
     const CrashRun run;
     run.Script("on bootstrap crash cpp\n");
     const auto child = run.Host().Start(L"-sleep 2 -zevrunzip");
-    // Attached while the process sleeps, or a moment before; never after the crash.
+    // Attached while the process sleeps, or just before; never after the crash.
     ASSERT_NE(::DebugActiveProcess(child->ProcessId()), FALSE);
     const test::DebuggedRun debugged = test::DebugToTheEnd([] {});
     EXPECT_EQ(child->Wait(), test::CppException);

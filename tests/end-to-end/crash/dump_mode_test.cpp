@@ -1,4 +1,4 @@
-// `-dump` against a victim that waits, suspended, inside its exception.
+// `-dump` of a victim that is suspended inside its exception.
 
 #include <gmock/gmock.h>
 
@@ -22,7 +22,7 @@ constexpr const char* Banner = "!!! DUMP WAS CREATED !!!\r\n";
 std::wstring victimFile;
 std::wstring victimEvent;
 
-/// Tells where the exception is, and waits for somebody to resume the thread.
+/// Publishes the address of the exception and waits to be resumed.
 LONG WINAPI TellAndSuspend(EXCEPTION_POINTERS* pointers) {
     if (pointers->ExceptionRecord->ExceptionCode != VictimCode) {
         return EXCEPTION_CONTINUE_SEARCH;
@@ -65,7 +65,7 @@ class DumpMode : public ::testing::Test {
         pointers_ = text.substr(blank + 1);
     }
 
-    /// Raises the suspend count by one and takes that back: the count before tells.
+    /// Increments and restores the suspend count; the previous count is the result.
     void WaitUntilSuspended() const {
         constexpr ULONGLONG LimitMs = 20000;
         const ULONGLONG end = ::GetTickCount64() + LimitMs;

@@ -1,4 +1,4 @@
-// The registry value that selects what a dump holds.
+// The registry value that selects the contents of a dump.
 
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@ using test::CrashRun;
 constexpr const wchar_t* KeyPath = L"SYSTEM\\CurrentControlSet\\Services\\VelmoraTarnwickService";
 constexpr const wchar_t* ValueName = L"DumpType";
 
-/// The value as a test wants it, gone afterwards, and with it the key if the test made it.
+/// Sets the value and removes it at the end, with the key if the test created it.
 class DumpTypeValue {
   public:
     DumpTypeValue(DWORD type, const std::vector<BYTE>& data) {
@@ -51,7 +51,7 @@ std::vector<BYTE> Number(std::uint32_t number) {
     return bytes;
 }
 
-/// The flags that the platform call gets in a run that crashes.
+/// The flags of the platform call in a run that crashes.
 std::uint64_t FlagsOfACrash() {
     CrashRun run;
     run.Script(std::string(test::PretendDump) +
@@ -100,7 +100,7 @@ TEST(DumpType, FlagsThatThePlatformRefuses_FailTheDump) {
     const DumpTypeValue value(REG_DWORD, Number(0x80000000));
     ASSERT_TRUE(value.Written());
     CrashRun run;
-    // Wine's platform call refuses no flag, so the refusal itself is played.
+    // Wine's platform call refuses no flag, so the refusal is simulated.
     run.Script(
         "fail-import MiniDumpWriteDump every 0x80070057\n"
         "on bootstrap crash read\n");
@@ -113,7 +113,7 @@ TEST(DumpType, FlagsThatThePlatformRefuses_FailTheDump) {
                                            L"2147942487")}));
 }
 
-// Takes long under Wine, so there is one of it.
+// Takes long on Wine, so there is only one such test.
 TEST(DumpType, Two_WritesTheWholeMemory) {
     constexpr std::uint32_t Memory64ListStream = 9;
     const DumpTypeValue value(REG_DWORD, Number(2));
@@ -125,7 +125,7 @@ TEST(DumpType, Two_WritesTheWholeMemory) {
     EXPECT_EQ(dump.flags, 2U);
     EXPECT_EQ(dump.exceptionCode, test::AccessViolation);
     EXPECT_TRUE(dump.HasStream(Memory64ListStream));
-    // More than the executable itself, which a plain dump is far below.
+    // More than the executable itself; a plain dump is far smaller.
     EXPECT_GT(std::filesystem::file_size(run.DumpFile()), 4U * 1024 * 1024);
 }
 

@@ -1,4 +1,5 @@
-// Dumps that can't be written: the lines, and that the platform's own handling ends the process.
+// Dumps that can't be written: the log lines, and that the platform's default handling ends the
+// process.
 
 #include <gmock/gmock.h>
 
@@ -48,7 +49,7 @@ TEST(FailedDump, FileOpenInAnotherProcess_IsASharingFailure) {
 TEST(FailedDump, FolderMissing_IsNotMade) {
     CrashRun run;
     run.Script(std::string(TraceEnd) + "on bootstrap crash read\n");
-    // Without a log file nobody has made the folder.
+    // Without a log file the folder doesn't exist.
     EXPECT_EQ(run.Run(L"-log-console -zevrunzip"), AccessViolation);
     const std::string thread = std::to_string(run.CrashingThread());
     const std::string path = run.DumpFile().string();
@@ -175,8 +176,8 @@ TEST(FailedDump, OfTheFirstOfTwoThreads_LeavesTheSecondAPassOfItsOwn) {
                            "fail-import MiniDumpWriteDump 2+ 0 1\n"
                            "on bootstrap threads 2 crash read\non bootstrap ") +
                test::Forever);
-    // The first thread's failed pass hands its exception to the platform, which may end the
-    // process before the second thread is through: the code is the same either way.
+    // The first thread's failed pass passes its exception to the platform, which may end the
+    // process before the second thread is done. The code is the same in both cases.
     EXPECT_EQ(run.Run(L"-zevrunzip"), AccessViolation);
     const Records records = run.CrashRecords();
     const auto count = [&](const std::wstring& text) {

@@ -1,9 +1,8 @@
-// Every exception code, continuable and not, at every place where the library runs, in every mode:
+// Every exception code, continuable or not, at every place where the library runs, in every mode:
 // the exact lines, one dump with that exception and thread, and the code as exit code.
 //
-// The whole table has 16 codes for each kind at 14 places, some 450 runs. A short run takes a fixed
-// part of it, in which each code of each kind and each place occur; TARNWICK_LONG_TESTS=1 takes
-// all.
+// The whole table has 16 codes of each kind at 14 places, some 450 runs. A short run uses a fixed
+// part of it, with each code of each kind and each place. TARNWICK_LONG_TESTS=1 uses all.
 
 #include <gtest/gtest.h>
 
@@ -26,17 +25,17 @@ using test::CrashRun;
 using test::Join;
 using test::Records;
 
-/// What is raised. The first six, and what shares their bits, are answered by the start-up code of
-/// MinGW's run-time library, if that is asked.
+/// The raised codes. The start-up code of MinGW's run-time library would handle the first six, and
+/// codes that share their bits, if it were called.
 constexpr std::uint32_t Codes[] = {
     0xC0000095,  // integer overflow
     0xC0000008,  // invalid handle
     0xC000008C,  // array bounds exceeded
     0xC0000092,  // floating-point stack check
     0x80000002,  // datatype misalignment
-    0x30474343,  // shares its bits with a C++ exception of GCC's
+    0x30474343,  // shares its bits with a GCC C++ exception
     0xA1474343,  // likewise
-    0xE06D7363,  // C++ exception of Visual C++'s
+    0xE06D7363,  // Visual C++ exception
     0xC0000005,  // access violation
     0xC0000094,  // integer division by zero
     0xC000001D,  // illegal instruction
@@ -44,7 +43,7 @@ constexpr std::uint32_t Codes[] = {
     0x80000003,  // breakpoint
     0x80000001,  // guard page
     0xC0000374,  // heap corruption
-    0xE0001234,  // of an application
+    0xE0001234,  // application code
 };
 constexpr std::size_t CodeCount = std::size(Codes);
 
@@ -53,9 +52,9 @@ enum class Mode { Console, Service, Unpack };
 struct Place {
     const char* name;
     Mode mode;
-    const char* script;  ///< RAISE stands for the crash, GO for an event that lets it come
-    bool stops;          ///< it comes once the run is stopped, which GO asks for
-    bool beforeRunning;  ///< of a service: it comes while the service starts
+    const char* script;  ///< RAISE is replaced by the crash, GO by an event that triggers it
+    bool stops;          ///< it crashes after the stop that GO requests
+    bool beforeRunning;  ///< a service that crashes during its start
 };
 
 void PrintTo(const Place& place, std::ostream* out) {
@@ -95,8 +94,8 @@ std::string Replaced(std::string text, const std::string& what, const std::strin
     return text;
 }
 
-/// The last log of a folder or service, from the crash on, without what other threads of a stop
-/// log.
+/// The last log of a folder or service, from the crash on, without the lines of other threads of a
+/// stop.
 Records CrashRecordsOf(const std::vector<std::filesystem::path>& logs) {
     if (logs.empty()) {
         ADD_FAILURE() << "no log";
@@ -111,7 +110,7 @@ Records CrashRecordsOf(const std::vector<std::filesystem::path>& logs) {
 
 class Floor : public ::testing::TestWithParam<Place> {
   protected:
-    /// Plays one row and looks at what it left.
+    /// Runs one row and checks its results.
     void Play(std::uint32_t code, bool continuable) {
         const std::size_t row = row_++;
         const test::SharedEvent go(run_.Host(), "go" + std::to_string(row));
@@ -121,7 +120,7 @@ class Floor : public ::testing::TestWithParam<Place> {
         std::string script = Replaced(GetParam().script, "RAISE", raise.str());
         script =
             Replaced(script, "WAIT", "wait-event " + run_.Host().EventName("never") + " 60000");
-        // Each row has a transcript of its own.
+        // Each row has its own transcript.
         transcript_ = "row" + std::to_string(row) + ".txt";
         run_.Script("transcript " + transcript_ + "\n" + Replaced(script, "GO", go.Name()));
         if (GetParam().mode == Mode::Service) {
@@ -168,8 +167,8 @@ class Floor : public ::testing::TestWithParam<Place> {
         Judge(code, logs, logs.back().parent_path().parent_path() / L"tarnwick-service.exe.dmp");
     }
 
-    /// The start doesn't return while the library is created: its process is found by the
-    /// transcript.
+    /// The start doesn't return while the library is created, so the transcript identifies its
+    /// process.
     void StartAndCrash(std::uint32_t code, const test::SharedEvent& go) {
         const framework::KernelHandle starter(::CreateThread(
             nullptr, 0,
@@ -237,7 +236,7 @@ TEST_P(Floor, HoldsEachCode) {
     const std::size_t place = NumberOf(GetParam());
     std::size_t played = 0;
     for (std::size_t row = 0; row < 2 * CodeCount; ++row) {
-        // 32 rows dealt out to 14 places.
+        // 32 rows distributed to 14 places.
         if (all || row % PlaceCount == place) {
             Play(Codes[row / 2], row % 2 == 0);
             ++played;

@@ -20,7 +20,7 @@ constexpr std::size_t ThreadEntrySize = 48;
 constexpr std::size_t ModuleEntrySize = 108;
 constexpr std::uint32_t MaximumParameters = 15;
 
-/// The file's bytes, read at any place with a check of the bounds.
+/// The file's bytes, read at any offset with a bounds check.
 class Bytes {
   public:
     explicit Bytes(std::string bytes) : bytes_(std::move(bytes)) {}

@@ -1,4 +1,4 @@
-/// A reader of minidump files that shares nothing with the library that writes them.
+/// A reader of minidump files, independent of the library that writes them.
 #ifndef TESTS_END_TO_END_CRASH_MINIDUMP_READER_H
 #define TESTS_END_TO_END_CRASH_MINIDUMP_READER_H
 
@@ -27,7 +27,7 @@ struct Minidump {
     [[nodiscard]] bool HasStream(std::uint32_t type) const;
 };
 
-/// Throws if the file is missing, cut or no minidump.
+/// Throws if the file is missing, truncated or not a minidump.
 [[nodiscard]] Minidump ReadMinidump(const std::filesystem::path& path);
 
 }  // namespace test

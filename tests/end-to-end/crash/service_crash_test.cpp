@@ -18,8 +18,8 @@ using test::Records;
 
 struct ServiceCrash {
     const char* name;
-    const char* script;  ///< GO stands for the name of the event that lets it crash
-    bool onStop;         ///< a stop lets it crash instead
+    const char* script;  ///< GO is replaced by the name of the event that triggers the crash
+    bool onStop;         ///< a stop triggers the crash instead
     std::uint32_t code;
 };
 
@@ -35,12 +35,12 @@ std::string WithEventName(std::string script, const std::string& name) {
     return script;
 }
 
-/// A service may have another machine-wide data folder than the test: its log tells.
+/// A service may use another machine-wide data folder than the test, so read its log.
 std::filesystem::path DumpFileOf(const test::Service& service) {
     return service.Logs().at(0).parent_path().parent_path() / L"tarnwick-service.exe.dmp";
 }
 
-/// The records of the crash, without those of a stop's own thread, which come when they come.
+/// The records of the crash, without those of a stop's own thread, whose order isn't fixed.
 Records CrashRecords(const test::Service& service) {
     Records records = test::FromCrashOn(service.OnlyLog());
     std::erase_if(records, [](const std::wstring& record) {
@@ -65,7 +65,7 @@ TEST_P(CrashedService, IsDumpedShownAsStoppedAndCanBeRestarted) {
     std::filesystem::remove(dumpFile);
     if (GetParam().onStop) {
         ASSERT_TRUE(go.Wait()) << "the library didn't ask for the stop permission";
-        // Whether the control call fails depends on how far the process has got.
+        // Whether the control call fails depends on the progress of the process.
         static_cast<void>(service.Control(SERVICE_CONTROL_STOP));
     } else {
         go.Set();
@@ -81,7 +81,7 @@ TEST_P(CrashedService, IsDumpedShownAsStoppedAndCanBeRestarted) {
     EXPECT_EQ(dump.exceptionCode, GetParam().code);
     EXPECT_EQ(dump.exceptionThread, thread);
     EXPECT_TRUE(dump.HasModule(run.Host().Executable()));
-    // Wine's manager goes on showing the last report of a process that is gone.
+    // Wine's manager still shows the last report of a process that has ended.
     if (!test::OnWine()) {
         service.WaitFor(SERVICE_STOPPED);
     }

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Runs scripts/windows-first-day.cmd on Wine, with the programs of the build, and looks at the
-# answers. What only Windows has must be the only difference.
+# Runs scripts/windows-first-day.cmd on Wine, with the programs of the build, and checks its
+# results. Only steps that need Windows may differ.
 
 # shellcheck source=scripts/lib.sh
 . "$(dirname "${BASH_SOURCE[0]}")/../../../scripts/lib.sh"
@@ -14,7 +14,7 @@ fail() {
     exit 1
 }
 
-# The interpreter of Windows loses labels in scripts without carriage returns.
+# The Windows command interpreter loses labels in scripts without carriage returns.
 first_day() {
     code=0
     (cd "$scratch" && timeout 240 "$root/cmake/wine.sh" "$build_folder/bin/elevated.exe" \

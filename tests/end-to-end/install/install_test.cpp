@@ -302,7 +302,7 @@ TEST_F(InstallTest, Status_AfterAStopWithAnErrorAndACrash) {
 
 class InstallFolderTest : public InstallTest, public testing::WithParamInterface<const wchar_t*> {};
 
-/// Names that mean something to an interpreter of commands.
+/// Names with a meaning for command interpreters.
 TEST_P(InstallFolderTest, InstallsStartsAndUninstalls) {
     Unpack(GetParam());
     Install();
@@ -313,7 +313,7 @@ TEST_P(InstallFolderTest, InstallsStartsAndUninstalls) {
     EXPECT_FALSE(IsRegistered());
 }
 
-/// The service manager would replace the name by the variable's value.
+/// The service manager would expand the name.
 TEST_F(InstallTest, Install_FolderNameWithAVariable_IsRefused) {
     Unpack(L"a%OS%b");
     const ToolRun run = Tool(L"install");

@@ -23,7 +23,7 @@ std::vector<std::string> SplitLines(const std::string& text) {
     return lines;
 }
 
-/// The path as the system below Wine has it.
+/// The path in the Linux system below Wine.
 std::wstring UnixPath(const fs::path& path) {
     using Function = char*(CDECL*)(const wchar_t*);
     const auto function = reinterpret_cast<Function>(reinterpret_cast<void*>(
@@ -41,7 +41,7 @@ void RunProgram(const std::wstring& commandLine) {
     }
 }
 
-/// A program of the system below Wine has no process to wait for: `link` shows its end.
+/// A Linux program isn't a process that Wine can wait for; `link` shows its end.
 void RunUnixProgram(std::wstring commandLine, const fs::path& link, bool makesLink) {
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
@@ -115,7 +115,7 @@ void InstallTest::TearDown() {
     }
 }
 
-/// Whatever state a test has left it in.
+/// Works in any state that a test has left.
 void InstallTest::RemoveService() {
     for (const DWORD id : service_tool::ProcessesOf(host_->Executable().wstring())) {
         const framework::KernelHandle process(
@@ -187,7 +187,7 @@ bool InstallTest::IsRegistered() const {
 
 void InstallTest::MakeFolderLink(const fs::path& target, const fs::path& link) {
     if (service_tool::IsWine()) {
-        // A program of the system below, as Wine 8 makes no links itself.
+        // A Linux program, because Wine 8 doesn't create links itself.
         RunUnixProgram(L"Z:\\bin\\ln -s \"" + UnixPath(target) + L"\" \"" +
                            UnixPath(link.parent_path()) + L"/" + link.filename().wstring() + L'"',
                        link, true);

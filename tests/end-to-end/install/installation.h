@@ -1,4 +1,4 @@
-/// The package's programs in a folder of their own, and the service that they install.
+/// The package's programs in a separate folder, and the service that they install.
 #ifndef TESTS_END_TO_END_INSTALL_INSTALLATION_H
 #define TESTS_END_TO_END_INSTALL_INSTALLATION_H
 
@@ -25,8 +25,8 @@ struct ToolRun {
     [[nodiscard]] std::string All() const;
 };
 
-/// The product's own service name and data folder, as `service-tool` knows no others. On a machine
-/// that has the service the tests are skipped. A data folder is moved aside and put back.
+/// Uses the product's own service name and data folder, because `service-tool` supports no others.
+/// On a machine with the service the tests are skipped. A data folder is moved aside and restored.
 class InstallTest : public testing::Test {
   protected:
     void SetUp() override;
@@ -50,8 +50,8 @@ class InstallTest : public testing::Test {
     [[nodiscard]] std::filesystem::path Data() const { return place_.data; }
     [[nodiscard]] std::filesystem::path DataParent() const { return place_.dataParent; }
 
-    /// Makes `link` a link to the folder `target`; a symbolic link of the system below on Wine, a
-    /// junction elsewhere.
+    /// Makes `link` a link to the folder `target`: a Linux symbolic link on Wine, a junction
+    /// elsewhere.
     static void MakeFolderLink(const std::filesystem::path& target,
                                const std::filesystem::path& link);
     static void RemoveFolderLink(const std::filesystem::path& link);

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 # shellcheck disable=SC2154 # the names are those of package_test.sh
-# What is in the package, and how the installer package lays it down.
+# The contents of the package, and what the installer package installs.
 
 make_package() {
     rm -rf "$root/out/package"

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Tests what scripts/package.sh makes, on Wine. Each case is a ctest test of its own, with the
-# package unpacked anew into a folder with blanks, parentheses and a letter that is not English.
+# Tests the packages of scripts/package.sh on Wine. Each case is a ctest test, with the package
+# freshly unpacked into a folder with blanks, parentheses and a letter that is not English.
 #
 #   package_test.sh make_package | CASE
 
@@ -20,7 +20,7 @@ shopt -s nullglob
 # shellcheck source=tests/end-to-end/install/package_cases.sh
 . "$root/tests/end-to-end/install/package_cases.sh"
 
-# ---- what the cases are made of ----------------------------------------------------------------
+# ---- helpers for the cases ----------------------------------------------------------------------
 
 fail() {
     printf 'FAILED: %s\nlast output:\n' "$1"
@@ -28,8 +28,8 @@ fail() {
     exit 1
 }
 
-# windows COMMAND...: runs a Windows program in the package's folder. Its exit code is in $code and
-# its output, without carriage returns, in $scratch/output.
+# windows COMMAND...: runs a Windows program in the package's folder. Sets $code to its exit code
+# and writes its output, without carriage returns, to $scratch/output.
 windows() {
     code=0
     (cd "$folder" && timeout 90 "$root/cmake/wine.sh" "$build_folder/bin/elevated.exe" "$@") \
@@ -38,7 +38,7 @@ windows() {
 }
 tool() { windows service-tool.exe "$@"; }
 
-# Windows programs write in a code page of their own: letters above 127 are bytes like all others.
+# Windows programs write in another code page, so treat letters above 127 as plain bytes.
 says() { LC_ALL=C grep -qaxE -- "$1" "$scratch/output" || fail "no line '$1'"; }
 says_not() { ! LC_ALL=C grep -qaE -- "$1" "$scratch/output" || fail "a line with '$1'"; }
 code_is() { [ "$code" -eq "$1" ] || fail "exit code $code instead of $1"; }

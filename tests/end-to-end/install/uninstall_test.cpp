@@ -63,7 +63,7 @@ TEST_F(InstallTest, Uninstall_RemoveLogs_LinkInTheFolder_ItsTargetStays) {
     const ToolRun run = Tool(L"uninstall --remove-logs");
     EXPECT_TRUE(fs::exists(target.Path() / L"precious.txt"));
     if (service_tool::IsWine()) {
-        // Wine removes no link to a folder that isn't empty.
+        // Wine doesn't remove a link to a folder that isn't empty.
         EXPECT_EQ(run.code, 1U);
         EXPECT_TRUE(run.Says("  FAILED    data folder, with all logs: error ...")) << run.All();
         RemoveFolderLink(Data() / L"link");
@@ -177,7 +177,7 @@ TEST_F(InstallTest, Stop_StopsAndReportsTheEnd) {
     EXPECT_EQ(Tool(L"stop").code, 0U);
 }
 
-/// On Windows the recovery would start it again after 5 s.
+/// On Windows the recovery would restart it after 5 s.
 TEST_F(InstallTest, Stop_ThatEndsWithAnError_StaysStopped) {
     constexpr DWORD LongerThanTheFirstDelay = 8000;
     Host().Script("on load register\non activate enable-stop\non deactivate return 5\n");

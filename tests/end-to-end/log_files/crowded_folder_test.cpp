@@ -17,14 +17,14 @@ namespace {
 constexpr unsigned FileCount = 10000;
 constexpr unsigned ExpiredCount = 3000;
 constexpr std::size_t FileSize = 100;
-// Two thousand files would reach it, so one less may stay.
+// Two thousand files would reach it, so one fewer may remain.
 constexpr std::uint32_t Budget = 2000 * FileSize;
 constexpr unsigned KeptCount = 1999;
 constexpr std::uint32_t Days = 70;
 constexpr std::uint64_t TicksOfADay = 864000000000;
 constexpr std::uint64_t TicksOfAMinute = 600000000;
 
-/// A name by age, 0 for the newest, such that names sort in another order than ages do.
+/// A name by age, 0 for the newest, with a different order of names than of ages.
 std::wstring NameOfAge(unsigned age) {
     const std::wstring digits = std::to_wstring(10000 + age * 7919 % FileCount);
     return L"log-" + digits + L".log";
@@ -52,7 +52,7 @@ void Make(const std::filesystem::path& path, std::uint64_t time) {
     ASSERT_TRUE(::SetFileTime(file.Get(), &fileTime, nullptr, &fileTime));
 }
 
-/// Opens a file as the logger does its own, so that nobody can delete it.
+/// Opens a file like the logger does, so that it can't be deleted.
 framework::FileHandle HoldOpen(const std::filesystem::path& path) {
     return framework::FileHandle(::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                                OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -85,7 +85,7 @@ TEST(Retention, TenThousandFilesWithUndeletableOnes_LeavesTheNewestAndThose) {
     EXPECT_TRUE(std::filesystem::exists(folder.Path() / "folder.log" / "inside.log"));
     EXPECT_TRUE(log.Lines().empty());
 
-    // The next pass gets what nobody holds any more.
+    // The next pass deletes files that are no longer open.
     held.clear();
     framework::RunLogRetention({folder.WithBackslash(), L"*.log", Days, Budget});
     EXPECT_EQ(folder.Names().size(), KeptCount + 1U);

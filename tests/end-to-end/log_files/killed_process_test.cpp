@@ -1,4 +1,4 @@
-// What stands in the files when the process is ended by force in the middle of its work.
+// The contents of the files after the process is killed at work.
 
 #include <gtest/gtest.h>
 
@@ -32,7 +32,7 @@ const test::ChildRoutine writer(L"write-until-killed", [](const std::vector<std:
     return 0;
 });
 
-/// Passes time without leaving the processor, more finely than any wait.
+/// Waits without yielding the processor, more precisely than any platform wait.
 void Spin(std::uint32_t microseconds) {
     LARGE_INTEGER frequency = {};
     LARGE_INTEGER start = {};
@@ -44,7 +44,7 @@ void Spin(std::uint32_t microseconds) {
     } while ((now.QuadPart - start.QuadPart) * 1000000 < microseconds * frequency.QuadPart);
 }
 
-/// Starts a writer and ends it by force some time after its log calls have reached `records`.
+/// Starts a writer and kills it some time after its log calls have reached `records`.
 void RunAndKill(const std::wstring& folder, const std::wstring& name,
                 const test::Progress& progress, std::uint32_t records,
                 std::uint32_t delayMicroseconds) {

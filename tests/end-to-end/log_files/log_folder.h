@@ -1,4 +1,4 @@
-/// Reads a log folder by itself, without any code of the logger's.
+/// Reads a log folder independently of the logger's code.
 #ifndef TESTS_END_TO_END_LOG_FILES_LOG_FOLDER_H
 #define TESTS_END_TO_END_LOG_FILES_LOG_FOLDER_H
 
@@ -10,18 +10,18 @@
 namespace test {
 
 struct LogFileContent {
-    bool compressed = false;            ///< read from a .gz, which was whole
+    bool compressed = false;            ///< read from a complete .gz
     bool hasMark = false;               ///< begins with the byte order mark
-    bool endsWhole = true;              ///< ends in a line feed, or holds no record
-    std::vector<std::wstring> records;  ///< lines without time, a cut last one left out
+    bool endsWhole = true;              ///< ends in a line feed, or has no record
+    std::vector<std::wstring> records;  ///< lines without time, except an incomplete last one
 
-    /// Begins with the three records of a header.
+    /// Starts with the three records of a header.
     [[nodiscard]] bool HasHeader() const;
 };
 
-/// The files of one run by their numbers. Where a plain file and a compressed one stand side by
-/// side, the plain one counts: the other may be unfinished. Throws if a name, a line or a
-/// compressed file isn't as it has to be.
+/// The files of one run by their numbers. If a file exists both plain and compressed, the plain one
+/// counts, because the other may be incomplete. Throws if a name, a line or a compressed file is
+/// invalid.
 [[nodiscard]] std::map<unsigned, LogFileContent> ReadLogFolder(const std::filesystem::path& folder);
 
 }  // namespace test

@@ -1,5 +1,5 @@
-// No record that a log call took is lost, mixed or moved, however many threads log and however
-// often the file is switched.
+// No record of a log call is lost, mixed or moved, however many threads log and however often the
+// file is switched.
 
 #include <gtest/gtest.h>
 

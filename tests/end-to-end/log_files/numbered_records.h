@@ -1,4 +1,4 @@
-/// Writers of numbered records, and the check of what they left.
+/// Writers of numbered records, and checks of their files.
 #ifndef TESTS_END_TO_END_LOG_FILES_NUMBERED_RECORDS_H
 #define TESTS_END_TO_END_LOG_FILES_NUMBERED_RECORDS_H
 
@@ -13,20 +13,20 @@
 
 namespace test {
 
-/// The process that writes is another than the one that checks.
+/// The writing process isn't the checking one.
 [[nodiscard]] framework::LoggerConfig NumberedRecordsConfig(const std::wstring& directory,
                                                             std::uint32_t maxFileSize);
 
-/// The message of a record: a length and letters of its own, so that a mixed one shows.
+/// The message of a record: with its own length and letters, so that mixed records show.
 [[nodiscard]] std::wstring NumberedMessage(unsigned thread, std::uint32_t number);
 
 /// Logs the records 0 to `count` - 1 of each thread, all threads at once. `returned[thread]` counts
-/// the calls that have come back.
+/// the calls that have returned.
 void WriteNumberedRecords(unsigned threads, std::uint32_t count,
                           std::atomic<std::uint32_t>* returned);
 
-/// How many records of each thread stand in the files. Fails the test if one is missing before the
-/// last, stands twice, is out of order or isn't whole, or if a foreign record stands there.
+/// The number of records of each thread in the files. Fails the test if one is missing before the
+/// last, is doubled, out of order or incomplete, or if there is a foreign record.
 [[nodiscard]] std::vector<std::uint32_t> CountNumberedRecords(
     const std::map<unsigned, LogFileContent>& files, unsigned threads);
 

@@ -1,5 +1,5 @@
-/// How far writers of numbered records have come, kept where the end of their process doesn't reach
-/// it, and the check of what such a process left.
+/// The progress of writers of numbered records, stored where it survives the end of their process,
+/// and checks of that process's files.
 #ifndef TESTS_END_TO_END_LOG_FILES_PROGRESS_H
 #define TESTS_END_TO_END_LOG_FILES_PROGRESS_H
 
@@ -14,12 +14,12 @@
 
 namespace test {
 
-/// How many log calls of each thread have come back: memory that outlives the process that writes.
+/// The number of returned log calls of each thread, in memory that survives the writing process.
 class Progress {
   public:
     static constexpr unsigned Threads = 4;
 
-    /// The same name in another process means the same memory.
+    /// The same name in another process refers to the same memory.
     explicit Progress(const std::wstring& name);
 
     [[nodiscard]] std::atomic<std::uint32_t>* Returned() const {
@@ -37,11 +37,11 @@ class Progress {
     std::unique_ptr<void, Unmapper> view_;
 };
 
-/// Fails the test unless the numbers have no gap and every file but the last is whole.
+/// Fails the test unless the numbers have no gap and every file but the last is complete.
 void CheckFilesBeforeTheLast(const std::map<unsigned, LogFileContent>& files);
 
-/// Fails the test unless the files hold, of each thread, every record whose call has come back and
-/// at most one more.
+/// Fails the test unless the files contain, for each thread, every record whose call has returned
+/// and at most one more.
 void CheckNothingLost(const std::map<unsigned, LogFileContent>& files, const Progress& progress);
 
 }  // namespace test

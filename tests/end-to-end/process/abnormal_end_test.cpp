@@ -1,4 +1,4 @@
-// The two command lines that end the process over a value that isn't there.
+// The two command lines that end the process because of a missing value.
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,5 @@
 // Command lines that end in the usage, or in the dump mode without a crashed process: output byte
-// for byte, log record for record, exit code.
+// by byte, log record by record, exit code.
 
 #include <gmock/gmock.h>
 
@@ -20,7 +20,7 @@ const std::string Banner = "!!! DUMP WAS CREATED !!!\r\n";
 
 struct Row {
     const char* name;
-    const wchar_t* commandLine;  ///< behind the executable
+    const wchar_t* commandLine;  ///< after the executable
     Records arguments;           ///< as the process sees them
     std::string output;
     Records body;  ///< log records between the parameters and the end
@@ -80,7 +80,7 @@ INSTANTIATE_TEST_SUITE_P(
             {L"-run", L"run"},
             NoOptionError + test::UsageOutput,
             {}},
-        // The walk has ended before the last option, so the log still goes to the file.
+        // Parsing ended before the last option, so the log still goes to the file.
         Row{"OptionsBehindTheErrorHaveNoEffect",
             L"run -log-console -run",
             {L"run", L"-log-console", L"-run"},

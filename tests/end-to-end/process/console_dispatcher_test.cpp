@@ -1,6 +1,6 @@
 // The service mode in a process that the SCM has not started, with the platform's real dispatcher.
-// On Wine such a process connects to whatever service is being started at that moment, and takes
-// its place: this test runs alone.
+// On Wine such a process connects to any service that is being started at that moment, and takes
+// its place. This test runs alone.
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,5 @@
-// A controller library that isn't there, isn't one, or doesn't want to be loaded. The executable is
-// bound to it by its import table, so no mode starts without it, and none hangs.
+// A controller library that is missing, isn't a library, or refuses to load. The executable imports
+// from it, so no mode starts without it, and none hangs.
 
 #include <gmock/gmock.h>
 
@@ -13,7 +13,7 @@ constexpr std::uint32_t DllNotFound = 0xC0000135;
 constexpr std::uint32_t DllInitFailed = 0xC0000142;
 constexpr std::uint32_t EntryPointNotFound = 0xC0000139;
 constexpr std::uint32_t InvalidImageFormat = 0xC000007B;
-/// Wine starts a program whose imports are missing, and raises this when one of them is called.
+/// Wine starts a program with missing imports, and raises this when one of them is called.
 constexpr std::uint32_t WineStub = 0x80000100;
 
 class AnyMode : public testing::TestWithParam<const wchar_t*> {};
@@ -71,7 +71,7 @@ TEST(ControllerLibrary, BrokenScript_IsToldOnStandardErrorAndInTheLog) {
 
 TEST(NoArgument, FromAConsole_BuildsAndFreesTheControllerAndSaysNothing) {
     const test::HostFolder host;
-    // What the dispatcher says at once on Windows; the real one of Wine takes ten seconds.
+    // The dispatcher's immediate result on Windows; Wine's real one takes ten seconds.
     host.Script("fail-import StartServiceCtrlDispatcherW 1 1063\n");
     const auto process = host.Start();
     EXPECT_EQ(process->Wait(), 0U);

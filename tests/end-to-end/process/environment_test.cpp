@@ -1,4 +1,4 @@
-// Where the process lives and what it finds there: odd folders, no log folder, a second instance.
+// Unusual environments of the process: odd folders, no log folder, a second instance.
 
 #include <gmock/gmock.h>
 
@@ -30,7 +30,7 @@ TEST(ExecutablePath, BlanksAndForeignLetters_OnTheConsoleToo) {
     EXPECT_THAT(process->Output(), testing::HasSubstr(folder + "\r\n"));
 }
 
-// The header passes through two formats, a parameter line through one.
+// The header is formatted twice, a parameter line once.
 TEST(ExecutablePath, DoubledPercentSign_IsHalvedInTheHeaderAlone) {
     const test::HostFolder host(L"a%%b");
     const auto process = host.Start(L"-foo");
@@ -85,7 +85,7 @@ TEST(TwoInstances, EachHasALogFileOfItsOwn) {
     EXPECT_EQ(first->Wait(), 0U);
     const auto files = test::LogFilesIn(host.Logs());
     ASSERT_EQ(files.size(), 2U);
-    // The start time is in the name, so the first one's file stands first.
+    // The start time is in the name, so the first one's file is first.
     EXPECT_EQ(test::ReadLogRecords(files[0]),
               test::WholeLog(first->ProcessId(), host.Executable(), {L"-zevrunzip"}, {}));
     EXPECT_EQ(test::ReadLogRecords(files[1]),

@@ -1,4 +1,4 @@
-// What stands in the executable itself: its texts letter by letter, and the manifest.
+// The contents of the executable: its texts letter by letter, and the manifest.
 
 #include <gmock/gmock.h>
 
@@ -17,13 +17,13 @@ const std::string& Image() {
     return bytes;
 }
 
-/// The text with its terminating zero, as it lies in the image.
+/// The text with its terminating zero, as in the image.
 std::string Utf16(const std::wstring& text) {
     return std::string(reinterpret_cast<const char*>(text.c_str()),
                        (text.size() + 1) * sizeof(wchar_t));
 }
 
-/// What an administrator's tools and habits depend on, odd spellings and blanks included.
+/// Texts that administrators' tools and habits depend on, odd spellings and blanks included.
 const wchar_t* const WideTexts[] = {
     // settings
     L"VelmoraTarnwickService",
@@ -182,7 +182,7 @@ const wchar_t* const WideTexts[] = {
     L"CompressFile: ReadFile failed with error %lu for %s",
     L"CompressFile: gzwrite failed for %s",
     L"CompressFile: CloseHandle failed with error %lu for %s",
-    // operations that stand ready without a caller
+    // operations without a caller
     L"WriteEventLogEntry: message forming failed %d \n",
     L"SetDwordValueToRegistry (key=%s, valueName=%s): RegOpenKeyW cannot open key because it does "
     L"it exist. Will create a key",
@@ -209,7 +209,7 @@ const wchar_t* const WideTexts[] = {
     L"RegChangeNotify: CloseHandle failed with error %lu",
     L"RegChangeNotify finished syccesfully",
     L"RegChangeNotify finished with error %lu",
-    // the places that records name
+    // the source locations of records
     L"wmain",
     L"RunKeldane",
     L"HandlerRoutine",
@@ -258,7 +258,7 @@ TEST(ExecutableImage, NarrowTexts_StandLetterByLetter) {
     }
 }
 
-// Guards the two tests above against a search that finds everything.
+// Protects the two tests above against a search that finds everything.
 TEST(ExecutableImage, MendedSpellings_AreNotThere) {
     for (const wchar_t* text : {L"Ctrl+c event was received \n", L"Start parameters cnt = %i \n",
                                 L"CoInitializeEx succeeded", L"Interrupt Callback occur\n"}) {

@@ -1,5 +1,5 @@
-// The values of the service's registry key, of the right type and of each wrong one. They are the
-// machine's, read by every start of the executable: these tests run alone.
+// The values of the service's registry key, of the right type and of each wrong one. Every start of
+// the executable on this machine reads them, so these tests run alone.
 
 #include <gmock/gmock.h>
 
@@ -15,7 +15,7 @@ using test::Records;
 
 constexpr const wchar_t* KeyPath = L"SYSTEM\\CurrentControlSet\\Services\\VelmoraTarnwickService";
 
-/// The key, there only as long as this lives, with one value in it.
+/// The key with one value, during the lifetime of this object only.
 class ServiceKey {
   public:
     ServiceKey(const wchar_t* name, DWORD type, const std::string& data) {
@@ -101,7 +101,7 @@ struct WrongValue {
     std::string data;
 };
 
-// One test for all rows, here and below: alone on the machine, each start of a test is slow.
+// One test for all rows, here and below, because tests that run alone are slow.
 TEST(TraceLevelsMask, OfAnyWrongType_IsIgnoredInSilence) {
     const WrongValue values[] = {{"text", REG_SZ, TextOf15()},
                                  {"text of four bytes", REG_SZ, std::string("8\0\0\0", 4)},
@@ -123,7 +123,7 @@ TEST(TraceLevelsMask, OfAnyWrongType_IsIgnoredInSilence) {
     }
 }
 
-/// The bytes that a short number lacks count as zeroes.
+/// Missing bytes of a short number count as zeros.
 TEST(TraceLevelsMask, OfFewerThanFourBytes_CountsAsANumber) {
     for (const std::size_t size : {1U, 2U, 3U}) {
         SCOPED_TRACE(size);
@@ -140,7 +140,7 @@ TEST(TraceLevelsMask, OfFewerThanFourBytes_CountsAsANumber) {
     EXPECT_EQ(test::ReadLogBytes(files[0]), "\xFF\xFE") << "not taken for 0";
 }
 
-/// A file in the log folder that is this old and this large; the folder is made.
+/// Creates a file of this age and size in the log folder, and the folder.
 std::filesystem::path MakeOldLog(const test::HostFolder& host, const wchar_t* name, int days,
                                  std::uint64_t size) {
     const std::filesystem::path file = host.Logs() / name;

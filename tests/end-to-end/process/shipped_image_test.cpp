@@ -1,5 +1,5 @@
-// What the images that ship ask of the system that loads them: where they can lie, what can be
-// executed, which libraries they need.
+// Requirements of the shipped images: where they can be loaded, what can be executed, which
+// libraries they need.
 
 #include <gmock/gmock.h>
 
@@ -61,7 +61,7 @@ class Image : public testing::TestWithParam<ShippedImage> {
         return sections;
     }
 
-    /// Where in the file the address of the loaded image comes from; the file's end if nowhere.
+    /// The offset in the file of the loaded image's address; the file's end if there is none.
     [[nodiscard]] std::size_t Offset(DWORD address) const {
         for (const IMAGE_SECTION_HEADER& section : Sections()) {
             if (address >= section.VirtualAddress &&

@@ -25,7 +25,7 @@ class SleepOption : public testing::TestWithParam<Row> {};
 
 TEST_P(SleepOption, SleepsForTheProductIn32Bits) {
     const test::HostFolder host;
-    // The call is taken down and not handed on: some of these are weeks.
+    // The call is recorded and not forwarded, because some of these are weeks.
     host.Script("fail-import Sleep every 0 0\ntrace-import Sleep\n");
     const auto process = host.Start(GetParam().commandLine);
     EXPECT_EQ(process->Wait(), 0U);

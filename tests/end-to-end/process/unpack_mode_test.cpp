@@ -1,4 +1,4 @@
-// `-zevrunzip`: one call into the library, with a log sink and nothing else.
+// `-zevrunzip`: one call into the library, with only a log sink.
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-// The version of the programs and libraries that ship, wherever a file tells one.
+// The version of the shipped programs and libraries, in every place that contains it.
 
 #include "framework/system/platform.h"
 

@@ -1,4 +1,4 @@
-// Reports that the platform refuses: two lines each, and nothing is retried.
+// Reports that the platform refuses: two lines each, and no retry.
 
 #include <gmock/gmock.h>
 
@@ -41,7 +41,7 @@ TEST(FailingReport, OfThePermission_IsHandedBackAndTheBitStays) {
     again.Set();
     run.AwaitRecord(StopEnabled);
     EXPECT_THAT(run.Stop(), ElementsAre(SERVICE_STOPPED, 0, 0));
-    // The failure's line is the only one: the line of a plain report doesn't follow it.
+    // The failure's line is the only one; the line of a normal report doesn't follow it.
     EXPECT_EQ(run.FrameworkLog(), Join({StartReported(),
                                         {Refused(StatusText(L"SERVICE_RUNNING", 0, 0, 5, 0), 1234)},
                                         StartFinished(),

@@ -1,4 +1,4 @@
-// The library's interrupt: a report, and nothing else.
+// The library's interrupt: only a report.
 
 #include <gmock/gmock.h>
 
@@ -46,7 +46,7 @@ TEST(ForcedStop, DuringAStop_LeavesTheCheckpointAndTheFinalReportFollows) {
                             StatusReport{SERVICE_STOPPED, 5, 0, 0, 0}));
     EXPECT_EQ(run.OtherLog(), run.ExpectedOther({ComReady, StartBegun, EnableAsked, StartOver,
                                                  StopBegun, Interrupted, StopOver, Freed}));
-    // Here the dispatcher waits, so no line is cut off. Where that of the forced report stands
+    // Here the dispatcher waits, so no line is cut off. The position of the forced report's line
     // depends on how soon the logic thread runs.
     Records framework = run.FrameworkLog();
     EXPECT_EQ(std::erase(framework, Report(L"SERVICE_STOPPED", FatalAppExit, 0, 5, 0)), 1U);

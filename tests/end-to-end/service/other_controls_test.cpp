@@ -1,4 +1,4 @@
-// Interrogate, pause, continue and controls that mean nothing to this service.
+// Interrogate, pause, continue and controls that the service ignores.
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-// A shutdown or a stop while `OnStart` still runs. Nothing waits for the start.
+// A shutdown or a stop during `OnStart`. Neither waits for the start.
 
 #include <gmock/gmock.h>
 
@@ -12,7 +12,7 @@ using testing::ElementsAre;
 const StatusReport StartPending = {SERVICE_START_PENDING, 4, 0, 0, 0};
 const StatusReport Running = {SERVICE_RUNNING, 4, 0, 0, 0};
 
-/// Events that hold both logics at a known point.
+/// Events that stop both logics at a known point.
 struct Holds {
     HostFolder names;
     SharedEvent notified{names, "notified"};

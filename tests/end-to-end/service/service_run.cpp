@@ -64,7 +64,7 @@ std::vector<DWORD> ServiceRun::AwaitEnd() {
 }
 
 void ServiceRun::AwaitRecord(const std::wstring& record, std::ptrdiff_t count) const {
-    // Each start has a log of its own, which may not be there yet.
+    // Each start has its own log, which may not exist yet.
     const auto newest = [this] {
         std::vector<std::filesystem::path> logs = service_.Logs();
         return logs.size() == starts_ ? logs : std::vector<std::filesystem::path>();

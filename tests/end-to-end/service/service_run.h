@@ -1,5 +1,5 @@
-/// A service of the scripted library that is started, held and stopped at chosen points, and what
-/// its whole log must look like.
+/// A service of the scripted library that is started, blocked and stopped at chosen points, and its
+/// expected log.
 #ifndef TESTS_END_TO_END_SERVICE_SERVICE_RUN_H
 #define TESTS_END_TO_END_SERVICE_SERVICE_RUN_H
 
@@ -12,37 +12,38 @@
 namespace test {
 
 /// The library registers the interfaces in `LoadAddons`. `Activate` waits until the test has seen
-/// the service running, and then does what `script` says.
+/// the service running, and then runs `script`.
 class ServiceRun {
   public:
     explicit ServiceRun(const std::string& script, const std::wstring& subfolder = L"");
 
-    /// Starts, waits for SERVICE_RUNNING, lets `Activate` go on and waits for the action's end.
+    /// Starts, waits for SERVICE_RUNNING, releases `Activate` and waits for the action's end.
     void Start(const std::vector<std::wstring>& arguments = {});
-    /// Starts once more after a stop, and waits for the action's end.
+    /// Starts again after a stop, and waits for the action's end.
     void StartAgain();
     /// The same as `Start` without waiting for the action's end.
     void StartActivating(const std::vector<std::wstring>& arguments = {});
-    /// Stops through the SCM and waits for SERVICE_STOPPED and the process's end. Returns the state
-    /// and exit code that the SCM tells at the end, and the process's exit code.
+    /// Stops through the SCM and waits for SERVICE_STOPPED and the process's end. Returns the final
+    /// state and exit code in the SCM, and the process's exit code.
     std::vector<DWORD> Stop();
     /// Waits for SERVICE_STOPPED and the process's end; the same result.
     std::vector<DWORD> AwaitEnd();
-    /// Waits until the newest log holds the record `count` times; fails the test after the limit.
+    /// Waits until the newest log contains the record `count` times. Fails the test after the
+    /// limit.
     void AwaitRecord(const std::wstring& record, std::ptrdiff_t count = 1) const;
-    /// Calls the control handler, in the service's process but not on its dispatcher's thread. For
-    /// what the SCM doesn't send on demand.
+    /// Calls the control handler in the service's process, but not on its dispatcher's thread, for
+    /// controls that the SCM doesn't send on demand.
     framework::KernelHandle SendToHandler(DWORD control) const;
 
     [[nodiscard]] HostFolder& Host() noexcept { return host_; }
     [[nodiscard]] Service& Scm() noexcept { return service_; }
     [[nodiscard]] Transcript ReadTranscript() const { return host_.ReadTranscript(); }
 
-    /// The log, taken apart: the framework's lines come from other threads than the rest, so only
-    /// the order within each part is fixed.
+    /// The log in parts: the framework's lines come from other threads than the rest, so only the
+    /// order within each part is fixed.
     [[nodiscard]] Records FrameworkLog() const;
     [[nodiscard]] Records OtherLog() const;
-    /// What `OtherLog` must be: `body` between the parameters and the end.
+    /// The expected `OtherLog`: `body` between the parameters and the end.
     [[nodiscard]] Records ExpectedOther(const Records& body) const;
 
   private:
@@ -52,15 +53,16 @@ class ServiceRun {
     std::size_t starts_ = 0;
 };
 
-/// Takes the object's end out. It may come late, on another thread than the main one, or be cut off
-/// by the end of the process, wherever no dispatcher waits for the last thread that holds the
-/// object: after a failed start, after a forced stop, and where the test calls the handler.
+/// Removes the lines of the object's destruction. They may come late, on another thread than the
+/// main one, or be cut off by the end of the process, if no dispatcher waits for the last thread
+/// that owns the object: after a failed start, after a forced stop, and after a direct call of the
+/// handler.
 [[nodiscard]] Records WithoutFree(Records records);
 [[nodiscard]] std::vector<std::string> WithoutFree(std::vector<std::string> calls);
 
-/// Checks a log whose end the process's end may cut off: `certain`, then as many records of `rest`
-/// as were written. The line of a report is such a record wherever no dispatcher waits for the
-/// thread that reports: it follows the report, and SERVICE_STOPPED lets the process go.
+/// Checks a log that the end of the process may cut off: `certain`, then any number of records of
+/// `rest`. The line of a report is such a record if no dispatcher waits for the reporting thread:
+/// it follows the report, and the process may end after SERVICE_STOPPED.
 void ExpectUpToTheEnd(const Records& log, const Records& certain, const Records& rest);
 
 /// "WindowsServiceBase->Start: " and the text.
@@ -73,7 +75,7 @@ void ExpectUpToTheEnd(const Records& log, const Records& certain, const Records&
 [[nodiscard]] Records StartReported();
 /// The two lines that follow when `OnStart` has returned 0.
 [[nodiscard]] Records StartFinished();
-/// The framework's lines of a whole good stop or shutdown with no repeated report.
+/// The framework's lines of a whole successful stop or shutdown without a repeated report.
 [[nodiscard]] Records WholeStop(const wchar_t* action, DWORD accepted);
 
 inline constexpr wchar_t StopEnabled[] =

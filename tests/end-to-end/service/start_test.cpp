@@ -1,4 +1,4 @@
-// The start under the real SCM: reports, threads, and what becomes of each failure.
+// The start under the real SCM: reports, threads, and the result of each failure.
 
 #include <gmock/gmock.h>
 
@@ -156,14 +156,14 @@ INSTANTIATE_TEST_SUITE_P(
                                 "activate", "deactivate"}}),
     RowName<FailureRow>);
 
-// Without the wait in `Activate`: these fail before it.
+// Without the wait in `Activate`, because these fail before it.
 class EarlyFailure : public testing::TestWithParam<const char*> {};
 
 TEST_P(EarlyFailure, IsToldWith1359AndTheProcessEnds) {
     const HostFolder host;
     host.Script(std::string("record-status\n") + GetParam());
     Service service(host);
-    // The SCM may take so short a start for none.
+    // The SCM may treat such a short start as failed.
     EXPECT_THAT(service.Start(), testing::AnyOf(ERROR_SUCCESS, ERROR_SERVICE_REQUEST_TIMEOUT));
     EXPECT_THAT(StateAndExitCode(service.WaitFor(SERVICE_STOPPED)),
                 ElementsAre(SERVICE_STOPPED, ERROR_INTERNAL_ERROR));

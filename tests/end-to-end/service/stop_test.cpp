@@ -1,4 +1,4 @@
-// The stop under the real SCM: who may ask for it, and what is reported on the way.
+// The stop under the real SCM: when it is accepted, and what is reported.
 
 #include <gmock/gmock.h>
 
@@ -53,7 +53,7 @@ TEST(ServiceStop, PermissionGivenTwice_IsReportedTwice) {
 TEST(ServiceStop, OfTwelveSeconds_IsReportedWithCheckpointsZeroToTwo) {
     ServiceRun run("on activate enable-stop\non notify delay 12000\n");
     run.Start();
-    // The SCM need not wait as long as the handler takes.
+    // The SCM may return before the handler does.
     EXPECT_THAT(run.Scm().Control(SERVICE_CONTROL_STOP),
                 testing::AnyOf(ERROR_SUCCESS, ERROR_SERVICE_REQUEST_TIMEOUT));
     EXPECT_THAT(run.AwaitEnd(), ElementsAre(SERVICE_STOPPED, 0, 0));
@@ -61,7 +61,7 @@ TEST(ServiceStop, OfTwelveSeconds_IsReportedWithCheckpointsZeroToTwo) {
                 ElementsAre(StartPending, Running, RunningStoppable, StopPending(0), StopPending(1),
                             StopPending(2), Stopped(0)));
     Records stop = WholeStop(L"Stop", 5);
-    // Four lines stand before the two repeated reports: the logic is running by then.
+    // Four lines precede the two repeated reports: the logic is running by then.
     stop.insert(stop.begin() + 4, {Report(L"SERVICE_STOP_PENDING", 0, 20000, 5, 1),
                                    Report(L"SERVICE_STOP_PENDING", 0, 20000, 5, 2)});
     EXPECT_EQ(run.FrameworkLog(), Join({StartReported(), {StopEnabled}, StartFinished(), stop}));
@@ -72,7 +72,7 @@ TEST(ServiceStop, ScmShowsThePendingStateWithItsHint) {
     const SharedEvent goOn(names, "go-on");
     ServiceRun run("on activate enable-stop\non notify wait-event " + goOn.Name() + " 9000\n");
     run.Start();
-    // On the handler's own routine, so that this thread is free to look.
+    // On the handler's own routine, so that this thread can check meanwhile.
     const framework::KernelHandle handler = run.SendToHandler(SERVICE_CONTROL_STOP);
     const SERVICE_STATUS_PROCESS status = run.Scm().WaitFor(SERVICE_STOP_PENDING);
     EXPECT_EQ(status.dwWaitHint, 20000U);

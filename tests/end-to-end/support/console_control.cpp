@@ -12,8 +12,8 @@ BOOL WINAPI TakeEvent(DWORD /*controlType*/) {
     return TRUE;
 }
 
-/// An event goes to all processes of the sender's own console, so the sender moves into the
-/// target's. A process of its own does that: the test program keeps the console it has.
+/// An event goes to all processes of the sender's console, so the sender moves into the target's
+/// console. A separate process does this: the test program keeps its console.
 int SendCtrlC(const std::vector<std::wstring>& arguments) {
     ::FreeConsole();
     if (::AttachConsole(std::stoul(arguments.at(0))) == FALSE) {
@@ -29,7 +29,7 @@ const ChildRoutine sendCtrlC(L"send-ctrl-c", SendCtrlC);
 }  // namespace
 
 ChildOptions WithOwnConsole() {
-    // A child ignores Ctrl+C if its parent does, and the parent if an ancestor of it did.
+    // A child ignores Ctrl+C if its parent or an earlier ancestor does.
     ::SetConsoleCtrlHandler(nullptr, FALSE);
     ChildOptions options;
     options.creationFlags = CREATE_NO_WINDOW;

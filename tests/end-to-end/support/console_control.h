@@ -1,4 +1,4 @@
-/// Console events for a process that has a console of its own.
+/// Console events for a process with its own console.
 #ifndef TESTS_END_TO_END_SUPPORT_CONSOLE_CONTROL_H
 #define TESTS_END_TO_END_SUPPORT_CONSOLE_CONTROL_H
 
@@ -6,11 +6,11 @@
 
 namespace test {
 
-/// Options that give a child a console of its own, without a window.
+/// Options that give a child its own console, without a window.
 [[nodiscard]] ChildOptions WithOwnConsole();
 
-/// Presses Ctrl+C in the console of a child that was started `WithOwnConsole`. Everything that runs
-/// in that console gets the event. Throws if it can't be sent.
+/// Sends Ctrl+C to the console of a child that was started `WithOwnConsole`. Every process in that
+/// console gets the event. Throws if it can't be sent.
 void PressCtrlC(const Child& child);
 
 }  // namespace test

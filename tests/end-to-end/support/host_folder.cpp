@@ -57,7 +57,7 @@ std::vector<std::wstring> HostFolder::OnlyLog() const {
 }
 
 std::string HostFolder::EventName(const std::string& suffix) const {
-    // Global, because a service lives in another session than the test.
+    // Global, because a service runs in another session than the test.
     return "Global\\" + folder_.Path().filename().string() + '-' + suffix;
 }
 

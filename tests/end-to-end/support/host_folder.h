@@ -1,4 +1,4 @@
-/// The programs under test in a folder of their own, with a data folder of their own.
+/// The programs under test in a separate folder, with a separate data folder.
 ///
 ///     test::HostFolder host;
 ///     host.Script("on activate return 5\n");
@@ -25,21 +25,21 @@ class HostFolder {
     /// program into a scratch folder, or into `subfolder` of it.
     explicit HostFolder(const std::wstring& subfolder = L"");
 
-    /// Where the executable lies.
+    /// The folder of the executable.
     [[nodiscard]] const std::filesystem::path& Path() const noexcept { return path_; }
     [[nodiscard]] std::filesystem::path Executable() const;
     [[nodiscard]] std::filesystem::path Library() const;
-    /// What console runs get as ALLUSERSPROFILE. Empty until the first run.
+    /// ALLUSERSPROFILE of console runs. Empty until the first run.
     [[nodiscard]] std::filesystem::path DataFolder() const { return folder_.Path() / L"data"; }
-    /// Where console runs write their log files.
+    /// The log folder of console runs.
     [[nodiscard]] std::filesystem::path Logs() const;
 
-    /// Writes the library's script (UTF-8). It is found beside the library, and so by services too.
-    /// The transcript is switched on by a line of its own, put in front.
+    /// Writes the library's script (UTF-8) next to the library, where services find it too. A line
+    /// that enables the transcript is added in front.
     void Script(const std::string& lines) const;
     [[nodiscard]] Transcript ReadTranscript() const;
 
-    /// Starts the executable with the arguments as they stand.
+    /// Starts the executable with the arguments unchanged.
     [[nodiscard]] std::unique_ptr<Child> Start(const std::wstring& arguments = L"",
                                                ChildOptions options = {}) const;
 
@@ -47,7 +47,7 @@ class HostFolder {
     /// the test unless there is exactly one.
     [[nodiscard]] std::vector<std::wstring> OnlyLog() const;
 
-    /// A name for an event that the script and the test share, different for each folder.
+    /// A name for an event shared by script and test, different for each folder.
     [[nodiscard]] std::string EventName(const std::string& suffix = "event") const;
 
   private:
@@ -55,7 +55,7 @@ class HostFolder {
     std::filesystem::path path_;
 };
 
-/// An event that the script of `host` knows as `host.EventName(suffix)`.
+/// An event with the name `host.EventName(suffix)` in the script of `host`.
 class SharedEvent {
   public:
     explicit SharedEvent(const HostFolder& host, const std::string& suffix = "event");
@@ -70,7 +70,7 @@ class SharedEvent {
     framework::KernelHandle event_;
 };
 
-/// The folder of the test program, where the build leaves the programs under test too.
+/// The folder of the test program, which also has the programs under test.
 [[nodiscard]] std::filesystem::path ProductFolder();
 
 }  // namespace test

@@ -21,7 +21,7 @@ bool EndsWith(const std::wstring& text, const std::wstring& end) {
            text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-/// With zlib's own reader, whose name is 8-bit: the file is copied to a plain name first.
+/// With zlib's own reader. Its file names are 8-bit, so the file is first copied to an ASCII name.
 std::string ReadCompressed(const std::filesystem::path& file) {
     const ScratchFolder folder;
     const std::filesystem::path copy = folder.Path() / L"log.gz";
@@ -60,7 +60,7 @@ std::wstring EnvironmentVariable(const wchar_t* name) {
     return value;
 }
 
-/// Of a file that may be open and may end in the middle of a record.
+/// For a file that may be open and may end in the middle of a record.
 std::ptrdiff_t CountLines(const std::filesystem::path& file, const std::wstring& record) {
     const std::wstring line = record + L'\n';
     std::ptrdiff_t count = 0;
@@ -71,7 +71,7 @@ std::ptrdiff_t CountLines(const std::filesystem::path& file, const std::wstring&
             ++count;
         }
     } catch (const std::exception&) {
-        // Not yet there, or compressed while it was read: the caller looks again.
+        // Missing, or compressed while it was read: the caller retries.
         return 0;
     }
     return count;
@@ -85,8 +85,8 @@ FILETIME Now() {
 
 const FILETIME ProgramBegan = Now();
 
-/// False for the many logs that other commands may have left in the prefix: they are not worth
-/// reading. False too if the file is gone.
+/// False for the many logs that other commands may have left in the prefix, so that they aren't
+/// read. False too if the file is gone.
 bool WrittenByThisTest(const std::filesystem::path& file) {
     WIN32_FILE_ATTRIBUTE_DATA data = {};
     return ::GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &data) != FALSE &&
@@ -144,7 +144,7 @@ std::vector<std::wstring> ReadLogRecords(const std::filesystem::path& file) {
 
 bool WaitForRecord(const std::function<std::vector<std::filesystem::path>()>& list,
                    const std::wstring& record, std::ptrdiff_t count) {
-    // Polled: the host has nothing to wait on that says "written".
+    // Polled, because the host signals no event for a written record.
     constexpr ULONGLONG LimitMs = 30000;
     constexpr DWORD PollMs = 20;
     const ULONGLONG end = ::GetTickCount64() + LimitMs;

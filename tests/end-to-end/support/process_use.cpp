@@ -19,7 +19,7 @@ constexpr int Polls = 150;
 
 using Query = LONG(WINAPI*)(int kind, void* result, ULONG size, ULONG* needed);
 
-/// What the system tells about all processes: records of varying length, one behind the other.
+/// The system's information on all processes: records of varying length, one after the other.
 std::vector<std::byte> AskForProcesses() {
     constexpr LONG LengthMismatch = static_cast<LONG>(0xC0000004);
     const auto query = reinterpret_cast<Query>(reinterpret_cast<void*>(
@@ -44,8 +44,8 @@ std::ostream& operator<<(std::ostream& out, const ProcessUse& use) {
     return out << use.handles << " handles and " << use.threads << " threads";
 }
 
-// Not by GetProcessHandleCount, which gives 0 on Wine, nor by the list of all handles, which ends
-// Wine's server when a process without handles, one that just begins or ends, is in the list.
+// Not GetProcessHandleCount, which returns 0 on Wine, nor the list of all handles, which crashes
+// Wine's server if the list has a process without handles, one that is just starting or ending.
 ProcessUse UseOf(HANDLE process) {
     const DWORD processId = ::GetProcessId(process);
     const std::vector<std::byte> memory = AskForProcesses();

@@ -1,4 +1,4 @@
-/// A look at other processes from outside.
+/// The resource use of other processes.
 #ifndef TESTS_END_TO_END_SUPPORT_PROCESS_USE_H
 #define TESTS_END_TO_END_SUPPORT_PROCESS_USE_H
 
@@ -9,7 +9,7 @@
 
 namespace test {
 
-/// What a process holds that could leak.
+/// The resources of a process that could leak.
 struct ProcessUse {
     DWORD handles = 0;
     DWORD threads = 0;
@@ -20,14 +20,14 @@ std::ostream& operator<<(std::ostream& out, const ProcessUse& use);
 
 [[nodiscard]] ProcessUse UseOf(HANDLE process);
 
-/// Waits until the process uses exactly `expected`: a thread that ends is counted a moment longer
-/// than its last line. Returns what it uses at the end.
+/// Waits until the process uses exactly `expected`, because an ending thread still counts for a
+/// moment after its last line. Returns the final use.
 [[nodiscard]] ProcessUse AwaitUse(HANDLE process, const ProcessUse& expected);
 
-/// Waits until the use has stayed the same for some looks in a row, and returns it.
+/// Waits until several measurements in a row are equal, and returns the last one.
 [[nodiscard]] ProcessUse SettledUse(HANDLE process);
 
-/// The running process of that file name; null if there is none.
+/// The running process with that file name; null if there is none.
 [[nodiscard]] framework::KernelHandle ProcessNamed(const std::wstring& fileName);
 
 }  // namespace test

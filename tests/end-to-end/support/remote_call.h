@@ -1,5 +1,5 @@
-/// Calls a function inside another process, for what the platform itself doesn't deliver on demand:
-/// the kinds of console events and service controls that only a logoff or a shutdown sends.
+/// Calls a function in another process, to deliver console events and service controls that the
+/// platform sends only at a logoff or shutdown.
 #ifndef TESTS_END_TO_END_SUPPORT_REMOTE_CALL_H
 #define TESTS_END_TO_END_SUPPORT_REMOTE_CALL_H
 
@@ -9,11 +9,11 @@
 
 namespace test {
 
-/// Starts a thread in `process` on the function at `address`, which takes one 32-bit number.
+/// Starts a thread in `process` at `address`, a function with one 32-bit parameter.
 [[nodiscard]] framework::KernelHandle StartRemoteCall(HANDLE process, std::uint64_t address,
                                                       std::uint32_t argument);
 
-/// The same, and waits for its end. Returns what the function returned. Throws after the limit.
+/// The same, and waits for its end. Returns the function's result. Throws after the limit.
 std::uint32_t CallRemotely(HANDLE process, std::uint64_t address, std::uint32_t argument,
                            DWORD limitMs = 30000);
 

@@ -19,8 +19,8 @@ namespace {
         call + (error == ERROR_ACCESS_DENIED ? " (run the tests as administrator)" : ""));
 }
 
-/// On Windows the process of a service that runs as LocalSystem grants administrators only reading
-/// access. With this privilege, which they have but which is switched off, they get all access.
+/// On Windows, administrators have only read access to the process of a LocalSystem service. With
+/// this privilege, which they have but which is disabled by default, they get full access.
 void SwitchOnDebugPrivilege() {
     HANDLE handle = nullptr;
     if (::OpenProcessToken(::GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &handle) == FALSE) {
@@ -109,7 +109,7 @@ SERVICE_STATUS_PROCESS Service::Status() const {
 }
 
 SERVICE_STATUS_PROCESS Service::WaitFor(DWORD state, DWORD limitMs) const {
-    // Polled: the SCM of Wine tells nobody of a change.
+    // Polled, because Wine's SCM doesn't notify about changes.
     constexpr DWORD PollMs = 20;
     const ULONGLONG end = ::GetTickCount64() + limitMs;
     for (;;) {

@@ -18,17 +18,17 @@ struct ServiceHandleTraits {
 };
 using ServiceHandle = framework::UniqueHandle<ServiceHandleTraits>;
 
-/// The host of a folder, registered as a service under a name of its own. (The name by which the
-/// host itself asks for its handler doesn't matter to the SCM: it has a process of its own.)
+/// The host of a folder, registered as a service under a unique name. (The SCM ignores the name
+/// with which the host registers its handler, because the service has its own process.)
 class Service {
   public:
     explicit Service(const HostFolder& host);
-    /// Ends what still runs, removes the service and the log files that it has written.
+    /// Ends running processes, removes the service and its log files.
     ~Service();
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
 
-    /// Asks the SCM for a start; 0 or the Win32 error. Keeps hold of the process if there is one.
+    /// Requests a start; 0 or the Win32 error. Keeps a handle of the process if there is one.
     DWORD Start(const std::vector<std::wstring>& arguments = {});
     /// Sends a control; 0 or the Win32 error.
     DWORD Control(DWORD control);
@@ -44,7 +44,7 @@ class Service {
 
     /// The log files of all starts, oldest first.
     [[nodiscard]] std::vector<std::filesystem::path> Logs() const;
-    /// The records of the only one. Fails the test unless there is exactly one.
+    /// The records of the only log file. Fails the test unless there is exactly one.
     [[nodiscard]] std::vector<std::wstring> OnlyLog() const;
 
   private:

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint64_t OwnProcess = 0x10;
 
-/// Takes a value off the front of `rest`; quoted ones may hold blanks and escapes.
+/// Removes a value from the front of `rest`; a quoted one may contain blanks and escapes.
 std::string TakeValue(std::string& rest) {
     std::string value;
     std::size_t i = 0;

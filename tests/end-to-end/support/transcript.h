@@ -1,4 +1,4 @@
-/// What the development controller has written about a run: its transcript, line by line.
+/// The development controller's transcript of a run, line by line.
 #ifndef TESTS_END_TO_END_SUPPORT_TRANSCRIPT_H
 #define TESTS_END_TO_END_SUPPORT_TRANSCRIPT_H
 
@@ -10,14 +10,14 @@
 
 namespace test {
 
-/// One line: the words NAME=VALUE in their order, quotes and escapes taken off.
+/// One line: the pairs NAME=VALUE in their order, without quotes and escapes.
 class TranscriptEntry {
   public:
     explicit TranscriptEntry(const std::string& line);
 
-    /// Empty if there is no such word.
+    /// Empty if there is no such name.
     [[nodiscard]] std::string Get(const std::string& name) const;
-    /// Decimal, or hexadecimal behind 0x. Throws if there is no such number.
+    /// Decimal, or hexadecimal with 0x. Throws if there is no such number.
     [[nodiscard]] std::uint64_t Number(const std::string& name) const;
     [[nodiscard]] bool Has(const std::string& name, const std::string& value) const;
 
@@ -25,7 +25,7 @@ class TranscriptEntry {
     std::vector<std::pair<std::string, std::string>> words_;
 };
 
-/// A status report as the platform call got it.
+/// A status report, as the platform call received it.
 struct StatusReport {
     std::uint64_t state = 0;
     std::uint64_t accepted = 0;
@@ -42,14 +42,14 @@ class Transcript {
     explicit Transcript(const std::string& text);
 
     [[nodiscard]] const std::vector<TranscriptEntry>& Entries() const noexcept { return entries_; }
-    /// The entries with the word `name`=`value`.
+    /// The entries with the pair `name`=`value`.
     [[nodiscard]] std::vector<TranscriptEntry> With(const std::string& name,
                                                     const std::string& value) const;
-    /// The only one of them. Throws unless there is exactly one.
+    /// The only such entry. Throws unless there is exactly one.
     [[nodiscard]] TranscriptEntry Only(const std::string& name, const std::string& value) const;
-    /// The library's functions in the order in which the host entered them: "create", "load", ...
+    /// The library's functions in the order in which the host called them: "create", "load", ...
     [[nodiscard]] std::vector<std::string> Calls() const;
-    /// What `record-status` has seen, in order. The two fields that never change are checked here.
+    /// The reports of `record-status`, in order. Also checks the two constant fields.
     [[nodiscard]] std::vector<StatusReport> StatusReports() const;
 
   private:

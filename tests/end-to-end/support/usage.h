@@ -5,7 +5,7 @@
 
 namespace test {
 
-/// The usage as its bytes stand on a standard output that is a file or pipe.
+/// The bytes of the usage on a standard output that is a file or pipe.
 inline const std::string UsageOutput =
     "Start options:\r\n"
     " -run               to run as application \r\n"
