@@ -1,4 +1,4 @@
-// Where the product is meant to come to a bad end, and why.
+// The intended bad outcomes of the product, and their reasons.
 
 #include <sstream>
 #include <string_view>
@@ -136,7 +136,7 @@ bool IsAllocation(const AllowedOutcome& entry) {
     return call == "operator new" || call == "malloc";
 }
 
-/// An entry without a use in parentheses stands for all of them.
+/// An entry without a use in parentheses covers all uses.
 bool IsFor(const AllowedOutcome& entry, const std::string& call) {
     return call == entry.call || call.starts_with(std::string(entry.call) + " (");
 }

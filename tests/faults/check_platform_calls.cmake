@@ -1,11 +1,11 @@
-# Holds the table of platform calls against the product, the tests and its page.
+# Checks the table of platform calls against the product, the tests and its page.
 #
 #   cmake -DNM=... -DOBJDUMP=... -DPROGRAM=... "-DOBJECTS=..." -DROOT=... [-DUPDATE=ON]
 #         -P check_platform_calls.cmake
 #
-# Fails when the product calls a function that the table lacks or the table one that the product
-# doesn't call, when a named test doesn't exist, when the sweep doesn't know a function that can
-# fail, and when the page shows another table. UPDATE writes the table into the page instead.
+# Fails if the product and the table don't have the same functions, if a named test doesn't exist,
+# if the sweep doesn't know a function that can fail, or if the page has another table. UPDATE
+# writes the table into the page instead.
 
 cmake_minimum_required(VERSION 3.24)
 
@@ -17,10 +17,10 @@ macro(problem text)
   string(APPEND problems "  ${text}\n")
 endmacro()
 
-# What the product's objects ask of other modules: all that they reach through an import pointer,
-# and what the executable imports from the platform for a call without one. The run-time library's
-# plain functions (memcpy, wcslen) are no platform calls; zlib is linked in. The number before an
-# import's name is decimal or hexadecimal, depending on the version of the binary tools.
+# The imports of the product's objects: all that they reach through an import pointer, and the
+# executable's imports from the platform for a call without one. Plain functions of the run-time
+# library (memcpy, wcslen) are not platform calls; zlib is linked in. The number before an import's
+# name is decimal or hexadecimal, depending on the version of the binary tools.
 function(product_calls result)
   execute_process(COMMAND ${NM} --undefined-only ${OBJECTS} OUTPUT_VARIABLE symbols
                   COMMAND_ERROR_IS_FATAL ANY)
@@ -102,8 +102,8 @@ foreach(call ${listed})
   endif()
 endforeach()
 
-# Not made to fail by the sweep: the controller library, which tests play, the run-time library,
-# whose results depend on the arguments alone, and a call that comes back only if a dump failed.
+# Not failed by the sweep: the controller library, which tests simulate; the run-time library, whose
+# results depend only on the arguments; and a call that returns only if a dump failed.
 list(FILTER failing EXCLUDE REGEX "^(Orrin.*|_.*|swscanf_s|UnhandledExceptionFilter)$")
 foreach(call ${failing})
   if(NOT call IN_LIST swept)

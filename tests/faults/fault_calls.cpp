@@ -1,4 +1,4 @@
-// What the product's calls arrive at: the pointers and functions that its renamed libraries name.
+// The targets of the product's calls: the pointers and functions that its renamed libraries use.
 
 #include "tests/faults/fault_calls.h"
 
@@ -18,7 +18,7 @@
 namespace faults {
 namespace {
 
-/// Tells apart what one function is used for, where the outcome depends on it.
+/// Distinguishes uses of one function if the outcome depends on the use.
 template <class Call>
 struct DetailOf {
     template <class... Args>
@@ -27,7 +27,7 @@ struct DetailOf {
     }
 };
 
-// The first log file is the one that nothing can take the place of.
+// Nothing can replace the first log file.
 constinit std::atomic<std::uint32_t> logFilesBegun{0};
 
 struct CreateFileWCall;
@@ -75,7 +75,7 @@ struct DetailOf<ExpandEnvironmentStringsWCall> {
     }
 };
 
-// The header of a log asks with the platform's usual buffer, nobody else does.
+// Only the header of a log uses the platform's usual buffer size.
 struct GetModuleFileNameWCall;
 template <>
 struct DetailOf<GetModuleFileNameWCall> {
@@ -161,7 +161,7 @@ extern "C" {
 decltype(&::Sleep) __imp_fault_Sleep = &faults::PlayedSleep;
 }
 
-// As an import library makes one for a call that doesn't know of the pointer.
+// Like the pointer that an import library defines for a call that doesn't use it.
 #define FAULT_THUNK(name, failure, error) \
     __asm__(".text\n.globl fault_" #name  \
             "\n"                          \

@@ -1,7 +1,6 @@
-/// Every platform call of the product that can fail, with the result and the error by which it is
-/// made to. The build reads the names from here too: they are renamed in a copy of the product's
-/// libraries, so that the product's own calls arrive in this program and the run-time library's
-/// don't.
+/// Every platform call of the product that can fail, with the result and the error of its failure.
+/// The build reads the names from here too: they are renamed in a copy of the product's libraries,
+/// so that the product's own calls reach this program and the run-time library's don't.
 ///
 ///     FAULT_CALL      the platform does the work
 ///     FAULT_PLAYED    this program plays the platform; see played_calls.h

@@ -1,4 +1,4 @@
-// What the product's allocations arrive at: new, and malloc as the product's libraries and zlib
+// The targets of the product's allocations: new, and malloc as the product's libraries and zlib
 // call it.
 
 #include <cstdlib>
@@ -6,7 +6,7 @@
 
 #include "tests/faults/fault_plan.h"
 
-/// The name to which the copies of the product's libraries and of zlib change malloc.
+/// The renamed malloc in the copies of the product's libraries and of zlib.
 extern "C" void* fault_malloc(std::size_t size) {
     return faults::Refuses("malloc", __builtin_return_address(0)) ? nullptr : std::malloc(size);
 }

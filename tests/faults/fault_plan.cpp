@@ -19,7 +19,7 @@ constinit FaultPlan currentPlan;
 constinit RunRecord* currentRecord = nullptr;
 constinit std::atomic<bool> windowOpen{false};
 framework::SrwLock lock;
-// Guarded by lock. No container: one would allocate, and what it allocates would count.
+// Guarded by lock. Not a container, whose own allocations would count.
 constinit std::array<SiteCount, MaxCalls> callsOfSite{};
 constinit const char* failedFunction = nullptr;
 constinit const char* failedDetail = nullptr;

@@ -1,4 +1,4 @@
-/// Which call of a run fails.
+/// Selects the call of a run that fails.
 #ifndef TESTS_FAULTS_FAULT_PLAN_H
 #define TESTS_FAULTS_FAULT_PLAN_H
 
@@ -21,25 +21,25 @@ struct FaultPlan {
     FaultKind kind = FaultKind::Call;
 };
 
-/// Sets the plan and where the run is written down. Once, before the product runs.
+/// Sets the plan and the record of the run. Once, before the product runs.
 void SetPlan(const FaultPlan& plan, RunRecord& record);
 [[nodiscard]] RunRecord& Record();
 
-/// Whether the plan is about allocations.
+/// Whether the plan fails allocations.
 [[nodiscard]] bool CountsAllocations();
 
-/// Calls are counted, and fail, between these two. Before the first no call is counted.
+/// Calls are counted, and fail, only between these two.
 void OpenWindow();
 void CloseWindow();
 
-/// Counts a call and says whether it fails. `detail` tells apart what one function is used for; it
-/// and the name are literals.
+/// Counts a call and returns whether it fails. `detail` distinguishes uses of one function. It and
+/// the name are literals.
 [[nodiscard]] bool Fails(const char* function, const char* detail, const void* returnAddress);
 
 /// The same for an allocation.
 [[nodiscard]] bool Refuses(const char* function, const void* returnAddress);
 
-/// What this thread allocates while it lives is this program's own business.
+/// Allocations of this thread during its lifetime belong to this program and don't count.
 class OwnAllocations {
   public:
     OwnAllocations();

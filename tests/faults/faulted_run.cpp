@@ -90,7 +90,7 @@ void TakeLogBytes(const fs::path& path, const std::string& bytes, RunFacts& fact
     TakeLogText(text, facts);
 }
 
-/// A compressed file beside its source is an unfinished copy of it.
+/// A compressed file next to its source is an unfinished copy of it.
 void TakeLogFile(const fs::path& path, RunFacts& facts) {
     if (path.extension() == L".log") {
         TakeLogBytes(path, test::ReadBytes(path), facts);
@@ -132,7 +132,7 @@ std::wstring SubjectCommandLine(const std::string& scenario, const FaultPlan& pl
            L" --folder \"" + folder.wstring() + L'"';
 }
 
-/// Under load Wine now and then refuses to start a program, which passes.
+/// Under load Wine sometimes refuses to start a program; a later attempt succeeds.
 std::unique_ptr<test::Child> StartSubject(const std::wstring& commandLine) {
     constexpr int Tries = 5;
     constexpr DWORD PauseMs = 200;

@@ -1,4 +1,4 @@
-/// One run of the subject with a failing call, and what is seen of it from outside.
+/// One run of the subject with a failing call, observed from outside.
 #ifndef TESTS_FAULTS_FAULTED_RUN_H
 #define TESTS_FAULTS_FAULTED_RUN_H
 
@@ -28,14 +28,14 @@ struct RunFacts {
     std::uint32_t openHandles = 0;
     bool dump = false;               ///< there is one, and it isn't empty
     bool dumpBesideProgram = false;  ///< and it isn't in the data folder
-    std::vector<std::string> files;  ///< names of what is left in the log folder
+    std::vector<std::string> files;  ///< names of the files in the log folder
     std::vector<CallRecord> calls;
 };
 
-/// The call as the subject's command line takes it.
+/// The call in the form of the subject's command line.
 [[nodiscard]] std::string TextOf(const CallId& call);
 
-/// Starts the subject, waits for its end or ends it, and collects what it has left.
+/// Starts the subject, waits for its end or terminates it, and collects its results.
 [[nodiscard]] RunFacts RunFaulted(const std::string& scenario, const FaultPlan& plan);
 
 }  // namespace faults

@@ -8,7 +8,7 @@
 namespace faults {
 namespace {
 
-/// What GCC's run-time library raises.
+/// The exception of GCC's run-time library.
 constexpr std::uint32_t CppException = 0x20474343;
 
 bool IsService(const std::string& scenario) {
@@ -28,7 +28,7 @@ void JudgeEnd(const std::string& scenario, const RunFacts& facts, std::set<std::
     }
 }
 
-/// The manager must be left with SERVICE_STOPPED, by way of SERVICE_RUNNING or with an error.
+/// The manager must end at SERVICE_STOPPED, after SERVICE_RUNNING or with an error.
 void JudgeReports(const RunFacts& facts, std::set<std::string>& words) {
     if (!facts.dispatched) {
         words.insert("no service");
@@ -45,7 +45,7 @@ void JudgeReports(const RunFacts& facts, std::set<std::string>& words) {
     const auto any = [&](auto condition) {
         return std::any_of(facts.reports.begin(), facts.reports.end(), condition);
     };
-    // Not of the last alone: a report that should not be may come before the right one.
+    // Not only the last one, because a wrong report may precede the right one.
     if (any([](const ReportRecord& report) { return report.exitCode != 0; })) {
         words.insert("stopped with an error");
     } else if (!any([](const ReportRecord& report) { return report.state == SERVICE_RUNNING; })) {
@@ -64,7 +64,7 @@ void JudgeRecords(const RunFacts& facts, std::set<std::string>& words) {
     }
     std::uint32_t lost = 0;
     for (std::uint32_t number = 1; number <= facts.acceptedRecords; ++number) {
-        // A call that ran out of memory may have written its record or not.
+        // A call that ran out of memory may or may not have written its record.
         const bool threw = (facts.thrownRecords >> number & 1) != 0;
         lost += threw || std::binary_search(found.begin(), found.end(), number) ? 0U : 1U;
     }

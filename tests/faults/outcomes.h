@@ -1,4 +1,4 @@
-/// What became of a run, in words, and which words a failing call may lead to.
+/// The outcome of a run, in words, and the outcomes that a failing call may have.
 #ifndef TESTS_FAULTS_OUTCOMES_H
 #define TESTS_FAULTS_OUTCOMES_H
 
@@ -10,25 +10,25 @@
 
 namespace faults {
 
-/// Everything about the run that differs from a good one; empty if nothing does.
+/// All differences between the run and a good one; empty if there are none.
 [[nodiscard]] std::set<std::string> OutcomesOf(const std::string& scenario, const RunFacts& facts);
 
-/// The same for a run with refused allocations. A good end is then also the end at the crash filter
-/// by the C++ exception that left the product, with a dump: all that is lost by that is one
-/// outcome, "ended by bad_alloc". `whole` is a run without a refusal.
+/// The same for a run with failed allocations. A good end is then also the end at the crash filter
+/// by the C++ exception that left the product, with a dump: everything lost by that is one outcome,
+/// "ended by bad_alloc". `whole` is a run without a failure.
 [[nodiscard]] std::set<std::string> MemoryOutcomesOf(const std::string& scenario,
                                                      const RunFacts& facts, const RunFacts& whole);
 
-/// What it takes for an outcome.
+/// The condition of an outcome.
 enum class When {
     Once,     ///< the call fails once
     Lasting,  ///< it fails from then on
     Racing    ///< the call fails once and threads take turns so; not every sweep sees it
 };
 
-/// An outcome that isn't good but follows from how the product is meant to be.
+/// A bad outcome that follows from the product's design.
 struct AllowedOutcome {
-    const char* scenarios;  ///< names with blanks between them
+    const char* scenarios;  ///< names, separated by blanks
     const char* call;       ///< with its use, or without for all uses
     const char* outcome;
     When when;
@@ -40,7 +40,7 @@ struct AllowedOutcome {
                                                 const std::string& call,
                                                 const std::string& outcome);
 
-/// All entries of a scenario, for the look whether each is needed.
+/// All entries of a scenario, to check that each is needed.
 [[nodiscard]] std::vector<const AllowedOutcome*> AllowedIn(const std::string& scenario,
                                                            const FaultPlan& plan);
 

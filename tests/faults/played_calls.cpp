@@ -61,7 +61,7 @@ bool AllThreadsEnded() {
     return true;
 }
 
-/// By what a thread is handed: the routines of an action are nobody else's to name.
+/// Identified by a thread's parameter, because the routines of an action are private.
 const char* UseOf(LPTHREAD_START_ROUTINE routine, const void* parameter) {
     if (parameter == nullptr) {
         return " (logic)";
@@ -99,7 +99,7 @@ DWORD WINAPI Administrate(void* /*unused*/) {
     Await(ControllerActivated);
     const PHANDLER_ROUTINE handler = consoleHandler;
     if (handler == nullptr) {
-        // What the platform does to a program without a handler.
+        // The platform's action for a program without a handler.
         ::TerminateProcess(::GetCurrentProcess(), STATUS_CONTROL_C_EXIT);
         return 0;
     }
@@ -110,7 +110,7 @@ DWORD WINAPI Administrate(void* /*unused*/) {
     Record().secondPress = 1;
     handler(CTRL_C_EVENT);
     if (!Await(ControllerNotified, PatienceMs)) {
-        // The one way that is left.
+        // The only remaining way.
         ::TerminateProcess(::GetCurrentProcess(), STATUS_CONTROL_C_EXIT);
     }
     return 0;
@@ -121,7 +121,7 @@ DWORD WINAPI Administrate(void* /*unused*/) {
 HANDLE WINAPI PlayedCreateThread(SECURITY_ATTRIBUTES* attributes, SIZE_T stack,
                                  LPTHREAD_START_ROUTINE routine, void* parameter, DWORD flags,
                                  DWORD* threadId) {
-    // Before the thread has it: a record is gone when its thread ends.
+    // Before the thread has it, because a record is released when its thread ends.
     const char* const use = UseOf(routine, parameter);
     const HANDLE thread = ::CreateThread(attributes, stack, routine, parameter, flags, threadId);
     HANDLE copy = nullptr;
@@ -133,7 +133,7 @@ HANDLE WINAPI PlayedCreateThread(SECURITY_ATTRIBUTES* attributes, SIZE_T stack,
     return thread;
 }
 
-// The last one made: the platform gives a closed handle's value out again.
+// The latest one, because the platform reuses the value of a closed handle.
 const char* UseOfThread(HANDLE thread) {
     for (std::size_t index = productThreadCount; index > 0; --index) {
         if (productThreads[index - 1].handle == thread) {
@@ -150,7 +150,7 @@ BOOL WINAPI PlayedStartServiceCtrlDispatcherW(const SERVICE_TABLE_ENTRYW* table)
     ::WaitForSingleObject(serviceMain, INFINITE);
     ::CloseHandle(serviceMain);
     if (controlHandler.load() == nullptr) {
-        // The manager has no way to reach the service, and gives up on it after its time limit.
+        // The manager can't reach the service, and fails after its time limit.
         return TRUE;
     }
     Settle(Await([] { return Stopped() || AllThreadsEnded(); }));
@@ -163,7 +163,7 @@ BOOL WINAPI PlayedStartServiceCtrlDispatcherW(const SERVICE_TABLE_ENTRYW* table)
 SERVICE_STATUS_HANDLE WINAPI PlayedRegisterServiceCtrlHandlerW(const wchar_t* /*service*/,
                                                                LPHANDLER_FUNCTION handler) {
     controlHandler = handler;
-    // Any value that isn't null: only the played manager gets it back.
+    // Any value except null; only the simulated manager uses it.
     return reinterpret_cast<SERVICE_STATUS_HANDLE>(&controlHandler);
 }
 

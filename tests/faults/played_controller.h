@@ -1,5 +1,5 @@
-/// A controller library inside of this program: writes numbered records through the host, and
-/// crashes if a scenario wants it.
+/// A controller library inside this program: writes numbered records through the host, and crashes
+/// if a scenario requires it.
 #ifndef TESTS_FAULTS_PLAYED_CONTROLLER_H
 #define TESTS_FAULTS_PLAYED_CONTROLLER_H
 
@@ -7,18 +7,18 @@
 
 namespace faults {
 
-/// The text of a numbered record, and how many the controller writes when it is activated and when
-/// it is deactivated.
+/// The text of a numbered record, and the number of records that the controller writes during its
+/// activation and its deactivation.
 constexpr const wchar_t* NumberedText = L"numbered record ";
 constexpr std::uint32_t RecordsPerCall = 5;
 
-/// The activation opens the window and writes to a null pointer.
+/// The activation opens the window and writes to an invalid address.
 void CrashWhenActivated();
 
 /// The activation is over.
 [[nodiscard]] bool ControllerActivated();
 
-/// The run has begun to end.
+/// The run has started to end.
 [[nodiscard]] bool ControllerNotified();
 
 }  // namespace faults

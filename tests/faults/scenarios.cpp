@@ -11,7 +11,7 @@
 #include "tests/faults/played_calls.h"
 #include "tests/faults/played_controller.h"
 
-/// The product's entry point, renamed when it was compiled for this program.
+/// The product's entry point, renamed when compiled for this program.
 int ProductMain(int argc, wchar_t* argv[]);
 
 namespace faults {
@@ -20,8 +20,8 @@ namespace {
 constexpr const wchar_t* ServiceKey =
     L"SYSTEM\\CurrentControlSet\\Services\\VelmoraTarnwickService";
 
-/// The product finds its settings in a key of this program's own, which says what is usual anyway:
-/// so the calls that read them have something to read.
+/// The product reads its settings from a separate key of this program with the default values, so
+/// that the calls that read them succeed.
 void ProvideSettings() {
     HKEY machine = nullptr;
     HKEY service = nullptr;
@@ -69,7 +69,7 @@ std::uint32_t OpenHandles() {
     return count;
 }
 
-/// A log file of the past, in the form that retention looks at: a name, a size and an age.
+/// An old log file, with the data that retention uses: a name, a size and an age.
 void MakeOldFile(const std::wstring& folder, const std::wstring& name, std::uint32_t days,
                  std::uint32_t size) {
     constexpr std::uint64_t TicksOfADay = 864000000000;
@@ -89,7 +89,7 @@ void MakeOldFile(const std::wstring& folder, const std::wstring& name, std::uint
     ::CloseHandle(file);
 }
 
-/// Logs a numbered record. A caller that outlives a failed allocation goes on with the next one.
+/// Logs a numbered record. A caller that survives a failed allocation continues with the next one.
 void LogNumbered(std::uint32_t number) {
     RunRecord& record = Record();
     try {
@@ -101,8 +101,8 @@ void LogNumbered(std::uint32_t number) {
     ++record.acceptedRecords;
 }
 
-/// With `--memory` the window opens behind the start of the logger, whose failed allocations end
-/// the product.
+/// With `--memory` the window opens after the start of the logger, because a failed allocation in
+/// it ends the product.
 int RunLogger(const framework::LoggerConfig& config, std::uint32_t records) {
     if (!CountsAllocations()) {
         OpenWindow();
@@ -115,7 +115,7 @@ int RunLogger(const framework::LoggerConfig& config, std::uint32_t records) {
         LogNumbered(number);
     }
     logger.Flush();
-    // The run of retention at the end is left out while one is in progress.
+    // The run of retention at the end is skipped while one is in progress.
     AwaitProductThreads();
     Record().openHandles = OpenHandles();
     return 0;

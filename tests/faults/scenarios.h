@@ -1,4 +1,4 @@
-/// The lives of the product that are lived through with one call failing.
+/// The scenarios that run with one call failing.
 #ifndef TESTS_FAULTS_SCENARIOS_H
 #define TESTS_FAULTS_SCENARIOS_H
 

@@ -1,4 +1,4 @@
-// Lives through each scenario once for every call that it makes, with that call failing.
+// Runs each scenario once for every call that it makes, with that call failing.
 
 #include <gtest/gtest.h>
 
@@ -25,7 +25,7 @@ std::string Replay(const std::string& scenario, const FaultPlan& plan) {
            (plan.kind == FaultKind::Allocation ? " --memory" : "") + " --folder EMPTY-FOLDER";
 }
 
-/// The first call that was made to fail, or null.
+/// The first call that failed on purpose, or null.
 const CallRecord* FailedCall(const RunFacts& facts) {
     const auto found = std::find_if(facts.calls.begin(), facts.calls.end(),
                                     [](const CallRecord& call) { return call.failed != 0; });
@@ -47,7 +47,7 @@ class Sweep : public testing::TestWithParam<const char*> {
     [[nodiscard]] const std::vector<CallRecord>& Calls() const { return whole_.calls; }
 
     void RunWith(const CallRecord& call, bool lasting);
-    /// Fails for every allowed outcome that no run has come to.
+    /// Fails for every allowed outcome that no run had.
     void ExpectAllAllowedSeen(bool lasting);
     void PrintTally();
 
@@ -69,7 +69,7 @@ std::set<std::string> Sweep::OutcomesOfRun(const RunFacts& facts) const {
 }
 
 void Sweep::RunWith(const CallRecord& call, bool lasting) {
-    // Where threads race a call can be left out: retention that still runs isn't run again.
+    // If threads race, a call can be skipped: retention that is still running isn't started again.
     constexpr int Tries = 3;
     const FaultPlan plan = {call.id, lasting, kind_};
     RunFacts facts;
@@ -84,8 +84,8 @@ void Sweep::RunWith(const CallRecord& call, bool lasting) {
         ++tally_["good"];
     }
     for (const std::string& outcome : outcomes) {
-        // Threads that log side by side share a place: what has failed can have another use than in
-        // the run that named it.
+        // Concurrent log calls share a call site, so the failed call can have another use than in
+        // the run that identified it.
         Judge(plan, failed == nullptr ? call.name : failed->name, outcome);
     }
 }
@@ -120,8 +120,8 @@ void Sweep::PrintTally() {
     }
 }
 
-/// Whether a place that makes many calls is looked at with this one too: the first and the last of
-/// a place always are, and each of its calls in the long mode.
+/// Whether to test this call of a site with many calls. The first and the last call always are, and
+/// all of them in the long mode.
 bool IsLookedAt(const CallRecord& call, const std::vector<CallRecord>& calls) {
     constexpr std::uint32_t Stride = 3;
     const bool isLast = std::none_of(calls.begin(), calls.end(), [&](const CallRecord& other) {
@@ -140,7 +140,7 @@ TEST_P(Sweep, EachCallFailingOnce_EndsAsAllowed) {
     PrintTally();
 }
 
-// Every call in the long mode, else the first of each kind, which has most to come after it.
+// Every call in the long mode, otherwise the first of each kind, which has the most after it.
 TEST_P(Sweep, EachKindOfCallFailingFromThenOn_EndsAsAllowed) {
     std::set<std::string> kinds;
     for (const CallRecord& call : Calls()) {
@@ -167,8 +167,8 @@ TEST_P(MemorySweep, EachAllocationRefusedOnce_EndsAsAllowed) {
     PrintTally();
 }
 
-// Without an allocation left, a run mostly ends at the next: in the short mode the first of each
-// place is enough.
+// After a failed allocation, a run mostly ends at the next one, so in the short mode the first of
+// each site is enough.
 TEST_P(MemorySweep, AllAllocationsRefusedFromThenOn_EndsAsAllowed) {
     for (const CallRecord& allocation : Calls()) {
         if (allocation.id.occurrence == 1 || LongTests()) {
