@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Makes the table of a measurement: report.py ROWS FOLDER [--quick].
+"""Prints the table of a measurement: report.py ROWS FOLDER [--quick].
 
-Reads one JSON object a line, prints the table, and writes it to FOLDER as Markdown and JSON.
+Reads one JSON object per line, prints the table, and writes it to FOLDER as Markdown and JSON.
 """
 
 import json

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What names a program or library, and its PDB: pe_image.py FILE..."""
+"""Prints version and symbol store keys of programs and libraries: pe_image.py FILE..."""
 
 import struct
 import sys
@@ -7,7 +7,7 @@ from pathlib import Path
 
 
 class Image:
-    """The parts of a program or library that name it."""
+    """The parts of a program or library that identify it."""
 
     def __init__(self, path):
         self.path = Path(path)
@@ -31,7 +31,7 @@ class Image:
         raise ValueError(f"{self.path}: address {address:#x} is in no section")
 
     def version(self):
-        """Of the version resource; its fixed part begins with a mark."""
+        """The version of the version resource, whose fixed part begins with a signature."""
         mark = self.bytes.find(struct.pack("<II", 0xFEEF04BD, 0x10000))
         if mark < 0:
             return None
@@ -39,11 +39,11 @@ class Image:
         return f"{high >> 16}.{high & 0xFFFF}.{low >> 16}.{low & 0xFFFF}"
 
     def store_key(self):
-        """Under which symbol stores have the file."""
+        """The key of the file in a symbol store."""
         return f"{self.timestamp:08X}{self.size:x}"
 
     def pdb_key(self):
-        """GUID and age of its PDB, as symbol stores have them."""
+        """GUID and age of its PDB, in the form of a symbol store."""
         address, size = self._debug
         for entry in range(self._offset(address), self._offset(address) + size, 28) if size else ():
             kind, _, _, offset = struct.unpack_from("<IIII", self.bytes, entry + 12)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Tests of scripts/run_tests.py with a test program that is played: run_tests_test.py [CASE]
+"""Tests of scripts/run_tests.py with a simulated test program: run_tests_test.py [CASE]
 
-The played program prints what GoogleTest prints. Each of its cases does what its name says.
+The program prints GoogleTest's output. Each of its cases does what its name says.
 """
 
 import os
@@ -52,7 +52,7 @@ sys.exit(failed)
 
 
 class Stub:
-    """In the place of a Wine prefix."""
+    """Replaces a Wine prefix."""
 
     def __init__(self, folder):
         self.folder = folder
