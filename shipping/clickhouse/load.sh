@@ -3,7 +3,7 @@
 #
 #   load.sh [--once] [--url URL] [--batch BYTES] SPOOL
 #
-#   SPOOL           holds a folder for each host, in which a collector leaves *.jsonl files
+#   SPOOL           holds a folder for each host, in which collect.cmd leaves *.jsonl files
 #   --once          loads what is there and ends; otherwise looks again every five seconds
 #   --url URL       of the engine's HTTP interface (http://127.0.0.1:8123)
 #   --batch BYTES   size of one insertion (67108864); larger insertions make fewer parts to merge

@@ -1,6 +1,7 @@
 -- Records of the last 7 days that are missing: whole files of a run, and records within its files.
 -- What is missing at the end of a run can't be seen. Of a run that began earlier, what came before
--- the first record of the 7 days isn't counted.
+-- the first record of the 7 days isn't counted. messages.txt in the host's spool folder has the
+-- reason.
 SELECT
     host, run,
     max(number) - if(whole, 0, min(number)) + 1 - count() AS files_missing,

@@ -40,6 +40,23 @@ def processes(program, argument):
     return found
 
 
+def kill_process(pid):
+    try:
+        os.kill(pid, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
+
+
+def start_collection(logs, folder):
+    """collect.cmd for a host whose folder in the spool has the host's name."""
+    return subprocess.Popen(
+        [WINE, "cmd", "/c", windows_path(engine.ROOT / "shipping" / "collect.cmd"),
+         windows_path(folder), windows_path(logs), "--host", folder.name],
+        env={**os.environ, "QUILLON_LOG": windows_path(programs() / "quillon-log.exe")},
+        stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+        start_new_session=True)
+
+
 class RealHost:
     def __init__(self, folder, script):
         self.folder = pathlib.Path(folder)
@@ -63,6 +80,11 @@ class RealHost:
 
     def pids(self):
         return processes("tarnwick-service.exe", windows_path(self.folder) + "\\")
+
+    def keep_running(self):
+        """Starts the host if it doesn't run."""
+        if self.process is None or self.process.poll() is not None:
+            self.start()
 
     def truth(self):
         """What a reader should print: (file, number) to the fields of the record."""
@@ -91,6 +113,9 @@ class RealHost:
     def end(self):
         """Ctrl+C, and the wait for the end of the process."""
         self.signal(signal.SIGINT)
+
+    def kill(self):
+        self.signal(signal.SIGKILL)
 
     def signal(self, number):
         for pid in self.pids():
