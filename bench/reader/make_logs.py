@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""Makes a folder of compressed logs: make_logs.py FOLDER FILES [RUNS].
+"""Makes a folder of compressed logs: make_logs.py FOLDER FILES [overlapping].
 
-Each file holds 5 MiB of records as the host writes them; RUNS processes share the files, one after
-the other. The texts come from a fixed seed.
+Each file holds 5 MiB of records as the host writes them. All files belong to one process, or, with
+"overlapping", each to a process of its own, all of them started at the same time; then one file is
+cut off and one has a damaged byte. The texts come from a fixed seed.
 """
 
 import datetime
@@ -28,12 +29,13 @@ def stamp(moment):
 
 def main():
     folder, files = pathlib.Path(sys.argv[1]), int(sys.argv[2])
-    runs = int(sys.argv[3]) if len(sys.argv) > 3 else 1
+    overlapping = len(sys.argv) > 3
+    runs = files if overlapping else 1
     folder.mkdir(parents=True, exist_ok=True)
     chance = random.Random(1)
-    moment = datetime.datetime(2026, 1, 1)
+    first = moment = datetime.datetime(2026, 1, 1)
     for run in range(runs):
-        start = moment
+        start = moment = first + datetime.timedelta(milliseconds=run)
         for number in range(files // runs):
             lines, size = [], 0
             header = f"build: 804, process: {1000 + run}, 'C:\\tarnwick-service.exe'"
@@ -48,8 +50,12 @@ def main():
                 moment += datetime.timedelta(milliseconds=chance.randrange(200))
             name = f"quillon-{stamp(start)}.{number}.log.gz"
             content = b"\xff\xfe" + "".join(lines).encode("utf-16-le")
-            (folder / name).write_bytes(gzip.compress(content, 6))
-        moment += datetime.timedelta(minutes=5)
+            packed = bytearray(gzip.compress(content, 6))
+            if overlapping and run == 1:
+                del packed[len(packed) // 2 :]
+            elif overlapping and run == 2:
+                packed[len(packed) // 2] ^= 0xFF
+            (folder / name).write_bytes(packed)
 
 
 if __name__ == "__main__":

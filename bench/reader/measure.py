@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""Measures the log reader: measure.py WINE PROGRAM BARE FOLDER ROUNDS [NAME=PROGRAM...].
+"""Measures the log reader: measure.py WINE PROGRAM BARE FOLDER OVERLAPPING ROUNDS [NAME=PROGRAM...].
 
-Every round runs each row once, in turn, so that a change of the machine's load hits all of them.
-Prints a Markdown table of medians: elapsed time, and peak memory beyond that of an empty program.
+Every round runs each row once, in turn, so that a change of the machine's load affects all of them.
+Prints a Markdown table of medians: elapsed time, processor time, and peak memory beyond that of an
+empty program.
 """
 
 import gzip
@@ -15,13 +16,13 @@ import time
 
 
 def run(command):
-    """Elapsed seconds and the greatest peak of resident memory of its processes, in KiB."""
+    """Elapsed and processor seconds, and the peak resident memory of its largest process in KiB."""
     began = time.monotonic()
     process = subprocess.Popen(command, stdout=subprocess.DEVNULL, shell=isinstance(command, str))
     _, status, usage = os.wait4(process.pid, 0)
     if os.waitstatus_to_exitcode(status) not in (0, 1):
         sys.exit(f"measure.py: {command} failed with {os.waitstatus_to_exitcode(status)}")
-    return time.monotonic() - began, usage.ru_maxrss
+    return time.monotonic() - began, usage.ru_utime + usage.ru_stime, usage.ru_maxrss
 
 
 def start_of_last(folder):
@@ -36,16 +37,20 @@ def start_of_last(folder):
     return f"{day[:4]}-{day[4:6]}-{day[6:]}T{clock[:2]}:{clock[2:4]}:{clock[4:]}"
 
 
+def windows_path(path):
+    return "Z:" + path.replace("/", "\\")
+
+
 def main():
-    wine, program, bare, folder, rounds = sys.argv[1:6]
-    windows_folder = "Z:" + folder.replace("/", "\\")
+    wine, program, bare, folder, overlapping, rounds = sys.argv[1:7]
+    windows_folder = windows_path(folder)
     rows = {
         "empty program": [wine, bare],
         "bare zlib loop, UTF-8 by the platform": [wine, bare, windows_folder],
         "zcat, iconv, grep": f"zcat {folder}/*.gz | iconv -f UTF-16LE -t UTF-8 | grep -c 'E]'",
     }
     readers = {"": program}
-    readers.update(argument.split("=", 1) for argument in sys.argv[6:])
+    readers.update(argument.split("=", 1) for argument in sys.argv[7:])
     for name, reader in readers.items():
         for label, options in (
             ("everything", []),
@@ -53,21 +58,26 @@ def main():
             ("`-n 5`", ["-n", "5"]),
             ("`--since` the last file", ["--since", start_of_last(folder)]),
         ):
-            rows[f"quillon-log {name} {label}"] = [wine, reader, *options, windows_folder]
+            rows[" ".join(filter(None, ("quillon-log", name, label)))] = [
+                wine, reader, *options, windows_folder]
+    rows["quillon-log everything, 24 processes at the same time, two damaged files"] = [
+        wine, program, windows_path(overlapping)]
     results = {label: [] for label in rows}
     for _ in range(int(rounds)):
         for label, command in rows.items():
             results[label].append(run(command))
-    empty = statistics.median(peak for _, peak in results["empty program"])
-    print("| Row | Elapsed | Lowest to highest | Peak memory beyond the empty program |")
-    print("|---|---|---|---|")
+    empty = statistics.median(peak for *_, peak in results["empty program"])
+    print("| Row | Elapsed | Lowest to highest | Processor time | Peak memory beyond the empty program |")
+    print("|---|---|---|---|---|")
     for label, values in results.items():
-        times = sorted(elapsed for elapsed, _ in values)
-        peak = statistics.median(peak for _, peak in values) - empty
+        times = sorted(elapsed for elapsed, *_ in values)
+        work = statistics.median(work for _, work, _ in values)
+        peak = statistics.median(peak for *_, peak in values) - empty
         print(
             f"| {label} | {statistics.median(times):.2f} s | {times[0]:.2f} to {times[-1]:.2f} s"
-            f" | {peak / 1024:.1f} MiB |"
+            f" | {work:.2f} s | {peak / 1024:.1f} MiB |"
         )
+    print(f"\nLoad of the machine at the end: {os.getloadavg()[0]:.1f}; rounds: {rounds}")
 
 
 if __name__ == "__main__":

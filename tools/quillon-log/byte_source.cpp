@@ -154,7 +154,8 @@ class UnpackedBytes final : public ByteSource {
             return BeginMember();
         }
         if (status_ != Z_OK) {
-            problem_ = L"damaged: it doesn't unpack any further";
+            problem_ = IsAtChecksum() ? L"damaged: its checksum doesn't match"
+                                      : L"damaged: it doesn't unpack any further";
             return false;
         }
         if (stream_.avail_in == 0 && !Fill(0)) {
@@ -162,6 +163,12 @@ class UnpackedBytes final : public ByteSource {
             return false;
         }
         return true;
+    }
+
+    /// Whether all was unpacked and only the checksum or the length after it was wrong.
+    [[nodiscard]] bool IsAtChecksum() const {
+        const std::string_view message = stream_.msg == nullptr ? "" : stream_.msg;
+        return message == "incorrect data check" || message == "incorrect length check";
     }
 
     /// After the end of a member: another one, the end of the file, zeros that fill it up, or what
@@ -181,7 +188,7 @@ class UnpackedBytes final : public ByteSource {
             other = std::string_view(packed_.data(), stream_.avail_in).find_first_not_of('\0');
         }
         if (other != std::string_view::npos) {
-            problem_ = L"damaged: what follows the compressed data isn't gzip and is left out";
+            problem_ = L"damaged: the data after the end of the gzip data was skipped";
         }
         return false;
     }

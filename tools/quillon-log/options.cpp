@@ -131,6 +131,9 @@ class Walk final : public tools::OptionWalk {
             options_.host = Value();
         } else if (Is(L"--cursor-file")) {
             options_.cursorFile = Value();
+            if (options_.cursorFile.empty()) {
+                Fail(L"--cursor-file needs the name of a file");
+            }
         } else if (Is(L"--after-cursor")) {
             options_.afterCursor = Value();
         } else if (Is(L"--color", L"--colour")) {
@@ -198,24 +201,20 @@ class Walk final : public tools::OptionWalk {
             return;
         }
         if (filter.since && filter.until && *filter.since >= *filter.until) {
-            Fail(L"nothing is from --since " + *since_ + L" on and before --until " + *until_);
+            Fail(L"the range is empty: --since " + *since_ + L" isn't before --until " + *until_);
         } else if (options_.follow && filter.until && *filter.until <= now_) {
-            Fail(L"-f shows what is still to come, and --until " + *until_ + L" is over");
+            Fail(L"-f waits for new records, but --until " + *until_ + L" isn't in the future");
         } else if (options_.newestFirst && options_.follow) {
-            Fail(
-                L"-r shows the newest records first and -f waits for newer ones; "
-                L"give one of them");
+            Fail(L"-r can't be combined with -f");
         } else if (options_.newestFirst && options_.HasContext()) {
             Fail(L"-r can't be combined with -A, -B and -C");
         } else if (options_.newestFirst && options_.UsesCursor()) {
-            Fail(
-                L"a cursor goes on to the newest record; it can't be combined with "
-                L"-r");
+            Fail(L"-r can't be combined with a cursor, which moves from old records to new ones");
         } else if (options_.listRuns && (options_.follow || options_.UsesCursor() || readsInput)) {
+            Fail(L"--runs can't be combined with -f, a cursor or standard input");
+        } else if (options_.listRuns && HasRecordOptions()) {
             Fail(
-                L"--runs lists the runs of a folder once; it can't be combined with "
-                L"-f, a cursor or "
-                L"standard input");
+                L"--runs lists whole runs; it can't be combined with -l, -c, -g, -E, -A, -B or -C");
         } else if (options_.listRuns && (options_.run || options_.lastCrash)) {
             Fail(L"--runs lists all runs and --run shows one; give one of them");
         } else if (options_.follow && readsInput) {
@@ -223,12 +222,19 @@ class Walk final : public tools::OptionWalk {
         } else if (filter.isInverted && filter.texts.empty() && filter.patterns.empty()) {
             Fail(L"-v needs a text or pattern to leave out: -g TEXT or -E PATTERN");
         } else if (options_.UsesCursor() && (readsInput || options_.operands.size() > 1)) {
-            Fail(L"a cursor is for one folder");
+            Fail(L"a cursor works with one folder only");
         } else if (options_.UsesCursor() && filter.until) {
-            Fail(L"a cursor goes on to the newest record; it can't be combined with --until");
+            Fail(L"--until can't be combined with a cursor, which moves on to the newest record");
         } else if (options_.afterCursor && !options_.cursorFile.empty()) {
-            Fail(L"--cursor-file and --after-cursor both say where to begin; give one of them");
+            Fail(L"--cursor-file and --after-cursor both set the start; give one of them");
         }
+    }
+
+    /// Whether the options choose single records.
+    [[nodiscard]] bool HasRecordOptions() const {
+        const RecordFilter& filter = options_.filter;
+        return filter.leastLevel || !filter.components.empty() || !filter.texts.empty() ||
+               !filter.patterns.empty() || options_.HasContext();
     }
 
     TimePoint now_;

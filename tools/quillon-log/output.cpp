@@ -85,6 +85,12 @@ void AppendOffset(std::wstring& text, std::chrono::minutes offset) {
     digits(size % 60);
 }
 
+/// Whether a write failed because nobody reads the pipe any more, as after `| head`.
+bool IsClosedPipe(DWORD error) {
+    return error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA ||
+           error == ERROR_PIPE_NOT_CONNECTED;
+}
+
 bool IsConsole(HANDLE handle) {
     DWORD mode = 0;
     return ::GetConsoleMode(handle, &mode) != FALSE;
@@ -299,6 +305,7 @@ bool Output::Flush() {
             AppendUtf8(bytes_, pending_);
             isOpen_ = tools::WriteOutputBytes(bytes_);
         }
+        failure_ = isOpen_ || IsClosedPipe(::GetLastError()) ? ERROR_SUCCESS : ::GetLastError();
     }
     pending_.clear();
     return isOpen_;

@@ -63,11 +63,14 @@ class Output {
     /// Where the next text is appended to; `Appended` then writes it when enough has come together.
     [[nodiscard]] std::wstring& Text() noexcept { return pending_; }
     void Appended();
-    /// Writes all. False once standard output has been closed by its reader.
+    /// Writes all. False once a write has failed; then nothing more is written.
     bool Flush();
     /// Waits until what was written to a file is on the disk.
     void Sync();
     [[nodiscard]] bool IsOpen() const noexcept { return isOpen_; }
+    /// The platform's error if a write failed and the reader of a pipe wasn't the cause; otherwise
+    /// 0.
+    [[nodiscard]] unsigned long Failure() const noexcept { return failure_; }
     /// How many characters were written so far.
     [[nodiscard]] std::size_t Written() const noexcept { return written_; }
     [[nodiscard]] bool IsTerminal() const noexcept { return isTerminal_; }
@@ -75,6 +78,7 @@ class Output {
   private:
     bool isTerminal_;
     bool isOpen_ = true;
+    unsigned long failure_ = 0;
     std::size_t written_ = 0;
     std::wstring pending_;
     std::string bytes_;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "tools/quillon-log/time_point.h"
@@ -17,8 +18,10 @@ struct Problem {
     TimePoint from = TimePoint::min();
     TimePoint until = TimePoint::max();
     // Of logs that were deleted before they were read:
-    std::uint32_t missingFiles = 0;
     bool isGap = false;
+    /// Whole files that are missing; none if that can't be known. 0: the rest of one file.
+    std::optional<std::uint32_t> missingFiles = 0;
+    std::uint64_t lastRecord = 0;  ///< the number of the last record read; 0 if files are missing
 };
 
 using ProblemSink = std::function<void(const Problem&)>;

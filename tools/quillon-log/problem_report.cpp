@@ -12,9 +12,13 @@ bool IsKnown(TimePoint time) {
 }
 
 std::wstring CountOf(const Problem& gap) {
-    return gap.missingFiles == 0   ? L"the rest of the file"
-           : gap.missingFiles == 1 ? L"1 file"
-                                   : std::to_wstring(gap.missingFiles) + L" files";
+    const std::wstring record = std::to_wstring(gap.lastRecord);
+    if (!gap.missingFiles) {
+        return L"all after record " + record + L", with an unknown number of further files";
+    }
+    return *gap.missingFiles == 0   ? L"all after record " + record
+           : *gap.missingFiles == 1 ? L"1 file"
+                                    : std::to_wstring(*gap.missingFiles) + L" files";
 }
 
 std::wstring GapText(const Problem& gap) {
@@ -42,8 +46,9 @@ std::wstring GapJson(const Problem& gap) {
     };
     std::wstring json = L"{\"gap\":{\"file\":";
     AppendJsonText(json, gap.place);
-    return json + L",\"files\":" + std::to_wstring(gap.missingFiles) + L",\"from\":" +
-           time(gap.from) + L",\"until\":" + time(gap.until) + L"}}";
+    json += L",\"files\":" + (gap.missingFiles ? std::to_wstring(*gap.missingFiles) : L"null");
+    json += gap.lastRecord > 0 ? L",\"after\":" + std::to_wstring(gap.lastRecord) : L"";
+    return json + L",\"from\":" + time(gap.from) + L",\"until\":" + time(gap.until) + L"}}";
 }
 
 }  // namespace

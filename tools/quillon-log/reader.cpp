@@ -66,6 +66,7 @@ bool Reader::ReadNew(const RecordSink& sink) {
             AdvanceRun(IdOf(folders_, *reader));
         }
     }
+    knowsEarlierRuns_ = knowsEarlierRuns_ || settings_.keepsPositions;
     return isAnyThere;
 }
 
@@ -121,6 +122,10 @@ void Reader::OpenRun(std::size_t folder, std::size_t first, std::size_t last) {
                       count < FewRuns);
     if (settings_.until) {
         reader->SetUntil(*settings_.until);
+    }
+    const LogFile& firstFile = folders_[folder].Files()[first];
+    if (knowsEarlierRuns_ && firstFile.number > 0 && !positions_.contains(id)) {
+        ReportMissingStart(folders_[folder], firstFile);
     }
     readers_.emplace(id, std::move(reader));
     positions_.erase(id);
@@ -200,6 +205,11 @@ void Reader::BeginAt(Positions positions, bool onlyThese) {
     onlyPositioned_ = onlyThese;
 }
 
+void Reader::BeginAtCursor(Positions positions) {
+    BeginAt(std::move(positions));
+    knowsEarlierRuns_ = true;
+}
+
 /// A run that was not read to its end and has no file any more.
 void Reader::ReportMissingRuns() {
     for (auto entry = positions_.begin(); entry != positions_.end();) {
@@ -214,11 +224,25 @@ void Reader::ReportMissingRuns() {
             gap.place = folder.Path() + folder.NameOf(id.run, position.number);
             gap.text = L"deleted before it was read";
             gap.isGap = true;
+            gap.missingFiles.reset();
+            gap.lastRecord = position.records;
             gap.from = position.time;
             problems_(gap);
         }
         entry = positions_.erase(entry);
     }
+}
+
+/// The numbers of a run's files begin at 0.
+void Reader::ReportMissingStart(const Folder& folder, const LogFile& first) const {
+    Problem gap;
+    gap.place = folder.Path() + folder.NameOf(first.run, 0);
+    gap.text = L"deleted before it was read";
+    gap.isGap = true;
+    gap.missingFiles = first.number;
+    gap.from = first.run.start;
+    gap.until = FirstTimeOf(folder, first).value_or(TimePoint::max());
+    problems_(gap);
 }
 
 Positions Reader::Reached() const {

@@ -57,6 +57,9 @@ class Reader {
     void SkipPresent();
     /// Begins a run at a position, or, for a run without a position, leaves it out if `onlyThese`.
     void BeginAt(Positions positions, bool onlyThese = false);
+    /// Begins each run where a cursor ended. Of a run that is new since, the first files can have
+    /// been deleted; they are reported as a gap.
+    void BeginAtCursor(Positions positions);
     /// Leaves out all other runs.
     void ReadOnly(const RunId& run) { settings_.onlyRun = run; }
     /// From now on no log grows: what is left at the end of a log is its last record.
@@ -82,6 +85,7 @@ class Reader {
     };
 
     void ReportMissingRuns();
+    void ReportMissingStart(const Folder& folder, const LogFile& first) const;
     void OpenDueRuns(std::vector<std::size_t>& next);
     void OpenRun(std::size_t folder, std::size_t first, std::size_t last);
     [[nodiscard]] std::optional<LogPosition> StartOf(const RunId& id, std::size_t first,
@@ -92,6 +96,7 @@ class Reader {
     ReaderSettings settings_;
     ProblemSink problems_;
     bool onlyPositioned_ = false;
+    bool knowsEarlierRuns_ = false;  ///< a run without a position began after an earlier reading
     /// Of runs without a reader.
     Positions positions_;
     std::map<RunId, std::unique_ptr<RunReader>> readers_;

@@ -228,7 +228,7 @@ RunReader::Step RunReader::EndOfData() {
         if (const std::wstring problem = source_->Problem(); !problem.empty()) {
             isDamaged_ = true;
             isClosed_ = true;
-            ReportProblem(problem);
+            damage_ = problem;
         }
     }
     if (!isClosed_) {
@@ -241,7 +241,13 @@ RunReader::Step RunReader::EndOfData() {
     if (!isClosed_) {
         return EndOfOpenLog();
     }
-    return scanner_.Last(record_) ? Step::Record : BeginNextFile();
+    if (scanner_.Last(record_)) {
+        return Step::Record;
+    }
+    if (!damage_.empty()) {
+        ReportProblem(std::exchange(damage_, {}));
+    }
+    return BeginNextFile();
 }
 
 RunReader::Step RunReader::EndOfOpenLog() {
@@ -332,6 +338,7 @@ void RunReader::ReportGap(std::uint32_t missingFiles, TimePoint until) {
     problem.text = L"deleted before it was read";
     problem.isGap = true;
     problem.missingFiles = missingFiles;
+    problem.lastRecord = missingFiles == 0 ? position_.records : 0;
     problem.from = position_.time;
     problem.until = until;
     problems_(problem);

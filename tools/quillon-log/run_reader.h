@@ -127,6 +127,7 @@ class RunReader {
     bool isCompressed_ = false;
     bool isClosed_ = false;  ///< nobody writes to it any more
     bool isDamaged_ = false;
+    std::wstring damage_;         ///< to be reported after the last record
     std::uint64_t heldBack_ = 0;  ///< where the text ends that was held back; 0: none was
 };
 

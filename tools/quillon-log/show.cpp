@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <deque>
+#include <map>
 #include <string>
 #include <utility>
 
@@ -99,6 +100,11 @@ class Show {
             isSaved = SaveCursor();
         }
         ShowCursor();
+        if (output_.Failure() != ERROR_SUCCESS) {
+            WriteError(L"standard output can't be written (error " +
+                       std::to_wstring(output_.Failure()) + L")");
+            return SomethingMissing;
+        }
         if (!options_.follow && (!isThere || reader_.RunCount() == 0)) {
             for (const Folder& folder : reader_.Folders()) {
                 WriteError(folder.Path() +
@@ -114,7 +120,7 @@ class Show {
   private:
     bool LoadCursor() {
         if (!isOneFolder_) {
-            WriteError(L"a cursor is for one folder");
+            WriteError(L"a cursor works with one folder only");
             return false;
         }
         std::wstring cursor = options_.afterCursor.value_or(L"");
@@ -136,7 +142,7 @@ class Show {
                        L": not a cursor of quillon-log");
             return false;
         }
-        reader_.BeginAt(*std::move(positions));
+        reader_.BeginAtCursor(*std::move(positions));
         hasCursor_ = true;
         return true;
     }
@@ -177,11 +183,13 @@ class Show {
             isContextBroken_) {
             output_.Text() += L"--\n";
         }
-        for (const std::wstring& text : context_) {
-            output_.Text() += text;
+        if (!context_.empty()) {
+            for (const std::wstring& text : context_) {
+                output_.Text() += text;
+            }
+            context_.clear();
+            contextSize_ = 0;
         }
-        context_.clear();
-        contextSize_ = 0;
         contextLeft_ = options_.after;
         isContextBroken_ = false;
     }
@@ -217,7 +225,20 @@ class Show {
         if (!hasManyRuns_) {
             return {};
         }
-        return origin.pid ? std::to_wstring(*origin.pid) : origin.folder->RunName(origin.run);
+        return origin.pid ? ProcessTag(*origin.pid, origin) : origin.folder->RunName(origin.run);
+    }
+
+    /// The process id; with the run's name if a run shown before had the same id.
+    std::wstring ProcessTag(std::uint32_t pid, const Origin& origin) {
+        const auto& [folder, run] =
+            firstOfProcess_.emplace(pid, std::pair(origin.folder, origin.run)).first->second;
+        std::wstring tag = std::to_wstring(pid);
+        if (folder != origin.folder) {
+            tag += L' ' + origin.folder->Path() + origin.folder->RunName(origin.run);
+        } else if (run != origin.run) {
+            tag += L' ' + origin.folder->RunName(origin.run);
+        }
+        return tag;
     }
 
     /// False if there is no such run.
@@ -236,7 +257,8 @@ class Show {
         }
         if (index < 0 || index >= count) {
             WriteError(options_.lastCrash ? std::wstring(L"no run has crashed")
-                                          : L"there is no such run; there are " +
+                                          : L"there is no run " + std::to_wstring(*options_.run) +
+                                                (count == 1 ? L"; there is " : L"; there are ") +
                                                 std::to_wstring(count) + L" (see --runs)");
             return false;
         }
@@ -254,26 +276,44 @@ class Show {
 
     void ListAllRuns() {
         const std::vector<RunId> runs = ListRuns(reader_.Folders());
-        const ProblemSink sink = report_.Sink();
+        const auto count = static_cast<std::ptrdiff_t>(runs.size());
         output_.Text() += options_.json ? L"" : RunsHead;
-        for (std::size_t index = 0; index < runs.size() && output_.IsOpen(); ++index) {
-            const Folder& folder = reader_.Folders()[runs[index].folder];
-            const RunKey run = runs[index].run;
-            const RunSummary summary = Summarize(folder, run, sink);
-            const bool isEarly = options_.filter.since && summary.last < *options_.filter.since;
-            const bool isLate = options_.filter.until && run.start >= *options_.filter.until;
-            const auto fromLast =
-                static_cast<std::ptrdiff_t>(index) - static_cast<std::ptrdiff_t>(runs.size());
-            if (isEarly || isLate) {
-                continue;
-            }
-            if (options_.json) {
-                AppendRunJson(output_.Text(), folder, run, summary, fromLast);
+        std::uint64_t left = options_.lastRecords.value_or(runs.size());
+        // The last COUNT are found from the end, as are the newest to be shown first.
+        std::vector<std::wstring> found;
+        const bool isBackward = options_.newestFirst || options_.lastRecords;
+        for (std::ptrdiff_t step = 0; step < count && left > 0 && output_.IsOpen(); ++step) {
+            const std::ptrdiff_t index = isBackward ? count - 1 - step : step;
+            std::wstring line = RunLine(runs[static_cast<std::size_t>(index)], index - count);
+            left -= line.empty() ? 0U : 1U;
+            if (isBackward && !options_.newestFirst) {
+                found.push_back(std::move(line));
             } else {
-                AppendRun(output_.Text(), folder, run, summary, fromLast, options_.clock);
+                output_.Text() += line;
+                output_.Appended();
             }
-            output_.Appended();
         }
+        for (auto line = found.rbegin(); line != found.rend(); ++line) {
+            output_.Text() += *line;
+        }
+    }
+
+    /// A run as --runs shows it; empty if it isn't in the time asked for.
+    std::wstring RunLine(const RunId& id, std::ptrdiff_t fromLast) {
+        const Folder& folder = reader_.Folders()[id.folder];
+        const RunSummary summary = Summarize(folder, id.run, report_.Sink());
+        const bool isEarly = options_.filter.since && summary.last < *options_.filter.since;
+        const bool isLate = options_.filter.until && id.run.start >= *options_.filter.until;
+        std::wstring line;
+        if (isEarly || isLate) {
+            return line;
+        }
+        if (options_.json) {
+            AppendRunJson(line, folder, id.run, summary, fromLast);
+        } else {
+            AppendRun(line, folder, id.run, summary, fromLast, options_.clock);
+        }
+        return line;
     }
 
     bool Passes(const Record& record) const {
@@ -388,7 +428,9 @@ class Show {
     Reader reader_;
     bool isAnyMissing_ = false;
     bool hasManyRuns_ = false;
-    bool hasCursor_ = false;            ///< reading began at a cursor
+    bool hasCursor_ = false;  ///< reading began at a cursor
+    /// The run that was shown first of those with a process id.
+    std::map<std::uint32_t, std::pair<const Folder*, RunKey>> firstOfProcess_;
     std::deque<std::wstring> context_;  ///< records before one that may match
     std::size_t contextSize_ = 0;       ///< in characters
     std::uint32_t contextLeft_ = 0;     ///< so many records after a match are still shown

@@ -283,20 +283,29 @@ std::optional<TimePoint> ParseTime(std::wstring_view text, TimePoint now, Clock 
 }
 
 void AppendTime(std::wstring& text, TimePoint time, wchar_t between, minutes offset) {
-    const SYSTEMTIME parts = ToSystemTime(time + offset);
-    AppendNumber(text, parts.wYear, 4);
-    text += L'-';
-    AppendNumber(text, parts.wMonth, 2);
-    text += L'-';
-    AppendNumber(text, parts.wDay, 2);
-    text += between;
-    AppendNumber(text, parts.wHour, 2);
-    text += L':';
-    AppendNumber(text, parts.wMinute, 2);
-    text += L':';
-    AppendNumber(text, parts.wSecond, 2);
-    text += L'.';
-    AppendNumber(text, parts.wMilliseconds, 3);
+    // Each record goes through here, so the text is put together without any call.
+    const TimePoint shown = time + offset;
+    const auto day = std::chrono::floor<days>(shown);
+    const std::chrono::year_month_day date(day);
+    auto left = static_cast<unsigned>((shown - day).count());
+    std::array<wchar_t, 23> digits{L"0000-00-00 00:00:00.00"};
+    const auto put = [&digits](std::size_t end, unsigned number, std::size_t width) {
+        for (std::size_t index = end; index > end - width; --index) {
+            digits[index - 1] = static_cast<wchar_t>(L'0' + number % 10);
+            number /= 10;
+        }
+    };
+    put(4, static_cast<unsigned>(static_cast<int>(date.year())), 4);
+    put(7, static_cast<unsigned>(date.month()), 2);
+    put(10, static_cast<unsigned>(date.day()), 2);
+    digits[10] = between;
+    put(23, left % 1000, 3);
+    left /= 1000;
+    put(19, left % 60, 2);
+    left /= 60;
+    put(16, left % 60, 2);
+    put(13, left / 60, 2);
+    text.append(digits.data(), digits.size());
 }
 
 void AppendStamp(std::wstring& text, TimePoint time) {

@@ -201,6 +201,34 @@ TEST_F(WrittenLogs, SeveralSources_AreToldApart) {
     EXPECT_THAT(Run(L"-l error --run 1"), testing::Eq("2026-11-20 10:00:02.000 E a: 2\n"));
 }
 
+TEST_F(WrittenLogs, ProcessIdThatComesAgain_IsFollowedByTheRun) {
+    Write(L"quillon-20261120-100000-000.0.log", 0, 100, {L"T1"});
+    Write(L"quillon-20261120-100010-000.0.log", 10, 100, {L"T11"});
+    EXPECT_THAT(Run(L"-g 1"),
+                testing::AllOf(testing::HasSubstr(" [100] T a: 1\n"),
+                               testing::HasSubstr(" [100 quillon-20261120-100010-000] T a: 11\n")));
+}
+
+TEST_F(WrittenLogs, LastRuns_AreListedByCountAndOrder) {
+    WriteTwoRuns();
+    const auto runs = [this](const std::wstring& options) {
+        std::istringstream lines(Run(L"--runs --json " + options));
+        std::string line;
+        std::string numbers;
+        while (std::getline(lines, line)) {
+            const std::size_t begin = line.find(':') + 1;
+            numbers += line.substr(begin, line.find(',') - begin) + ' ';
+        }
+        return numbers;
+    };
+    EXPECT_EQ(runs(L""), "-3 -2 -1 ");
+    EXPECT_EQ(runs(L"-r"), "-1 -2 -3 ");
+    EXPECT_EQ(runs(L"-n 2"), "-2 -1 ");
+    EXPECT_EQ(runs(L"-n 1 -r"), "-1 ");
+    EXPECT_EQ(runs(L"-n 0"), "");
+    EXPECT_EQ(runs(L"-n 1 --until 2026-11-20T10:00:20"), "-2 ");
+}
+
 TEST_F(WrittenLogs, NewestFirst_IsTheOtherWayRound) {
     WriteTwoRuns();
     EXPECT_EQ(Messages(L"-r -n 2"), "End 22 ");

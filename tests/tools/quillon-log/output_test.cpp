@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "framework/system/console.h"
+#include "framework/system/platform.h"
+#include "framework/system/unique_handle.h"
+#include "tests/support/scratch_folder.h"
 
 namespace quillon_log {
 namespace {
@@ -106,6 +109,47 @@ TEST(AppendUtf8, TextOfAllLengths_IsAsThePlatformHasIt) {
             EXPECT_EQ(bytes, "x" + framework::ToUtf8(part)) << begin << ' ' << size;
         }
     }
+}
+
+/// Standard output during a test.
+class OutputTo {
+  public:
+    explicit OutputTo(HANDLE handle) : before_(::GetStdHandle(STD_OUTPUT_HANDLE)) {
+        ::SetStdHandle(STD_OUTPUT_HANDLE, handle);
+    }
+    ~OutputTo() { ::SetStdHandle(STD_OUTPUT_HANDLE, before_); }
+    OutputTo(const OutputTo&) = delete;
+    OutputTo& operator=(const OutputTo&) = delete;
+
+  private:
+    HANDLE before_;
+};
+
+TEST(Output, FailedWrite_IsAFailureWithItsError) {
+    const test::ScratchFolder folder;
+    const auto path = folder.Path() / "read-only";
+    test::WriteFileBytes(path, "x");
+    const framework::FileHandle file(::CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr,
+                                                   OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const OutputTo output(file.Get());
+    Output written;
+    written.Text() += L"text";
+    EXPECT_FALSE(written.Flush());
+    EXPECT_FALSE(written.IsOpen());
+    EXPECT_EQ(written.Failure(), static_cast<unsigned long>(ERROR_ACCESS_DENIED));
+}
+
+TEST(Output, ClosedPipe_EndsTheOutputWithoutAFailure) {
+    HANDLE reader = nullptr;
+    HANDLE writer = nullptr;
+    ASSERT_TRUE(::CreatePipe(&reader, &writer, nullptr, 0));
+    ::CloseHandle(reader);
+    const framework::FileHandle file(writer);
+    const OutputTo output(file.Get());
+    Output written;
+    written.Text() += L"text";
+    EXPECT_FALSE(written.Flush());
+    EXPECT_EQ(written.Failure(), 0U);
 }
 
 }  // namespace

@@ -365,6 +365,63 @@ TEST_F(ReaderTest, FilesDeletedBeforeTheyWereRead_AreAGap) {
     EXPECT_EQ(problems_[0].until, ParseStamp(L"20261120-183030-000"));
 }
 
+TEST_F(ReaderTest, NewRunWhoseFirstFilesWereDeleted_IsAGapToACursor) {
+    WritePlain("quillon-20261120-183000-000.0.log", LogAt({1}));
+    Begin(AtEnd::FinishUnlessOpen);
+    EXPECT_EQ(ReadNew(), Messages{L"1"});
+    const std::wstring cursor = CursorOf(reader_->Reached(), reader_->Folders().front());
+
+    WritePacked("quillon-20261120-183010-000.2.log.gz", LogAt({20}));
+    Begin(AtEnd::FinishUnlessOpen);
+    reader_->BeginAtCursor(ParseCursor(cursor, reader_->Folders().front()).value());
+    EXPECT_EQ(ReadNew(), Messages{L"20"});
+    ASSERT_EQ(problems_.size(), 1U);
+    EXPECT_TRUE(problems_[0].isGap);
+    EXPECT_EQ(problems_[0].missingFiles, 2U);
+    EXPECT_EQ(problems_[0].from, ParseStamp(L"20261120-183010-000"));
+    EXPECT_EQ(problems_[0].until, ParseStamp(L"20261120-183020-000"));
+    // A first reading can't know what there was before it.
+    EXPECT_EQ(Read(), (Messages{L"1", L"20"}));
+    EXPECT_TRUE(problems_.empty());
+}
+
+TEST_F(ReaderTest, NewRunWhoseFirstFilesWereDeleted_IsAGapWhileFollowing) {
+    WritePlain("quillon-20261120-183000-000.0.log", LogAt({1}));
+    Begin(AtEnd::Wait);
+    EXPECT_EQ(Follow(), Messages{L"1"});
+    WritePacked("quillon-20261120-183010-000.1.log.gz", LogAt({20}));
+    EXPECT_EQ(Follow(), Messages{L"20"});
+    ASSERT_EQ(problems_.size(), 1U);
+    EXPECT_EQ(problems_[0].missingFiles, 1U);
+}
+
+TEST_F(ReaderTest, RunThatWasDeletedBeforeItsEndWasRead_IsAGapOfUnknownSize) {
+    const std::string name = "quillon-20261120-183000-000.0.log";
+    WritePlain(name, LogAt({1, 2}));
+    Begin(AtEnd::FinishUnlessOpen);
+    reader_->BeginAt({});
+    static_cast<void>(reader_->ReadNew([](const Record&, const Origin&) { return false; }));
+    const std::wstring cursor = CursorOf(reader_->Reached(), reader_->Folders().front());
+    Remove(name);
+    Begin(AtEnd::FinishUnlessOpen);
+    reader_->BeginAtCursor(ParseCursor(cursor, reader_->Folders().front()).value());
+    EXPECT_TRUE(ReadNew().empty());
+    ASSERT_EQ(problems_.size(), 1U);
+    EXPECT_EQ(problems_[0].missingFiles, std::nullopt);
+    EXPECT_EQ(problems_[0].lastRecord, 1U);
+}
+
+TEST_F(ReaderTest, Damage_IsReportedWithTheLastRecordThatWasRead) {
+    std::string packed = Gzip(LogAt({1, 2, 3}));
+    constexpr std::size_t TrailerSize = 8;  // checksum and length
+    packed[packed.size() - TrailerSize] ^= 1;
+    WritePlain("quillon-20261120-183000-000.0.log.gz", packed);
+    EXPECT_EQ(Read(), (Messages{L"1", L"2", L"3"}));
+    ASSERT_EQ(problems_.size(), 1U);
+    EXPECT_EQ(problems_[0].text, L"damaged: its checksum doesn't match; read up to record 3");
+    EXPECT_EQ(problems_[0].from, ParseStamp(L"20261120-183003-000"));
+}
+
 TEST_F(ReaderTest, Cursor_GoesOnAfterRestartRotationAndCompression) {
     const std::string run = "quillon-20261120-183000-000.";
     WritePlain(run + "0.log", LogAt({1, 2}));
