@@ -4,9 +4,9 @@ rem
 rem   collect.cmd FOLDER [further arguments of quillon-log]
 rem
 rem FOLDER is the host's own, usually on a share: \\collector\spool\%COMPUTERNAME%. It holds
-rem     cursor         where the next run goes on
+rem     cursor         where the next run begins
 rem     part           the output of a run that is under way, or was killed
-rem     *.jsonl        output to be loaded; whoever has loaded a file deletes it
+rem     *.jsonl        output to be loaded; the loader deletes a file that it has loaded
 rem     messages.txt   what quillon-log reported, records that were lost included
 rem
 rem For a task that starts it every minute. It may be killed at any time: what the cursor has passed

@@ -4,7 +4,7 @@
 #   load.sh [--once] [--url URL] [--batch BYTES] SPOOL
 #
 #   SPOOL           holds a folder for each host, in which collect.cmd leaves *.jsonl files
-#   --once          loads what is there and ends; otherwise looks again every five seconds
+#   --once          loads the present files and ends; otherwise checks again every five seconds
 #   --url URL       of the engine's HTTP interface (http://127.0.0.1:8123)
 #   --batch BYTES   size of one insertion (67108864); larger insertions make fewer parts to merge
 #
@@ -54,7 +54,7 @@ send() {
         "$url/?input_format_skip_unknown_fields=1&query=INSERT%20INTO%20quillon.arrivals%20FORMAT%20JSONEachRow") ||
         return 1
     [ "$status" != 200 ] || return 0
-    # The codes for input that can't be parsed. The HTTP status doesn't tell it from an overload.
+    # The codes for input that can't be parsed. The HTTP status is the same for an overload.
     if grep -qE '^Code: (6|25|26|27|33|38|41|72|117)[,.]' "$answer"; then
         return 2
     fi

@@ -73,7 +73,7 @@ class OwnedFileBytes final : public ByteSource {
     FileBytes bytes_;
 };
 
-/// Lets the first bytes be looked at before they are read.
+/// Shows the first bytes before they are read.
 class PeekedBytes final : public ByteSource {
   public:
     explicit PeekedBytes(std::unique_ptr<ByteSource> inner) : inner_(std::move(inner)) {
@@ -119,7 +119,7 @@ class PeekedBytes final : public ByteSource {
 };
 
 /// Unpacks gzip members, one after the other. zlib's own file functions would do, but at a damaged
-/// place they give nothing of what the call has unpacked before it.
+/// place they return nothing of what the call unpacked before it.
 class UnpackedBytes final : public ByteSource {
   public:
     explicit UnpackedBytes(std::unique_ptr<ByteSource> inner) : inner_(std::move(inner)) {
@@ -145,7 +145,7 @@ class UnpackedBytes final : public ByteSource {
     }
 
   private:
-    /// Sees to it that there is a member to unpack, with bytes to unpack it from.
+    /// Makes sure that there is a member to unpack, and packed bytes of it.
     bool CanGoOn() {
         if (!problem_.empty() || isAtEnd_) {
             return false;
@@ -171,8 +171,7 @@ class UnpackedBytes final : public ByteSource {
         return message == "incorrect data check" || message == "incorrect length check";
     }
 
-    /// After the end of a member: another one, the end of the file, zeros that fill it up, or what
-    /// doesn't belong there.
+    /// A member is followed by another one, the end of the file, zeros as padding, or foreign data.
     bool BeginMember() {
         while (stream_.avail_in < GzipMark.size() && Fill(stream_.avail_in)) {
         }

@@ -32,7 +32,8 @@ class ByteSource {
 [[nodiscard]] std::unique_ptr<ByteSource> StandardInputBytes();
 
 /// The UTF-16LE text, byte by byte, of a log that may be compressed and may be UTF-8. Other content
-/// is a problem and gives no bytes. `mustBeCompressed`: bytes that aren't gzip are a problem too.
+/// is reported as a problem and returns no bytes. `mustBeCompressed`: so are bytes that aren't
+/// gzip.
 [[nodiscard]] std::unique_ptr<ByteSource> LogTextOf(std::unique_ptr<ByteSource> file,
                                                     bool mustBeCompressed);
 

@@ -13,7 +13,7 @@
 namespace quillon_log {
 namespace {
 
-// Neither stands in a file name.
+// Not allowed in file names.
 constexpr wchar_t EntryMark = L'/';
 constexpr wchar_t PartMark = L':';
 constexpr std::wstring_view Begin = L"quillon-log-cursor-1";

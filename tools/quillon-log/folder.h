@@ -14,7 +14,7 @@
 
 namespace quillon_log {
 
-/// The operand, and the file's name, that stand for standard input.
+/// Operand and file name of standard input.
 constexpr std::wstring_view StandardInputName = L"-";
 
 /// One start of a process that logs. Two processes can start in the same millisecond, with

@@ -24,8 +24,8 @@ class RecordWriter {
   public:
     explicit RecordWriter(TextStyle style, std::wstring host = {});
 
-    /// Appends a record as a person reads it, with its line feed. `tag` tells the source apart from
-    /// others and can be empty.
+    /// Appends a record as a person reads it, with its line feed. `tag` names the source
+    /// and can be empty.
     void AppendText(std::wstring& text, const Record& record, std::wstring_view tag = {});
 
     /// Appends a record as a JSON object on a line of its own.
@@ -60,7 +60,7 @@ class Output {
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    /// Where the next text is appended to; `Appended` then writes it when enough has come together.
+    /// The buffer to append the next text to. Call `Appended` after that: it writes a full buffer.
     [[nodiscard]] std::wstring& Text() noexcept { return pending_; }
     void Appended();
     /// Writes all. False once a write has failed; then nothing more is written.

@@ -387,7 +387,7 @@ bool Compile(const Node& node, std::vector<Step>& steps, std::size_t& work) {
     return true;
 }
 
-/// The steps at which a search stands at one character.
+/// The steps that a search is in at one character.
 class Places {
   public:
     explicit Places(std::size_t count) : marks_(count) {}
@@ -396,7 +396,7 @@ class Places {
         ++mark_;
         list_.clear();
     }
-    /// False if the step is there already.
+    /// False if the step was added before.
     bool Mark(std::uint32_t step) { return std::exchange(marks_[step], mark_) != mark_; }
     void Add(std::uint32_t step) { list_.push_back(step); }
     [[nodiscard]] const std::vector<std::uint32_t>& List() const noexcept { return list_; }

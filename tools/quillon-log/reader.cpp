@@ -165,7 +165,7 @@ std::optional<LogPosition> Reader::StartOf(const RunId& id, std::size_t first,
     return start;
 }
 
-/// Makes the run's next record ready, or puts the reader away.
+/// Reads the run's next record; without one, closes the reader.
 void Reader::AdvanceRun(const RunId& id) {
     constexpr std::size_t MostOpenFiles = 64;
     const auto found = readers_.find(id);

@@ -37,7 +37,7 @@ struct ReaderSettings {
 
 /// Reads the logs of some folders: all of them, or what came since the last call. Records of
 /// processes that ran at the same time are merged by their time; within a process they stay in
-/// the order of writing. Runs are opened when the merge comes to their start, and only a few files
+/// the order of writing. A run is opened when the merge reaches its start, and only a few files
 /// are open at once, so that memory doesn't grow with the number or size of logs.
 class Reader {
   public:
@@ -48,7 +48,7 @@ class Reader {
     Reader(const Reader&) = delete;
     Reader& operator=(const Reader&) = delete;
 
-    /// Gives the records that were not given before. False if no folder can be read.
+    /// Passes the records that were not read before to `sink`. False if no folder can be read.
     bool ReadNew(const RecordSink& sink);
     /// Lists the folders anew. False if none can be read.
     bool Refresh();
@@ -65,7 +65,7 @@ class Reader {
     /// From now on no log grows: what is left at the end of a log is its last record.
     void Finish() noexcept { settings_.atEnd = AtEnd::Finish; }
 
-    /// Where reading stands: after the record given last, in each run. Needs `keepsPositions`.
+    /// The position in each run, after the record read last. Needs `keepsPositions`.
     [[nodiscard]] Positions Reached() const;
     /// Whether text was held back that may be a whole record: it is if no more comes soon.
     [[nodiscard]] bool HoldsBack() const;
@@ -100,7 +100,7 @@ class Reader {
     /// Of runs without a reader.
     Positions positions_;
     std::map<RunId, std::unique_ptr<RunReader>> readers_;
-    /// Readers with a record at hand that was not given yet; a heap with the earliest in front.
+    /// Readers whose current record was not passed on yet; a heap with the earliest in front.
     std::vector<RunReader*> ready_;
     std::size_t runCount_ = 0;
     std::size_t filesRead_ = 0;  ///< by readers that are gone

@@ -22,7 +22,7 @@ struct Record {
 };
 
 /// Splits the UTF-16LE text of one log into records. A line that doesn't begin with a time belongs
-/// to the record before it. A text of more than 32768 characters is given in pieces of that size,
+/// to the record before it. A text of more than 32768 characters is split into pieces of that size,
 /// so that a file without any line feed needs no more memory than others.
 class RecordScanner {
   public:
@@ -41,13 +41,13 @@ class RecordScanner {
     /// Takes the last record of the log, whole or cut. False if there is none.
     bool Last(Record& record);
 
-    /// The offset of the first byte that belongs to no record given so far.
+    /// The offset of the first byte that belongs to no record returned so far.
     [[nodiscard]] std::uint64_t Consumed() const noexcept { return offset_; }
     /// The offset of the next byte to be added.
     [[nodiscard]] std::uint64_t End() const noexcept { return offset_ + (end_ - begin_ * 2); }
-    /// Whether the text that was not given yet ends in a line feed.
+    /// Whether the text that was not returned yet ends in a line feed.
     [[nodiscard]] bool EndsInLineFeed() const;
-    /// The text that was not given yet.
+    /// The text that was not returned yet.
     [[nodiscard]] std::wstring_view Rest() const;
     /// Gives memory back that the rest doesn't need.
     void Shrink();
@@ -63,7 +63,7 @@ class RecordScanner {
     std::uint64_t offset_ = 0;
     std::optional<TimePoint> time_;  ///< of the rest's first record, if `isTimed_`
     bool isTimed_ = false;
-    bool isPiece_ = false;  ///< the rest goes on with a text that was given in part
+    bool isPiece_ = false;  ///< the rest continues a text that was returned in part
 };
 
 /// Takes the text of one record apart. Text of another shape becomes a message alone.

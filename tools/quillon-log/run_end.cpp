@@ -9,7 +9,7 @@ TimePoint LatestTimeOf(const Folder& folder, std::size_t /*first*/, std::size_t 
     constexpr std::chrono::seconds Inaccuracy(2);
     constexpr int LaterRuns = 4;
     constexpr std::uint64_t SizeOfWorkingRun = 64 * 1024;  // compressed, in bytes
-    constexpr std::size_t MostFiles = 1000;                // that are looked at
+    constexpr std::size_t MostFiles = 1000;                // that are examined
     const std::vector<LogFile>& files = folder.Files();
     const LogFile& file = files[last];
     if (file.plain) {

@@ -8,7 +8,7 @@
 namespace quillon_log {
 
 /// A time after which the run whose files are those from `first` to `last` of the folder has no
-/// record; the latest possible time if the run may still go on.
+/// record; the latest possible time if the process may still run.
 ///
 /// A run whose last file is compressed has ended, no later than that file was written. If the file
 /// was copied and so is younger than its content, the run is taken to have ended when four later

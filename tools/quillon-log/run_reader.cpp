@@ -344,8 +344,8 @@ void RunReader::ReportGap(std::uint32_t missingFiles, TimePoint until) {
     problems_(problem);
 }
 
-/// No record that is missing from this file is later, as far as can be told: the next file of the
-/// run, or else the next start of the same program, comes after it.
+/// The latest time that a missing record of this file can have: the start of the run's next file,
+/// or else the next start of the same program.
 TimePoint RunReader::LatestMissing() const {
     if (const LogFile* next = folder_.NextAfter(run_, position_.number)) {
         return FirstTimeOf(folder_, *next).value_or(TimePoint::max());

@@ -51,7 +51,7 @@ class RunReader {
 
     /// Goes to the next record. False if there is none, for now or for good.
     bool Advance();
-    /// Whether there is no further record, whatever happens.
+    /// Whether no further record can follow.
     [[nodiscard]] bool IsFinished() const noexcept { return isFinished_; }
     /// Whether all was read of a file that nobody writes to.
     [[nodiscard]] bool IsIdle() const { return position_.isQuiet && scanner_.Rest().empty(); }
@@ -82,7 +82,7 @@ class RunReader {
     [[nodiscard]] const std::wstring& LastFile() const noexcept { return path_; }
 
   private:
-    /// What a step of the way to the next record came to.
+    /// Result of a step towards the next record.
     enum class Step { Record, Again, Nothing };
     enum class Opening { Done, Missing, Refused, Shorter };
 

@@ -19,7 +19,7 @@ enum class Ending {
     CutOff,   ///< none of these: ended from outside, or the machine failed
 };
 
-/// What the logs of one run come to.
+/// Summary of the logs of one run.
 struct RunSummary {
     std::optional<std::uint32_t> pid;
     TimePoint last{};                       ///< of the last record
@@ -31,7 +31,7 @@ struct RunSummary {
 /// All runs of the folders, by their start.
 [[nodiscard]] std::vector<RunId> ListRuns(const std::vector<Folder>& folders);
 
-/// Reads the run's logs; with `onlyLastFile` just enough to tell how it ended.
+/// Reads the run's logs; with `onlyLastFile` only the last one, which shows how it ended.
 [[nodiscard]] RunSummary Summarize(const Folder& folder, RunKey run, const ProblemSink& problems,
                                    bool onlyLastFile = false);
 

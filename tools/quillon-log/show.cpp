@@ -217,7 +217,7 @@ class Show {
         }
     }
 
-    /// What tells the sources of records apart, if there is more than one.
+    /// The name of a record's source; empty if there is only one source.
     std::wstring TagOf(const Origin& origin) {
         if (!hasManyRuns_ && !settings_.onlyRun) {
             hasManyRuns_ = reader_.RunCount() > 1;
