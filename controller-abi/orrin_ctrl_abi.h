@@ -1,12 +1,12 @@
-/// The boundary between the service host and the controller library `orrin-ctrl.dll`.
+/// The interface between the service host and the controller library `orrin-ctrl.dll`.
 ///
-/// A library author needs this file and nothing else of the host. It compiles as C11 and as C++11
-/// or later. All records are laid out for 64-bit Windows: little-endian, 8-byte pointers, natural
-/// alignment. The host proves every offset at compile time, and so does whoever includes this file.
+/// A library needs only this file of the host. It compiles as C11 and as C++11 or later. All
+/// records have the layout of 64-bit Windows: little-endian, 8-byte pointers, natural alignment.
+/// Including this file checks every offset at compile time.
 ///
-/// Text is UTF-16 except for names and identifiers, which are 8-bit. All pointers in the records
-/// stay valid, and the records unchanged, from the create call until the free call has returned.
-/// docs/writing-a-controller.md tells the order of calls and the threads they come on.
+/// Text is UTF-16 except for names and identifiers, which are 8-bit. The records are valid and
+/// unchanged from the create call until the free call has returned, as are all their pointers.
+/// docs/writing-a-controller.md describes the order of calls and their threads.
 #ifndef ORRIN_CTRL_ABI_H
 #define ORRIN_CTRL_ABI_H
 
@@ -21,13 +21,13 @@ extern "C" {
 #define ORRIN_STATIC_ASSERT _Static_assert
 #endif
 
-/// What the library's own object, the controller, looks like to the host: the pointer that the
-/// create call stores points straight at this row of functions. There is no table pointer inside.
-/// Each function gets the address of the row and returns a signed code, 0 for success.
+/// The controller, an object of the library. The pointer that the create call stores points
+/// directly at these functions, not at a pointer to a table. Each function receives that pointer
+/// and returns a signed code, 0 for success.
 typedef struct OrrinController OrrinController;
 struct OrrinController {
     int32_t (*LoadAddons)(OrrinController* self);
-    /// Code 3 is the soft failure: the host calls `Deactivate` and the service goes on running.
+    /// Code 3 is the soft failure: the host calls `Deactivate` and the service keeps running.
     int32_t (*Activate)(OrrinController* self);
     int32_t (*NotifyOnStop)(OrrinController* self);
     int32_t (*Deactivate)(OrrinController* self);
@@ -55,8 +55,8 @@ typedef struct QuillonInterfaceHead {
 /// Identifier "quillon_interaction". 56 bytes.
 typedef struct QuillonInteractionInterface {
     QuillonInterfaceHead head;
-    /// Allows the Service Control Manager to stop the service. Any thread, but not before the
-    /// create call has returned, nor once the service has been stopped, which can be a crash.
+    /// Allows the Service Control Manager to stop the service. Any thread. Must not be called
+    /// before the create call has returned or after the service has stopped, which can crash.
     /// Returns 0, or the Win32 error of the failed status report.
     uint32_t (*OrrinEnableServiceStop)(void);
 } QuillonInteractionInterface;
@@ -68,17 +68,18 @@ typedef void (*OrrinPreExceptionCallback)(void* context);
 typedef struct QuillonExceptionInterface {
     QuillonInterfaceHead head;
     /// Replaces the callback that runs before a crash dump is written; null means none. The first
-    /// argument is not read. Any thread. Returns 0. Remove the callback before its code goes away.
+    /// argument is ignored. Any thread. Returns 0. Remove the callback before its code is unloaded.
     uint32_t (*OrrinSetPreExceptionCallback)(void* unused, OrrinPreExceptionCallback callback,
                                              void* context);
     /// Removes the callback. Any thread. Returns 0.
     uint32_t (*OrrinRemovePreExceptionCallback)(void);
 } QuillonExceptionInterface;
 
-/// The library's object that takes the host's interfaces: a row of functions like the controller.
+/// An object of the library that receives the host's interfaces. Has the same form as the
+/// controller.
 typedef struct OrrinInterfaceRegistrar OrrinInterfaceRegistrar;
 struct OrrinInterfaceRegistrar {
-    /// Takes one interface of the host; `interfaceHead` is the address of the whole interface
+    /// Receives one interface of the host; `interfaceHead` is the address of the whole interface
     /// record. Returns 0 for success.
     uint32_t (*RegisterInterface)(OrrinInterfaceRegistrar* self, OrrinHostComponent* component,
                                   QuillonInterfaceHead* interfaceHead);
@@ -87,27 +88,26 @@ struct OrrinInterfaceRegistrar {
 /// The levels of `OrrinLoggingCallback`. Every other value is logged as verbose.
 enum { ORRIN_LOG_TRACE = 0, ORRIN_LOG_WARNING = 1, ORRIN_LOG_ERROR = 2 };
 
-/// Writes one line to the host's log. Any thread. The first argument is not read. `component` may
-/// be null, which names the host's own; a null `message` writes nothing. The text is never read as
-/// a format.
+/// Writes one line to the host's log. Any thread. The first argument is ignored. A null `component`
+/// means the host itself; a null `message` writes nothing. `message` is never used as a format.
 typedef void (*OrrinLoggingCallbackFunction)(void* unused, uint32_t level, const wchar_t* component,
                                              const wchar_t* message);
 
-/// What the host hands to the library. 80 bytes.
+/// What the host passes to the library. 80 bytes.
 typedef struct OrrinControllerParams {
     uint32_t version;  ///< 2 for a controller, 0 for `OrrinBootstrap`
     uint32_t zero4;
     OrrinLoggingCallbackFunction OrrinLoggingCallback;
-    /// Forces the log file to disk. Any thread.
+    /// Flushes the log file to disk. Any thread.
     void (*LogFlush)(void);
     uint64_t zero24;
-    /// Reports that the service cannot go on: the service is told to be stopped with error 713. Any
-    /// thread, but not before the create call has returned, nor once the service has been stopped,
-    /// which can be a crash. Nothing of the library is called.
+    /// Reports that the service can't continue: its state becomes stopped, with error 713. Any
+    /// thread. Must not be called before the create call has returned or after the service has
+    /// stopped, which can crash. Calls nothing in the library.
     void (*OrrinInterruptCallback)(void);
     uint64_t zero40;
     /// Asks the host to register its two interfaces with `registrar`; `context` is the field below.
-    /// The second and third argument are not read. Returns the code of the second registration.
+    /// The second and third argument are ignored. Returns the code of the second registration.
     uint32_t (*RegisterHostComponentEntry)(OrrinInterfaceRegistrar* registrar, void* second,
                                            void* third, void* context);
     void* context;
@@ -115,7 +115,7 @@ typedef struct OrrinControllerParams {
     uint64_t zero72;
 } OrrinControllerParams;
 
-/// The controller parameters' version as a controller and as `OrrinBootstrap` gets them.
+/// `OrrinControllerParams::version` for a controller and for `OrrinBootstrap`.
 enum { ORRIN_PARAMS_VERSION_CONTROLLER = 2, ORRIN_PARAMS_VERSION_BOOTSTRAP = 0 };
 
 /// The code of `Activate` that leaves the service running with a deactivated controller.
@@ -184,7 +184,7 @@ ORRIN_CTRL_API int32_t OrrinCreateComponentModelController(OrrinControllerParams
 /// Frees the controller; called exactly once if the create call returned 0, else never.
 ORRIN_CTRL_API int32_t OrrinFreeComponentModelController(OrrinController* controller);
 
-/// Does the unpack job. Of `params` only the log sink is set; the result is not read.
+/// Unpacks the archives. Of `params` only the log sink is set; the result is ignored.
 ORRIN_CTRL_API int32_t OrrinBootstrap(OrrinControllerParams* params);
 
 #ifdef __cplusplus

@@ -12,7 +12,7 @@ Actions ParseBody(ScriptWords& words) {
     return {ParseAction(words, ActionPlace::Elsewhere)};
 }
 
-/// The word `default` stands for this library's own name; in quotes it is a text like any other.
+/// The word `default` means this library's own name, unless it is quoted.
 std::optional<std::wstring> ParseComponent(ScriptWords& words) {
     if (words.Peek() == L"default") {
         words.Word(L"the component");
@@ -41,7 +41,7 @@ Action ParseLog(ScriptWords& words) {
     return {line};
 }
 
-/// Taken as it stands: the backslash in Local\NAME is no escape.
+/// Not unescaped: the backslash in Local\NAME isn't an escape.
 std::wstring EventName(ScriptWords& words) {
     return std::wstring(words.Word(L"the event's name"));
 }
@@ -113,7 +113,7 @@ Action ParseThreads(ScriptWords& words) {
     return {StartThreads{count, true, ParseBody(words)}};
 }
 
-/// A thread of its own that first waits in some way.
+/// A thread that waits first.
 Action ThreadThatStartsWith(Action wait, ScriptWords& words) {
     Action then = ParseAction(words, ActionPlace::Elsewhere);
     return {StartThreads{1, true, {std::move(wait), std::move(then)}}};

@@ -9,14 +9,14 @@
 
 namespace dev_controller {
 
-/// Where an action stands. Directly at a point it may decide what the call gives back; anywhere
-/// else (a thread, a routine, a callback) there is no call to answer.
+/// The context of an action. Directly at a point it may set the result of the call; elsewhere (a
+/// thread, a routine, a callback) there is no call to return from.
 enum class ActionPlace { Point, Create, Elsewhere };
 
-/// Reads one action up to the end of the line. A mistake is left in `words`.
+/// Parses one action up to the end of the line. `words` keeps the error.
 [[nodiscard]] Action ParseAction(ScriptWords& words, ActionPlace place);
 
-/// `N`, `N+`, `N-M` or `every`. Null if the text is none of these.
+/// Parses `N`, `N+`, `N-M` or `every`; nothing on an error.
 [[nodiscard]] std::optional<CallRange> ParseCallRange(std::wstring_view text);
 
 }  // namespace dev_controller

@@ -5,22 +5,22 @@ namespace dev_controller {
 
 enum class ControllerCall { Load, Activate, Notify, Deactivate };
 
-/// The order in which a host may call a controller. Pure: it knows what was called, not what the
-/// controller did.
+/// The order in which a host may call a controller. Tracks the calls only, not what the controller
+/// did.
 ///
-/// A stop may overtake a start (a shutdown does not wait for it), so a notification is in order
-/// from the loading on, and an activation after it is refused. After a failed activation the host
-/// deactivates at once, and once more when the service stops.
+/// A stop can overtake a start, because a shutdown doesn't wait for it. So NotifyOnStop is allowed
+/// from LoadAddons on, and Activate is refused after it. After a failed Activate the host calls
+/// Deactivate immediately, and again when the service stops.
 class CallOrder {
   public:
-    /// Null if the call is in order now, else why it is not. Changes nothing.
+    /// Returns null if the call is allowed now, else the reason.
     [[nodiscard]] const wchar_t* Objection(ControllerCall call) const;
 
-    /// The call was in order and the controller did it.
+    /// Records an allowed call that the controller has executed.
     void Done(ControllerCall call);
 
     [[nodiscard]] bool IsActive() const { return state_ == State::Active; }
-    /// Why a free call is worth a warning now, or null. A free call is never refused.
+    /// Returns the warning for a free call now, or null. A free call is never refused.
     [[nodiscard]] const wchar_t* FreeRemark() const;
 
   private:

@@ -13,7 +13,7 @@ constexpr DWORD ChatterPause = 10;
 constexpr std::uint32_t JobsPerFlush = 4;
 constexpr std::uint32_t PrimesPerJob = 20000;
 
-/// A bit of honest work: counts the primes from `first` to `first + PrimesPerJob - 1`.
+/// Work for the processor: counts the primes from `first` to `first + PrimesPerJob - 1`.
 std::uint32_t CountPrimes(std::uint32_t first) {
     std::uint32_t primes = 0;
     for (std::uint32_t number = std::max(first, 2U); number < first + PrimesPerJob; ++number) {
@@ -26,7 +26,7 @@ std::uint32_t CountPrimes(std::uint32_t first) {
     return primes;
 }
 
-/// A line of the length asked for that can be told from every other one.
+/// A unique line of the requested length.
 std::wstring ChatterLine(std::uint32_t thread, std::uint32_t line, std::uint32_t length) {
     std::wstring text = L"thread " + std::to_wstring(thread) + L" line " + std::to_wstring(line);
     text.resize(length, L'.');
@@ -74,7 +74,7 @@ void Components::Worker() {
     host_.Log(Level::Trace, Name, L"started");
     std::uint32_t jobs = 0;
     while (!StoppedWithin(WorkerPause)) {
-        // The range comes round again, so that a run of days does not overflow the numbers.
+        // Starts again from the beginning, so that a run of days doesn't overflow.
         const std::uint32_t first = jobs % 1000 * PrimesPerJob;
         const std::uint32_t primes = CountPrimes(first);
         ++jobs;

@@ -9,19 +9,19 @@
 
 namespace dev_controller {
 
-/// The components that the healthy library keeps alive, each on a thread of its own: a heartbeat, a
-/// worker and, if asked for, threads that fill the log.
+/// The components of the healthy library, each on its own thread: a heartbeat, a worker and, on
+/// request, threads that fill the log.
 class Components {
   public:
     Components(HostLink& host, std::optional<Chatter> chatter);
     Components(const Components&) = delete;
     Components& operator=(const Components&) = delete;
 
-    /// Returns 0 or the error of the thread that could not be started; the others run all the same.
+    /// Returns 0, or the error of a thread that could not be started; the others run anyway.
     [[nodiscard]] DWORD Start();
 
-    /// Ends the components and waits for their threads. Returns false if one is still running after
-    /// ten seconds. Calling it again does nothing.
+    /// Stops the components and waits for their threads. Returns false if one is still running
+    /// after ten seconds. Calling it again does nothing.
     bool Stop();
 
   private:

@@ -31,7 +31,7 @@ void WriteUnmapped() {
     *static_cast<volatile int*>(UnmappedInt()) = 1;
 }
 
-/// Calls machine code in a page of its own. The crash inside is meant, so nothing is freed.
+/// Calls machine code in its own page. The call crashes, so nothing is freed.
 void CallBytes(std::initializer_list<unsigned char> code, DWORD protection) {
     void* page = VirtualAlloc(nullptr, code.size(), MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
     if (page == nullptr) {
@@ -52,7 +52,7 @@ void ReadMisaligned() {
     CallBytes({0x0F, 0x28, 0x44, 0x24, 0x01, 0xC3}, PAGE_EXECUTE_READ);
 }
 
-/// The crash is meant, so nothing is freed.
+/// The call crashes, so nothing is freed.
 void ReadGuardPage() {
     const auto* page = static_cast<volatile char*>(
         VirtualAlloc(nullptr, 1, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE | PAGE_GUARD));
@@ -82,7 +82,7 @@ void FailFast() {
     CallBytes({0xB9, 0x07, 0x00, 0x00, 0x00, 0xCD, 0x29}, PAGE_EXECUTE_READ);
 }
 
-/// The run-time library divides: a check that is compiled into this file cannot step in.
+/// The run-time library divides, so that a check compiled into this file can't intercept it.
 void DivideByZero() {
     const volatile int quotient = std::div(1, zero).quot;
     static_cast<void>(quotient);
@@ -110,7 +110,7 @@ struct Expected {
     DWORD code;
 };
 
-/// The exception that `RaiseAndContinue` raises at the moment; one such action at a time.
+/// The exception that `RaiseAndContinue` is raising; only one such action at a time.
 Expected expected = {};
 
 LONG CALLBACK ContinueExpected(EXCEPTION_POINTERS* pointers) {
@@ -119,8 +119,8 @@ LONG CALLBACK ContinueExpected(EXCEPTION_POINTERS* pointers) {
     return mine ? EXCEPTION_CONTINUE_EXECUTION : EXCEPTION_CONTINUE_SEARCH;
 }
 
-/// Handles by a vectored handler at the end of the chain: not every compiler for this target has
-/// frame handlers for codes that are not C++ exceptions.
+/// Uses the last vectored handler, because not every compiler for this target has frame handlers
+/// for codes other than C++ exceptions.
 void RaiseAndContinue(DWORD code, std::uint32_t count) {
     expected = {GetCurrentThreadId(), code};
     void* handler = AddVectoredExceptionHandler(0, ContinueExpected);

@@ -14,13 +14,13 @@ enum class CrashKind {
     Divide,          ///< divides an integer by zero
     Overflow,        ///< divides the least integer by -1
     Illegal,         ///< executes an undefined instruction
-    Privileged,      ///< executes an instruction of the operating system's
-    Breakpoint,      ///< runs into a breakpoint without a debugger
-    Cpp,             ///< throws a C++ exception that nobody catches
+    Privileged,      ///< executes a privileged instruction
+    Breakpoint,      ///< hits a breakpoint without a debugger
+    Cpp,             ///< throws a C++ exception that isn't caught
     Raise,           ///< raises `code`
-    HeapCorruption,  ///< raises what the platform's heap raises when it finds itself broken
-    StackOverflow,   ///< recurses until the stack is used up
-    FailFast,        ///< asks the platform to end the process without any filter
+    HeapCorruption,  ///< raises the exception of a corrupted heap
+    StackOverflow,   ///< recurses until the stack overflows
+    FailFast,        ///< terminates the process without any filter
     Handled,         ///< raises and handles `count` exceptions; the only kind that returns
 };
 
@@ -32,8 +32,8 @@ struct CrashRequest {
     bool continuable = false;  ///< `Raise` only
 };
 
-/// Does what is asked on the calling thread. Must not be called from a function that is noexcept,
-/// because an exception that has to reach the process's filter would end there instead.
+/// Crashes on the calling thread. Must not be called within a `noexcept` function, where the
+/// exception would terminate the process before it reaches the exception filter.
 void Crash(const CrashRequest& request);
 
 }  // namespace dev_controller

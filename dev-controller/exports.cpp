@@ -1,4 +1,4 @@
-// The module's entry point and the three exports. They only hand over.
+// The module's entry point and the three exports, which only forward to `Library`.
 #define ORRIN_CTRL_EXPORTS
 #include "controller-abi/orrin_ctrl_abi.h"
 #include "dev-controller/library.h"

@@ -7,7 +7,7 @@
 
 namespace dev_controller {
 
-/// Owns an event, mutex, thread or file handle. Null and INVALID_HANDLE_VALUE both mean none.
+/// Owns an event, mutex, thread or file handle. Null and INVALID_HANDLE_VALUE both mean empty.
 class Handle {
   public:
     Handle() = default;
@@ -34,7 +34,7 @@ class Handle {
     HANDLE handle_ = nullptr;
 };
 
-/// Holds a slim lock for writing as long as it lives.
+/// Holds a slim lock exclusively for its lifetime.
 class ExclusiveLock {
   public:
     explicit ExclusiveLock(SRWLOCK& lock) : lock_(lock) { AcquireSRWLockExclusive(&lock_); }

@@ -32,7 +32,7 @@ std::int32_t HealthyController::Create() {
     return 0;
 }
 
-/// One line of each level, so that whoever reads the log or sets its mask sees what they look like.
+/// Logs one line of each level, as an example of the log and its mask.
 void HealthyController::ShowLevels() {
     host_.Log(Level::Warning, L"this is what a warning looks like; all is well");
     host_.Log(Level::Error, L"this is what an error looks like; all is well");
@@ -71,7 +71,7 @@ std::int32_t HealthyController::Activate() {
 void HealthyController::AskForStopPermission() {
     const auto result = host_.EnableStop();
     if (result && *result != 0) {
-        // So it is in a console run, which has no service manager.
+        // Normal in a console run, which has no service manager.
         host_.Log(Level::Warning,
                   L"the service manager was not told that a stop is allowed, error " +
                       std::to_wstring(*result));

@@ -12,7 +12,7 @@
 
 namespace dev_controller {
 
-/// The codes of a library that was called in a way that it refuses.
+/// The codes for refused calls.
 enum RefusalCode : std::int32_t {
     RefusedOrder = 0x51,
     RefusedObject = 0x52,
@@ -21,7 +21,7 @@ enum RefusalCode : std::int32_t {
     BrokenScript = 0x5C,
 };
 
-/// What the library does by itself: it loads, keeps two components alive and ends them in order.
+/// The library's behaviour without a script: loads, runs two components, and ends them in order.
 class HealthyController {
   public:
     HealthyController(HostLink& host, std::optional<Chatter> chatter, std::uint32_t firstResult,
@@ -38,8 +38,8 @@ class HealthyController {
     [[nodiscard]] std::int32_t Bootstrap();
 
   private:
-    /// Claims the call in the order: two threads cannot both be let in. Returns the refusal's code,
-    /// or 0 after the call was noted as done.
+    /// Checks and records a call in one step, so that two threads can't both pass. Returns the code
+    /// of a refusal, or 0 after recording the call.
     std::int32_t Enter(ControllerCall call, const wchar_t* name);
     void ShowLevels();
     void AskForStopPermission();

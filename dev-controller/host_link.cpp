@@ -103,7 +103,7 @@ std::optional<std::uint32_t> HostLink::RegisterInterfaces(std::uint32_t firstRes
         Unavailable("register");
         return std::nullopt;
     }
-    // The host calls back only while its function runs, so the registrar may live here.
+    // The host calls back only during this call, so a local registrar is safe.
     Registrar registrar = {{&RegisterInterface}, this, {firstResult, secondResult}, 0};
     TranscriptLine before = Before("register");
     transcript_.Write(before.Pointer("registrar", &registrar).Pointer("context", params->context));

@@ -11,7 +11,7 @@
 
 namespace dev_controller {
 
-/// The levels of the host's log sink. The fourth is one of the "every other" values.
+/// The levels of the host's log sink. The fourth stands for all other values.
 enum class Level : std::uint32_t {
     Trace = ORRIN_LOG_TRACE,
     Warning = ORRIN_LOG_WARNING,
@@ -19,18 +19,18 @@ enum class Level : std::uint32_t {
     Verbose = 3
 };
 
-/// All that the library calls in the host, each call written into the transcript with its result.
-/// A call for which the host gave no function, or which comes outside the time in which the host
-/// may be called, is not made and gives null. All members may be called from any thread.
+/// All calls to the host. Each is written to the transcript with its result. A call without a
+/// function, or at a time when the host must not be called, is skipped and returns null.
+/// Thread-safe.
 class HostLink {
   public:
     explicit HostLink(Transcript& transcript) : transcript_(transcript) {}
 
     void Connect(OrrinControllerParams* params);
-    /// The host's records are about to go away: no call is made any more.
+    /// Ends all calls to the host, before its records become invalid.
     void Disconnect();
 
-    /// Null texts are handed over as they are.
+    /// Null texts are passed unchanged.
     void Log(std::uint32_t level, const wchar_t* component, const wchar_t* text);
     void Log(Level level, const std::wstring& text);
     void Log(Level level, const wchar_t* component, const std::wstring& text);
@@ -45,8 +45,8 @@ class HostLink {
     [[nodiscard]] const OrrinControllerParams* Params() const { return params_.load(); }
 
   private:
-    /// The library's side of a registration; the row of functions must come first, because the host
-    /// hands its address back.
+    /// The library's side of a registration. The functions must be the first member, because the
+    /// host passes their address back.
     struct Registrar {
         OrrinInterfaceRegistrar row;
         HostLink* link;

@@ -14,8 +14,8 @@ namespace {
 constexpr std::size_t SlotCount = 32;
 constexpr std::size_t ArgumentCount = 12;
 using Arguments = std::array<std::uint64_t, ArgumentCount>;
-/// On this processor a function's integer arguments lie in the same places whatever their number,
-/// and the caller cleans up: too many handed on are not noticed.
+/// On x64 integer arguments have fixed places, whatever their number, and the caller cleans up. So
+/// passing too many arguments is harmless.
 using AnyFunction = std::uint64_t(WINAPI*)(std::uint64_t, std::uint64_t, std::uint64_t,
                                            std::uint64_t, std::uint64_t, std::uint64_t,
                                            std::uint64_t, std::uint64_t, std::uint64_t,
@@ -28,8 +28,8 @@ struct Slot {
     std::atomic<std::uint32_t> calls = 0;
 };
 
-/// Written before the imports are replaced, read afterwards; never destroyed, as calls come until
-/// the process has ended.
+/// Written before the imports are replaced and read afterwards. Never destroyed, because calls
+/// continue until the process ends.
 std::array<Slot, SlotCount>& slots = *new std::array<Slot, SlotCount>;
 Transcript* transcript = nullptr;
 RunActions& runActions = *new RunActions;
@@ -40,7 +40,7 @@ std::uint64_t CallOriginal(const Slot& slot, const Arguments& a) {
     return slot.original(a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8], a[9], a[10], a[11]);
 }
 
-/// Reads through the platform, because the argument need not be a pointer at all.
+/// Reads with ReadProcessMemory, because the argument may not be a pointer.
 std::wstring TextAt(std::uint64_t address) {
     constexpr std::size_t MaximumLength = 1024;
     std::wstring text;
@@ -93,7 +93,7 @@ void TraceLeave(const Slot& slot, std::uint32_t call, const Result& result) {
     transcript->Write(line);
 }
 
-/// Before the call, because after SERVICE_STOPPED the process may be gone.
+/// Called before the import, because the process may end after SERVICE_STOPPED.
 void WriteStatus(std::uint32_t call, const SERVICE_STATUS& status) {
     TranscriptLine line("status", "report");
     line.Number("report-number", call)
@@ -205,7 +205,7 @@ std::wstring Widen(const std::string& ascii) {
     return std::wstring(ascii.begin(), ascii.end());
 }
 
-/// The slots in use stand at the front. Null if there are too many functions.
+/// Slots in use come first. Null if there are too many functions.
 Slot* SlotFor(const std::string& function) {
     for (Slot& slot : slots) {
         if (slot.function.empty() || slot.function == function) {
@@ -246,7 +246,7 @@ std::uint64_t FailureResult(const std::string& function, std::uint32_t error) {
         std::any_of(std::begin(AllBitsFunctions), std::end(AllBitsFunctions), is)) {
         return Failed32;
     }
-    // The registry's functions give back the error itself.
+    // Registry functions return the error itself.
     return function.starts_with("Reg") && !function.starts_with("Register") ? error : 0;
 }
 

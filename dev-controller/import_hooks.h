@@ -14,18 +14,17 @@ namespace dev_controller {
 /// Runs the body of a `before-import` line on the calling thread.
 using RunActions = std::function<void(const Actions&)>;
 
-/// Replaces the executable's imports that the rules name, so that chosen calls fail, are written
-/// down or are preceded by actions. At most 32 functions with at most 12 integer or pointer
-/// arguments each. Once a process; `transcript` must live as long as the process. Returns what is
-/// wrong, or null.
+/// Replaces the executable's imports named by the rules, so that chosen calls fail, are recorded or
+/// run actions first. At most 32 functions with at most 12 integer or pointer arguments each. Call
+/// once; `transcript` must live as long as the process. Returns an error text, or null.
 ///
-/// While the actions of a rule run, further calls on the same thread go straight through and are
-/// not counted: an action may log, and logging may call the function that the rule is for.
+/// During the actions of a rule, calls on the same thread are neither changed nor counted: an
+/// action may log, and logging may call the rule's function.
 [[nodiscard]] std::optional<std::wstring> InstallImportHooks(const std::vector<ImportRule>& rules,
                                                              Transcript& transcript,
                                                              RunActions runActions);
 
-/// What `function` gives back when it fails with `error`, unless a rule says otherwise.
+/// The default result of `function` when it fails with `error`.
 [[nodiscard]] std::uint64_t FailureResult(const std::string& function, std::uint32_t error);
 
 }  // namespace dev_controller

@@ -31,7 +31,7 @@ bool Names(HMODULE module, const IMAGE_THUNK_DATA& entry, const char* function) 
     return std::strcmp(reinterpret_cast<const char*>(byName->Name), function) == 0;
 }
 
-/// The name list and the address list of a descriptor run in step; the loader overwrote the second.
+/// A descriptor's name list and address list have the same order; the loader overwrote the second.
 void** FindIn(HMODULE module, const IMAGE_IMPORT_DESCRIPTOR& descriptor, const char* function) {
     if (descriptor.OriginalFirstThunk == 0) {
         return nullptr;

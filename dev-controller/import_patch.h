@@ -3,13 +3,13 @@
 
 namespace dev_controller {
 
-/// The word of the executable's import table that holds the address of `function`, whichever
-/// library the executable imports it from. Null if the executable does not import it by name.
+/// The entry of the executable's import table for `function`, from any library. Null if the
+/// executable doesn't import it by name.
 [[nodiscard]] void** FindExecutableImport(const char* function);
 
-/// Puts `replacement` into an import table word. Returns the address that stood there, or null if
-/// the page could not be made writable, with nothing changed. Only calls that are made from then on
-/// see the replacement; a module other than the executable has a table of its own.
+/// Writes `replacement` to an import table entry. Returns the previous address; null, with nothing
+/// changed, if the page can't be made writable. Only later calls use the replacement. Other modules
+/// have their own tables.
 [[nodiscard]] void* ReplaceImport(void** word, void* replacement);
 
 }  // namespace dev_controller

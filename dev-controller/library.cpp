@@ -14,7 +14,7 @@ namespace {
 
 constexpr DWORD CloseLimit = 10000;
 constexpr DWORD ReportLimit = 5000;
-/// An unpacking is over when its threads are; a script that never ends is broken off.
+/// Unpacking ends with its threads; a script that doesn't end in this time is aborted.
 constexpr DWORD BootstrapLimit = 60000;
 
 void WriteSentReport(Transcript& transcript, const SERVICE_STATUS& status, bool success,
@@ -26,7 +26,7 @@ void WriteSentReport(Transcript& transcript, const SERVICE_STATUS& status, bool 
                          .Number("error", error));
 }
 
-/// Known to the remedy's callback, which has no context of its own.
+/// For the remedy's callback, which has no context argument.
 Transcript* reportTranscript = nullptr;
 
 void OnReportSent(const SERVICE_STATUS& status, bool success, DWORD error) {
@@ -79,8 +79,7 @@ bool Library::Attach(HMODULE module) {
     return player_->PlayPoint(Point::Attach).code.value_or(0) == 0;
 }
 
-/// After this the script can be played. The imports are replaced here, before the executable's own
-/// code runs for the first time.
+/// Prepares the script and replaces the imports, before any code of the executable runs.
 std::optional<std::wstring> Library::Prepare() {
     if (!script_.transcript.empty()) {
         if (const std::uint32_t error = transcript_.Open(script_.transcript)) {
@@ -172,7 +171,7 @@ std::int32_t Library::CreateChecked(OrrinControllerParams* params,
     if (code == 0) {
         *controllerOut = outcome.nullController ? nullptr : &row_;
     } else {
-        // After a failed create call the host will not call again, and may not be called.
+        // After a failed create call the host makes no more calls and must not be called.
         host_.Disconnect();
         created_ = false;
     }

@@ -18,14 +18,14 @@
 
 namespace dev_controller {
 
-/// The whole library: what the three exports and the module's entry point stand for. It writes each
-/// call into the transcript and answers it with the script, the healthy controller, or both.
+/// Implements the three exports and the module's entry point. Writes each call to the transcript
+/// and handles it with the script, the healthy controller, or both.
 class Library {
   public:
-    /// Made at the first call and never destroyed: host and crash may call until the process ends.
+    /// Created by the first call and never destroyed: the host may call until the process ends.
     static Library& Instance();
 
-    /// False keeps the process from starting.
+    /// False makes the process start fail.
     [[nodiscard]] bool Attach(HMODULE module);
     void Detach(bool processEnds);
 
@@ -44,13 +44,13 @@ class Library {
     static std::int32_t NotifyOnStop(OrrinController* self);
     static std::int32_t Deactivate(OrrinController* self);
 
-    /// One of the four calls of the controller's row.
+    /// One of the controller's four functions.
     std::int32_t Serve(const char* name, Point point, HealthyStep step, OrrinController* self);
-    /// The script's answer, else the healthy controller's, else 0.
+    /// Returns the script's result, else the healthy controller's, else 0.
     std::int32_t Answer(Point point, HealthyStep step, Outcome& outcome);
     std::int32_t CreateChecked(OrrinControllerParams* params, OrrinController** controllerOut);
     std::optional<std::wstring> Prepare();
-    /// Tells of a script that cannot be played, on every channel that there is.
+    /// Reports an invalid script on every available channel.
     void TellBrokenScript();
     void WriteEnter(const char* call, const void* argument);
     std::int32_t WriteLeave(const char* call, std::int32_t code);
@@ -58,9 +58,9 @@ class Library {
     Transcript transcript_;
     HostLink host_;
     Script script_;
-    std::wstring brokenScript_;  ///< empty: the script is sound
+    std::wstring brokenScript_;  ///< the error; empty if the script is valid
     std::optional<ScriptPlayer> player_;
-    std::optional<HealthyController> healthy_;  ///< only if the script wants it
+    std::optional<HealthyController> healthy_;  ///< if the script enables it
     OrrinController row_;
     std::atomic<bool> created_ = false;
 };

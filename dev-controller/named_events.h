@@ -8,12 +8,11 @@
 
 namespace dev_controller {
 
-/// Events that the outside can set and wait for by name. An event that does not exist yet is made,
-/// not signalled and with manual reset, and kept until the process ends, so that a set event is
-/// still set for whoever opens it later.
+/// Named events for synchronization with other processes. A missing event is created unsignaled,
+/// with manual reset, and kept until the process ends, so that it stays set for later openers.
 class NamedEvents {
   public:
-    /// Null if the platform refuses the name; the last error says why.
+    /// Null on failure; the last error has the reason.
     [[nodiscard]] HANDLE Get(const std::wstring& name);
 
   private:

@@ -1,5 +1,5 @@
-// The only place of this library that includes <windows.h>. The library stands for one that is
-// built elsewhere, so it shares nothing with the host but the boundary header.
+// The only file of this library that includes <windows.h>. The library shares only the boundary
+// header with the host, like a library built elsewhere.
 #ifndef DEV_CONTROLLER_PLATFORM_H
 #define DEV_CONTROLLER_PLATFORM_H
 

@@ -1,5 +1,5 @@
-// A program that just waits. The host's console run copies it, starts the copy so that whoever
-// watches process starts sees one, and ends it.
+// A program that only waits. The host's console run starts a copy of it, as a process start for
+// monitoring software to see, and ends it.
 #include "dev-controller/platform.h"
 
 int main() {

@@ -108,7 +108,7 @@ void WriteInterface(Transcript& transcript, const QuillonInterfaceHead& head, co
 
 const char* ComStateOfThread() {
     using GetApartment = HRESULT(WINAPI*)(int* type, int* qualifier);
-    // Not imported: a process that has no use for COM should not load it for a transcript.
+    // Not imported, so that a transcript doesn't load COM into a process that doesn't use it.
     const HMODULE ole32 = GetModuleHandleW(L"ole32.dll");
     const FARPROC address =
         ole32 == nullptr ? nullptr : GetProcAddress(ole32, "CoGetApartmentType");

@@ -6,12 +6,12 @@
 
 namespace dev_controller {
 
-/// Write the host's records into the transcript: address, distance from the host's context (null:
-/// left out), the bytes as they lie there, and each field by its name.
+/// Write the host's records to the transcript: the address, the distance from the host's context
+/// (omitted if null), the raw bytes, and each field by name.
 void WriteParams(Transcript& transcript, const OrrinControllerParams& params);
 void WriteComponent(Transcript& transcript, const OrrinHostComponent& component,
                     const void* context);
-/// As long as its identifier says; an unknown one is written as far as the head.
+/// The identifier decides the length; for an unknown one only the head is written.
 void WriteInterface(Transcript& transcript, const QuillonInterfaceHead& head, const void* context);
 
 /// `sta`, `main-sta`, `mta`, `implicit-mta`, `na`, `none`, or `unloaded` if the process has no COM.

@@ -34,7 +34,7 @@ std::string ReadFunction(ScriptWords& words) {
     return name;
 }
 
-/// Reads NAME=NUMBER words, each into the field of its name.
+/// Parses NAME=NUMBER words into the fields of these names.
 std::optional<Chatter> ReadChatter(ScriptWords& words) {
     Chatter chatter;
     const std::pair<std::wstring_view, std::uint32_t*> fields[] = {{L"threads", &chatter.threads},

@@ -9,12 +9,11 @@
 
 namespace dev_controller {
 
-/// Reads a whole script: one statement a line, `#` begins a comment line. Pure; the first mistake
-/// ends it.
+/// Parses a script: one statement per line; a line that begins with `#` is a comment. Stops at the
+/// first error.
 [[nodiscard]] std::variant<Script, ScriptError> ParseScript(std::wstring_view text);
 
-/// Reads what follows the word `chatty`: any of threads=N rate=N length=N lines=N. Null on a
-/// mistake.
+/// Parses the arguments of `chatty`: any of threads=N rate=N length=N lines=N. Nothing on an error.
 [[nodiscard]] std::optional<Chatter> ParseChatter(std::wstring_view text);
 
 }  // namespace dev_controller

@@ -13,8 +13,8 @@ TranscriptLine ActionLine(const char* action) {
     return TranscriptLine("action", action);
 }
 
-/// What the pre-exception callback needs; its address is the context that the host hands back.
-/// Never freed: the host may still hold it, and a crash may come at any time.
+/// The context of the pre-exception callback. Never freed, because the host may keep its address
+/// and a crash can happen at any time.
 struct CallbackContext {
     ScriptPlayer* player;
     Transcript* transcript;
@@ -43,7 +43,7 @@ const char* WaitName(DWORD result) {
     }
 }
 
-/// Loaded on demand: the library itself has no use for COM.
+/// Loaded on demand, because the library itself doesn't use COM.
 HRESULT InitializeComOnThread(bool multithreaded) {
     using Initialize = HRESULT(WINAPI*)(void* reserved, DWORD apartment);
     constexpr DWORD Multithreaded = 0;

@@ -14,35 +14,34 @@
 
 namespace dev_controller {
 
-/// How a row of actions ended.
+/// The result of a list of actions.
 struct Outcome {
     std::optional<std::int32_t> code;  ///< of a `return`
     bool nullController = false;
-    bool closed = false;  ///< a wait was broken off because the library is being freed
+    bool closed = false;  ///< a wait was aborted because the library is being freed
 
     [[nodiscard]] bool Ended() const { return code.has_value() || closed; }
 };
 
-/// Does what a script says. No exception is caught here: a crash that the script asks for has to
-/// reach the process's own filter.
+/// Executes a script. Catches no exception, because a crash in the script must reach the process's
+/// exception filter.
 class ScriptPlayer {
   public:
-    /// All three must outlive the player and every thread that it starts.
+    /// All three must outlive the player and all its threads.
     ScriptPlayer(const Script& script, HostLink& host, Transcript& transcript);
     ScriptPlayer(const ScriptPlayer&) = delete;
     ScriptPlayer& operator=(const ScriptPlayer&) = delete;
 
-    /// Plays the script's lines for one more call of `point`.
+    /// Executes the script's lines for the next call of `point`.
     Outcome PlayPoint(Point point);
     Outcome Play(const Actions& actions);
 
-    /// Waits for the player's threads to end by themselves. Returns false after `limit`
+    /// Waits for the player's threads to finish. Returns false after `limit`
     /// milliseconds.
     bool JoinThreads(DWORD limit) { return threads_.Join(limit); }
 
-    /// Breaks off the waits of the player's threads and joins them, so that none of them calls the
-    /// host after the free call. Returns false if a thread is still running after `limit`
-    /// milliseconds.
+    /// Aborts the waits of the player's threads and joins them, so that none calls the host after
+    /// the free call. Returns false if a thread is still running after `limit` milliseconds.
     bool Close(DWORD limit);
 
   private:

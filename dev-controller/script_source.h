@@ -10,10 +10,10 @@
 
 namespace dev_controller {
 
-/// Finds and reads this process's script: the file that ORRIN_CTRL_SCRIPT names, else
-/// orrin-ctrl.script beside `module`, else an empty healthy script with the load that
-/// ORRIN_CTRL_CHATTY asks for. The transcript's path comes back complete, and
-/// ORRIN_CTRL_TRANSCRIPT goes before the script's own.
+/// Finds and reads this process's script: the file named by ORRIN_CTRL_SCRIPT, else
+/// orrin-ctrl.script in the folder of `module`, else an empty healthy script with the load of
+/// ORRIN_CTRL_CHATTY. The result has the transcript's full path; ORRIN_CTRL_TRANSCRIPT overrides
+/// the script's.
 [[nodiscard]] std::variant<Script, ScriptError> LoadScript(HMODULE module);
 
 }  // namespace dev_controller

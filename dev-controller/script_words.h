@@ -8,30 +8,30 @@
 
 namespace dev_controller {
 
-/// Reads the words of one script line from left to right. The first mistake is kept and every later
-/// read gives an empty value, so that a caller may read on and look for the mistake at the end.
+/// Reads the words of one script line from left to right. Keeps the first error; later reads return
+/// an empty value, so a caller can check for an error once, at the end.
 class ScriptWords {
   public:
     explicit ScriptWords(std::wstring_view line) : rest_(line) {}
 
-    /// True if nothing but blanks is left, and after a mistake.
+    /// True if only blanks are left, and after an error.
     [[nodiscard]] bool AtEnd();
-    /// The next word without reading it; empty at the end.
+    /// The next word, not consumed; empty at the end.
     [[nodiscard]] std::wstring_view Peek();
 
-    /// A word that blanks end. `what` names it in the message if it is missing.
+    /// The next blank-delimited word. `what` is used in the "... is missing" message.
     std::wstring_view Word(const wchar_t* what);
-    /// The rest of the line as it stands, without its outer blanks.
+    /// The rest of the line without leading and trailing blanks.
     std::wstring Rest(const wchar_t* what);
-    /// A word in which escapes are replaced, or a text in quotes that may hold blanks.
+    /// A word, or a quoted text that may contain blanks; escapes are replaced.
     std::wstring Text(const wchar_t* what);
     /// As `Text`; null for the bare word `null`.
     std::optional<std::wstring> NullableText(const wchar_t* what);
-    /// The rest of the line with its escapes replaced; a text in quotes keeps its outer blanks.
-    /// Null for the bare word `null`; `repeat:CHAR:COUNT` gives one character many times.
+    /// The rest of the line with escapes replaced; a quoted text keeps its outer blanks. Null for
+    /// the bare word `null`; `repeat:CHAR:COUNT` repeats a character.
     std::optional<std::wstring> RestAsText(const wchar_t* what);
 
-    /// Decimal, or hexadecimal after 0x. A number out of range is a mistake.
+    /// Decimal, or hexadecimal after 0x. A number out of range is an error.
     std::uint32_t Unsigned(const wchar_t* what);
     std::uint64_t Unsigned64(const wchar_t* what);
     /// -2147483648 to 4294967295, kept as 32 bits.
@@ -42,8 +42,8 @@ class ScriptWords {
     void ExpectEnd();
     [[nodiscard]] const std::optional<std::wstring>& Mistake() const { return mistake_; }
 
-    /// One action within another, for as long as it lives. Too many of them are a mistake: each is
-    /// a call within a call of the parser, and later of the player.
+    /// Counts one level of nested actions for its lifetime. Too many levels are an error, because
+    /// each is a recursive call of the parser, and later of the player.
     class Nesting {
       public:
         explicit Nesting(ScriptWords& words);
@@ -66,7 +66,7 @@ class ScriptWords {
     std::optional<std::wstring> mistake_;
 };
 
-/// Reads digits only: no sign, no blank. Null if the text is no such number or exceeds 64 bits.
+/// Parses digits only: no sign, no blank. Nothing on an error or if the number exceeds 64 bits.
 [[nodiscard]] std::optional<std::uint64_t> ParseNumber(std::wstring_view text);
 
 }  // namespace dev_controller

@@ -7,11 +7,11 @@
 
 namespace dev_controller {
 
-/// UTF-8 between quotes. Control characters, quotes, backslashes and lone surrogates become
-/// escapes of the script's own kind, so that the result is one line that a script could repeat.
+/// Quoted UTF-8. Control characters, quotes, backslashes and unpaired surrogates become the
+/// script's escapes, so the result is one line that a script can use.
 [[nodiscard]] std::string QuotedUtf8(std::wstring_view text);
 
-/// Null if the bytes are not UTF-8. A byte order mark at the start is left out.
+/// Nothing if the bytes are not UTF-8. Skips a byte order mark at the start.
 [[nodiscard]] std::optional<std::wstring> WideFromUtf8(std::string_view bytes);
 
 }  // namespace dev_controller

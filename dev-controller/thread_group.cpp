@@ -18,7 +18,7 @@ DWORD WINAPI RunWork(void* parameter) {
 
 DWORD ThreadGroup::Start(Work work, bool joined) {
     auto owned = std::make_unique<Work>(std::move(work));
-    // The lock is held, so that a join cannot miss a thread that already runs.
+    // With the lock held, a join can't miss a thread that is already running.
     const ExclusiveLock lock(lock_);
     DWORD id = 0;
     Handle thread(CreateThread(nullptr, 0, RunWork, owned.get(), 0, &id));

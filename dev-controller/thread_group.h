@@ -8,15 +8,14 @@
 
 namespace dev_controller {
 
-/// Threads that are joined together. An exception that leaves `work` ends the process through its
-/// exception filter, as it would in a library that does not catch what it throws; std::thread would
-/// call std::terminate instead.
+/// Threads that are joined together. An exception from `work` reaches the process's exception
+/// filter. (std::thread would call std::terminate instead.)
 class ThreadGroup {
   public:
-    /// Returns 0 or the error. A thread that is not `joined` is forgotten once it runs.
+    /// Returns 0 or the error. A thread that is not `joined` is detached.
     [[nodiscard]] DWORD Start(std::function<void()> work, bool joined = true);
 
-    /// Waits for all threads but the calling one, at most `limit` milliseconds altogether. Returns
+    /// Waits for all threads except the calling one, at most `limit` milliseconds in total. Returns
     /// false if one is still running; a later call waits for it again.
     bool Join(DWORD limit);
 

@@ -82,7 +82,7 @@ void Transcript::Write(const TranscriptLine& line) {
     const std::string text =
         "seq=" + std::to_string(++sequence_) + " pid=" + std::to_string(GetCurrentProcessId()) +
         " tid=" + std::to_string(GetCurrentThreadId()) + ' ' + line.Text() + '\n';
-    // After the limit the line is written all the same: out of order is better than lost.
+    // After the time limit the line is written anyway: out of order is better than lost.
     const DWORD wait = WaitForSingleObject(writeMutex_.Get(), WriteLimit);
     DWORD written = 0;
     WriteFile(file_.Get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr);

@@ -10,7 +10,7 @@
 
 namespace dev_controller {
 
-/// One transcript line under construction: name=value pairs, parted by one blank.
+/// Builds one transcript line: name=value pairs, separated by a blank.
 class TranscriptLine {
   public:
     TranscriptLine(std::string_view name, std::string_view word) { Word(name, word); }
@@ -18,7 +18,7 @@ class TranscriptLine {
     /// A value that needs no quotes.
     TranscriptLine& Word(std::string_view name, std::string_view word);
     TranscriptLine& Number(std::string_view name, std::int64_t value);
-    /// 0x and as many digits as the value needs.
+    /// 0x and as many digits as needed.
     TranscriptLine& Hex(std::string_view name, std::uint64_t value);
     TranscriptLine& Pointer(std::string_view name, const void* value);
     template <typename Result, typename... Arguments>
@@ -36,23 +36,23 @@ class TranscriptLine {
     std::string text_;
 };
 
-/// The file that tells what the library saw. Each line is written at once and as a whole, so that a
-/// crash loses nothing and threads do not mix. All members may be called from any thread.
+/// The file that records the library's calls. Each line is written immediately and as a whole, so
+/// that a crash loses nothing and lines of threads don't mix. Thread-safe.
 class Transcript {
   public:
-    /// Lines go to the end of `path`: several processes may run through one script. Returns 0 or
-    /// the error. Call it before any line is written; without it lines are dropped.
+    /// Appends to `path`, which several processes may share. Returns 0 or the error. Lines written
+    /// before this call are dropped.
     [[nodiscard]] std::uint32_t Open(const std::wstring& path);
     [[nodiscard]] bool IsOpen() const { return static_cast<bool>(file_); }
 
-    /// Puts `seq`, `pid` and `tid` in front. The numbers count from 1 in each process; two threads
-    /// that write at the same moment may reach the file in the other order. Keeps the last error.
+    /// Prepends `seq`, `pid` and `tid`. `seq` counts from 1 in each process; lines of two threads
+    /// can reach the file in the other order. Preserves the last error.
     void Write(const TranscriptLine& line);
 
   private:
     Handle file_;
-    /// A kernel object, because a thread that was killed while it wrote must not block the rest,
-    /// least of all the lines that are written while the process ends.
+    /// A kernel mutex, so that a thread killed during a write doesn't block the others, especially
+    /// while the process is ending.
     Handle writeMutex_;
     std::atomic<std::uint32_t> sequence_ = 0;
 };

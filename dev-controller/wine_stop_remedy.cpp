@@ -14,15 +14,15 @@ using SetServiceStatusFunction = BOOL(WINAPI*)(SERVICE_STATUS_HANDLE, SERVICE_ST
 struct HandedOverReport {
     SERVICE_STATUS_HANDLE service;
     SERVICE_STATUS status;
-    Handle earlierReport;  ///< reports leave in the order in which they were handed over
+    Handle earlierReport;  ///< keeps the reports in order
 };
 
 std::atomic<SetServiceStatusFunction> original = nullptr;
 std::atomic<ReportSent> observer = nullptr;
 
 SRWLOCK lastReportLock = SRWLOCK_INIT;
-/// The thread that sends the newest report. Guarded by `lastReportLock`. Never closed by a
-/// destructor: those of this library run when the process has already cut its threads off.
+/// The thread that sends the newest report. Guarded by `lastReportLock`. Not closed by a
+/// destructor, because this library's destructors run after the process has killed its threads.
 HANDLE lastReport = nullptr;
 
 Handle Duplicate(HANDLE handle) {
@@ -37,7 +37,7 @@ Handle Duplicate(HANDLE handle) {
 DWORD WINAPI SendReport(void* parameter) {
     const std::unique_ptr<HandedOverReport> report(static_cast<HandedOverReport*>(parameter));
     if (report->earlierReport) {
-        // Without a limit: the earlier thread ends as soon as the control handler has returned.
+        // No time limit: the earlier thread ends when the control handler has returned.
         WaitForSingleObject(report->earlierReport.Get(), INFINITE);
     }
     const BOOL success = original.load()(report->service, &report->status);
@@ -48,7 +48,7 @@ DWORD WINAPI SendReport(void* parameter) {
     return 0;
 }
 
-/// Returns false if no thread could be made; then nothing was sent.
+/// Returns false, with nothing sent, if the thread can't be created.
 bool HandOver(SERVICE_STATUS_HANDLE service, const SERVICE_STATUS& status) {
     const ExclusiveLock lock(lastReportLock);
     std::unique_ptr<HandedOverReport> report(

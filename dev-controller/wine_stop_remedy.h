@@ -5,28 +5,28 @@
 
 namespace dev_controller {
 
-/// Wine runs a service's control handler with its service lock held, and a SERVICE_STOPPED report
-/// from another thread takes that lock. A handler that waits for the thread that reports, which is
-/// sound on Windows, therefore hangs on Wine until the service manager gives up.
+/// Wine calls a service's control handler with its service lock held, and a SERVICE_STOPPED report
+/// from another thread takes that lock. A handler that waits for the reporting thread, which works
+/// on Windows, therefore hangs on Wine until the service manager times out.
 ///
-/// The remedy replaces the executable's import of `SetServiceStatus`: a SERVICE_STOPPED report is
-/// handed to a thread of its own, which sends it, and the caller gets TRUE at once. Every other
-/// report, and one without a service handle, goes straight through with its own result.
+/// The remedy replaces the executable's import of `SetServiceStatus`. A SERVICE_STOPPED report is
+/// sent by a separate thread, and the caller gets TRUE immediately. All other reports, and those
+/// without a service handle, are passed on unchanged.
 
 /// True if the process runs on Wine.
 [[nodiscard]] bool RunsOnWine();
 
-/// Told of each handed-over report once it was sent, on the thread that sent it.
+/// Called after each such report, on the thread that sent it.
 using ReportSent = void (*)(const SERVICE_STATUS& status, bool success, DWORD error);
 
-/// Puts the remedy in place, on Wine only; elsewhere, and if the executable does not report status
-/// at all, it does nothing. A second call changes nothing but `sent`, which may be null. Call it
-/// before the service starts, best when the library is attached to the process.
+/// Installs the remedy. Does nothing except on Wine, or if the executable doesn't import
+/// `SetServiceStatus`. A second call only replaces `sent`, which may be null. Call it before the
+/// service starts, preferably when the library is attached to the process.
 void InstallWineStopRemedy(ReportSent sent);
 
-/// Waits until every report handed over so far was sent, at most `limit` milliseconds. Returns
-/// false if one is still under way. Call it before the process can end: a thread that is cut off by
-/// the end of the process never sends its report.
+/// Waits until all reports so far have been sent, at most `limit` milliseconds. Returns false on a
+/// timeout. Call it before the process can end, because the end of the process kills the thread
+/// that sends the report.
 bool WaitForHandedOverReports(DWORD limit);
 
 }  // namespace dev_controller
