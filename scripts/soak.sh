@@ -8,9 +8,8 @@
 # service is restarted from time to time. Its handles, threads, private memory and log folder are
 # sampled every second.
 #
-# The results are a verdict, a chart (out/soak/soak.svg) and its samples (out/soak/samples.csv). The
-# exit code is 0 if nothing grew, nothing was lost and every limit was kept. docs/soak.md explains the
-# checks.
+# The results are a verdict and its samples (out/soak/samples.csv). The exit code is 0 if nothing grew,
+# nothing was lost and every limit was kept. docs/soak.md explains the checks.
 #
 # It uses its own Wine prefix, so other commands can run at the same time. Missing packages are
 # installed with apt (as root, or through sudo).

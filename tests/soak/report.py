@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Evaluates a soak run.
 
-  report.py FOLDER LOGS    reads FOLDER/samples.csv and the log files, prints the verdict and
-                           draws FOLDER/soak.svg; the exit code is 0 if every check passed
+  report.py FOLDER LOGS    reads FOLDER/samples.csv and the log files, prints the verdict;
+                           the exit code is 0 if every check passed
   report.py --fill LOGS    fills a log folder up to its limit with old files
 
 docs/soak.md explains the checks.
@@ -17,8 +17,6 @@ import re
 import statistics
 import sys
 import time
-
-import picture
 
 MIB = 1024 * 1024
 FILE_LIMIT = 5 * MIB
@@ -172,7 +170,6 @@ def main(arguments):
         sys.exit(__doc__)
     folder, logs = (pathlib.Path(argument) for argument in arguments)
     samples = read_samples(folder / "samples.csv")
-    (folder / "soak.svg").write_text(picture.draw(samples))
     held = True
     for line, good in judge(samples, logs):
         print(f"  {'good' if good else 'BAD '}  {line}")
