@@ -15,7 +15,7 @@ void WriteEventLogEntryUnchecked(WORD eventType, const wchar_t* format, ...);
 ///
 /// A message has at most 999 characters; a longer or an empty one is not written, which is told on
 /// standard output. Without a service object, or when the event log refuses, nothing is written or
-/// told. This program reports to its log files alone; the call is for those who build on it.
+/// told.
 template <class... Args>
 void WriteEventLogEntry(WORD eventType, framework::FormatFor<Args...> format, Args... args) {
     WriteEventLogEntryUnchecked(eventType, format.Text(), args...);

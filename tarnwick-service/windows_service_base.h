@@ -50,8 +50,8 @@ class WindowsServiceBase {
     /// destructor and in it the library's free call run here, with no lock held.
     static void ResetInstance();
 
-    /// Puts a plain service into the slot, or gives what is there already. For services without a
-    /// class of their own; this program has one.
+    /// Returns the object in the slot; if there is none, creates a plain service. For services
+    /// without a class of their own.
     static std::shared_ptr<WindowsServiceBase> GetOrCreateBaseInstance(const wchar_t* serviceName,
                                                                        BYTE canStop,
                                                                        BYTE canShutdown,
