@@ -31,9 +31,9 @@ Input Generate(Random& random) {
     for (std::size_t count = random.Below(8); count != 0; --count) {
         text += random.OneIn(2) ? random.Text(Characters, 40) : random.Pick(Words);
     }
-    static const std::vector<std::wstring> Ways = {L"",       L"cut ",  L"flip ",
+    static const std::vector<std::wstring> ways = {L"",       L"cut ",  L"flip ",
                                                    L"split ", L"tail ", L"raw"};
-    std::wstring way = random.Pick(Ways);
+    std::wstring way = random.Pick(ways);
     if (way == L"tail ") {
         way += random.Text(Characters, 12);
     } else if (way.ends_with(L' ')) {

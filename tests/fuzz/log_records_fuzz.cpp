@@ -227,10 +227,10 @@ std::optional<std::vector<std::wstring>> JsonParts(const std::wstring& line) {
 }
 
 bool CanChangeATerminal(wchar_t character) {
-    static const std::wstring Directions =
+    static const std::wstring directions =
         L"\x061C\x200E\x200F\x202A\x202B\x202C\x202D\x202E\x2066\x2067\x2068\x2069";
     return character < L' ' || (character >= 0x7F && character < 0xA0) ||
-           Directions.find(character) != Directions.npos;
+           directions.find(character) != directions.npos;
 }
 
 std::string CheckOutput(const Record& record) {

@@ -81,9 +81,9 @@ std::string CheckName(const std::wstring& directory, const std::wstring& prefix,
     if (name != expected) {
         return "template " + Escaped({name}) + ", should be " + Escaped({expected});
     }
-    static const std::wregex Word(L"LOGID");
+    static const std::wregex word(L"LOGID");
     const std::wstring file = framework::MakeFileName(name, number);
-    const std::wstring expectedFile = std::regex_replace(name, Word, std::to_wstring(number));
+    const std::wstring expectedFile = std::regex_replace(name, word, std::to_wstring(number));
     return file == expectedFile ? "" : "name " + Escaped({file});
 }
 

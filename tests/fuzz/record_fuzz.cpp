@@ -31,9 +31,9 @@ const std::wstring TimeParts = {0, 1, 9, 10, 99, 100, 999, 1000, 2026, 9999, 100
 
 /// Lengths around every buffer size of the formatter, and others.
 std::size_t Length(Random& random) {
-    static const std::vector<std::size_t> Limits = {1, 1024, 2048, 4096, 8192, 16384};
+    static const std::vector<std::size_t> limits = {1, 1024, 2048, 4096, 8192, 16384};
     if (random.OneIn(3)) {
-        return random.Pick(Limits) - 1 + random.Below(3);
+        return random.Pick(limits) - 1 + random.Below(3);
     }
     return random.OneIn(8) ? random.Below(20000) : random.Below(40);
 }

@@ -27,8 +27,8 @@ std::vector<wchar_t> MakeTable() {
 }
 
 const wchar_t* Table() {
-    static const std::vector<wchar_t> Capital = MakeTable();
-    return Capital.data();
+    static const std::vector<wchar_t> table = MakeTable();
+    return table.data();
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ class Refusal {
         count = 0;
         firstRefused = first;
         lastRefused = last;
-        test::ObserveHeap(&observer);
+        test::ObserveHeap(&Observer);
     }
     ~Refusal() { test::ObserveHeap(nullptr); }
     Refusal(const Refusal&) = delete;
@@ -40,7 +40,7 @@ class Refusal {
         }
     }
 
-    static constexpr test::HeapObserver observer = {Take, [](const void*) {}};
+    static constexpr test::HeapObserver Observer = {Take, [](const void*) {}};
     inline static std::size_t count = 0;
     inline static std::size_t firstRefused = 0;
     inline static std::size_t lastRefused = 0;

@@ -24,8 +24,8 @@ TEST(LogFileName, DirectoryPrefixTimeWordAndExtension_AreTheTemplate) {
 }
 
 TEST(LogFileName, SmallNumbersInTime_HaveLeadingZeros) {
-    constexpr SYSTEMTIME early = {987, 1, 0, 2, 3, 4, 5, 6};
-    EXPECT_EQ(framework::MakeNameTemplate(L"", L"p", early), L"p-09870102-030405-006.LOGID.log");
+    constexpr SYSTEMTIME Early = {987, 1, 0, 2, 3, 4, 5, 6};
+    EXPECT_EQ(framework::MakeNameTemplate(L"", L"p", Early), L"p-09870102-030405-006.LOGID.log");
 }
 
 TEST(LogFileName, DirectoryWithoutBackslash_IsNotRepaired) {

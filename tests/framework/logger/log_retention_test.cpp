@@ -251,21 +251,21 @@ class LogRetentionPass : public testing::Test {
   protected:
     void Run(std::uint32_t days = 70, std::uint32_t limit = NoLimit) {
         framework::RunLogRetention({L"D:\\x\\", L"*.log", days, limit});
-        searches = directory_->searches;
-        deleted = directory_->deleted;
-        closed = directory_->closed;
+        searches_ = directory_->searches;
+        deleted_ = directory_->deleted;
+        closed_ = directory_->closed;
         directory_.reset();
-        lines = log_.Lines();
+        lines_ = log_.Lines();
     }
 
     static std::uint64_t Ago(std::uint64_t ticks) { return FakeDirectory::Time() - ticks; }
 
     test::LogCapture log_;
     std::optional<FakeDirectory> directory_{std::in_place};
-    Names searches;
-    Names deleted;
-    Names lines;
-    std::vector<HANDLE> closed;
+    Names searches_;
+    Names deleted_;
+    Names lines_;
+    std::vector<HANDLE> closed_;
 };
 
 TEST_F(LogRetentionPass, DirectoryAndPattern_AreJoinedAsTheyStand) {
@@ -289,33 +289,33 @@ TEST_F(LogRetentionPass, DirectoryWithoutBackslash_IsGluedToEveryFoundNameToo) {
 TEST_F(LogRetentionPass, NothingFound_SaysNothing) {
     directory_->firstError = ERROR_FILE_NOT_FOUND;
     Run(0, 0);
-    EXPECT_THAT(searches, ElementsAre(L"D:\\x\\*.log"));
-    EXPECT_THAT(deleted, IsEmpty());
-    EXPECT_THAT(closed, IsEmpty());
-    EXPECT_THAT(lines, IsEmpty());
+    EXPECT_THAT(searches_, ElementsAre(L"D:\\x\\*.log"));
+    EXPECT_THAT(deleted_, IsEmpty());
+    EXPECT_THAT(closed_, IsEmpty());
+    EXPECT_THAT(lines_, IsEmpty());
 }
 
 TEST_F(LogRetentionPass, MissingDirectory_SaysNothing) {
     directory_->firstError = ERROR_PATH_NOT_FOUND;
     Run(0, 0);
-    EXPECT_THAT(deleted, IsEmpty());
-    EXPECT_THAT(closed, IsEmpty());
-    EXPECT_THAT(lines, IsEmpty());
+    EXPECT_THAT(deleted_, IsEmpty());
+    EXPECT_THAT(closed_, IsEmpty());
+    EXPECT_THAT(lines_, IsEmpty());
 }
 
 TEST_F(LogRetentionPass, FailedSearch_GivesTwoLinesAndOneDeletionOfTheDirectory) {
     directory_->firstError = ERROR_ACCESS_DENIED;
     Run();
-    EXPECT_THAT(deleted, ElementsAre(L"D:\\x\\"));
-    EXPECT_THAT(closed, ElementsAre(INVALID_HANDLE_VALUE));
-    EXPECT_THAT(lines, ElementsAre(L"[E][quillon] Failed to acquire the log files",
+    EXPECT_THAT(deleted_, ElementsAre(L"D:\\x\\"));
+    EXPECT_THAT(closed_, ElementsAre(INVALID_HANDLE_VALUE));
+    EXPECT_THAT(lines_, ElementsAre(L"[E][quillon] Failed to acquire the log files",
                                    L"[E][quillon] Continues the file search failed"));
 }
 
 TEST_F(LogRetentionPass, AgeLimitBeyondTheClock_LeavesTheFailedSearchToTheBudget) {
     directory_->firstError = ERROR_ACCESS_DENIED;
     Run(NoLimit, 1);
-    EXPECT_THAT(deleted, IsEmpty());
+    EXPECT_THAT(deleted_, IsEmpty());
 }
 
 TEST_F(LogRetentionPass, SearchThatBreaksOff_IsLoggedAndUsedAsFarAsItWent) {
@@ -323,9 +323,9 @@ TEST_F(LogRetentionPass, SearchThatBreaksOff_IsLoggedAndUsedAsFarAsItWent) {
     directory_->Add(L"b.log", Ago(90 * Day), 1);
     directory_->lastError = ERROR_NETNAME_DELETED;
     Run();
-    EXPECT_THAT(deleted, ElementsAre(L"D:\\x\\a.log", L"D:\\x\\b.log"));
-    EXPECT_THAT(closed, ElementsAre(FakeDirectory::Search()));
-    EXPECT_THAT(lines, ElementsAre(L"[E][quillon] Continues the file search failed"));
+    EXPECT_THAT(deleted_, ElementsAre(L"D:\\x\\a.log", L"D:\\x\\b.log"));
+    EXPECT_THAT(closed_, ElementsAre(FakeDirectory::Search()));
+    EXPECT_THAT(lines_, ElementsAre(L"[E][quillon] Continues the file search failed"));
 }
 
 TEST_F(LogRetentionPass, AgeGoesByCompletedDaysOfTheCreationTime) {
@@ -333,8 +333,8 @@ TEST_F(LogRetentionPass, AgeGoesByCompletedDaysOfTheCreationTime) {
     directory_->Add(L"tick.log", Ago(70 * Day - 1), 1);
     directory_->Add(L"future.log", Ago(0) + 1, 1);
     Run();
-    EXPECT_THAT(deleted, ElementsAre(L"D:\\x\\exact.log"));
-    EXPECT_THAT(lines, IsEmpty());
+    EXPECT_THAT(deleted_, ElementsAre(L"D:\\x\\exact.log"));
+    EXPECT_THAT(lines_, IsEmpty());
 }
 
 TEST_F(LogRetentionPass, ExpiredGoAsListed_ThenExcessFromNewerToOlder) {
@@ -345,7 +345,7 @@ TEST_F(LogRetentionPass, ExpiredGoAsListed_ThenExcessFromNewerToOlder) {
     directory_->Add(L"young3.log", Ago(3 * Day), 10);
     directory_->Add(L"expired3.log", Ago(80 * Day), 1);
     Run(70, 20);
-    EXPECT_THAT(deleted,
+    EXPECT_THAT(deleted_,
                 ElementsAre(L"D:\\x\\expired1.log", L"D:\\x\\expired2.log", L"D:\\x\\expired3.log",
                             L"D:\\x\\young2.log", L"D:\\x\\young3.log"));
 }
@@ -355,8 +355,8 @@ TEST_F(LogRetentionPass, ExpiredFile_CountsNotEvenIfItStays) {
     directory_->Add(L"young.log", Ago(1 * Day), 19);
     directory_->deleteError = ERROR_ACCESS_DENIED;
     Run(70, 20);
-    EXPECT_THAT(deleted, ElementsAre(L"D:\\x\\expired.log"));
-    EXPECT_THAT(lines, IsEmpty());
+    EXPECT_THAT(deleted_, ElementsAre(L"D:\\x\\expired.log"));
+    EXPECT_THAT(lines_, IsEmpty());
 }
 
 TEST_F(LogRetentionPass, FileThatCannotBeDeleted_CountsAndStopsNothing) {
@@ -364,21 +364,21 @@ TEST_F(LogRetentionPass, FileThatCannotBeDeleted_CountsAndStopsNothing) {
     directory_->Add(L"open.log", Ago(1 * Day), 20);
     directory_->deleteError = ERROR_SHARING_VIOLATION;
     Run(70, 20);
-    EXPECT_THAT(deleted, ElementsAre(L"D:\\x\\open.log", L"D:\\x\\old.log"));
-    EXPECT_THAT(lines, IsEmpty());
+    EXPECT_THAT(deleted_, ElementsAre(L"D:\\x\\open.log", L"D:\\x\\old.log"));
+    EXPECT_THAT(lines_, IsEmpty());
 }
 
 TEST_F(LogRetentionPass, SizeAbove32Bits_IsPutTogetherFromBothHalves) {
     directory_->Add(L"huge.log", Ago(1 * Day), 0x100000000);
     Run(70, 1000);
-    EXPECT_THAT(deleted, ElementsAre(L"D:\\x\\huge.log"));
+    EXPECT_THAT(deleted_, ElementsAre(L"D:\\x\\huge.log"));
 }
 
 TEST_F(LogRetentionPass, LimitsOf0_DeleteEverythingButExpireNoFuture) {
     directory_->Add(L"now.log", Ago(0), 1);
     directory_->Add(L"future.log", Ago(0) + Day, 1);
     Run(0, NoLimit);
-    EXPECT_THAT(deleted, ElementsAre(L"D:\\x\\now.log"));
+    EXPECT_THAT(deleted_, ElementsAre(L"D:\\x\\now.log"));
 }
 
 TEST_F(LogRetentionPass, FailedClock_ExpiresNothingAndStillKeepsTheBudget) {

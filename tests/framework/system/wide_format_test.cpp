@@ -244,12 +244,12 @@ class RandomTexts {
     explicit RandomTexts(unsigned seed) : generator_(seed) {}
 
     std::wstring Next() {
-        static const std::wstring Characters =
+        static const std::wstring characters =
             L"%%%%%%%%%%%%%%%%%%%%sdnSpcCxXuiofgeEGaAZ*.-+ #0123456789hlwILzjtqyKk\n\\:{}\u0436"
             L"\u65E5\xD83D";
         std::wstring text(Number(60), L'\0');
         std::generate(text.begin(), text.end(),
-                      [&] { return Characters[Number(Characters.size() - 1)]; });
+                      [&] { return characters[Number(characters.size() - 1)]; });
         return Number(1) == 0 ? text : text + L'\n';
     }
 
