@@ -13,10 +13,8 @@ namespace framework {
 
 /// Null means "not open", and writing to it fails cleanly. (Not `FileHandle`: its empty value,
 /// `INVALID_HANDLE_VALUE`, is also the pseudo handle of the current process.)
-struct LogFileTraits {
-    using Type = HANDLE;
+struct LogFileTraits : FileHandleTraits {
     static Type Invalid() noexcept { return nullptr; }
-    static void Close(Type handle) noexcept { ::CloseHandle(handle); }
 };
 using LogFile = UniqueHandle<LogFileTraits>;
 
