@@ -309,7 +309,7 @@ TEST_F(LogRetentionPass, FailedSearch_GivesTwoLinesAndOneDeletionOfTheDirectory)
     EXPECT_THAT(deleted_, ElementsAre(L"D:\\x\\"));
     EXPECT_THAT(closed_, ElementsAre(INVALID_HANDLE_VALUE));
     EXPECT_THAT(lines_, ElementsAre(L"[E][quillon] Failed to acquire the log files",
-                                   L"[E][quillon] Continues the file search failed"));
+                                    L"[E][quillon] Continues the file search failed"));
 }
 
 TEST_F(LogRetentionPass, AgeLimitBeyondTheClock_LeavesTheFailedSearchToTheBudget) {
