@@ -12,7 +12,9 @@ target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_definitions(project_options INTERFACE UNICODE _UNICODE)
 
 if(MSVC)
-  target_compile_options(project_options INTERFACE /W4 /WX /utf-8 /permissive- /Zc:__cplusplus)
+  # cmake --compile-no-warning-as-error turns this off.
+  set(CMAKE_COMPILE_WARNING_AS_ERROR ON)
+  target_compile_options(project_options INTERFACE /W4 /utf-8 /permissive- /Zc:__cplusplus)
   target_compile_definitions(project_options INTERFACE _CRT_SECURE_NO_WARNINGS)
 else()
   target_compile_options(
