@@ -54,6 +54,9 @@ Child::Child(std::wstring commandLine, const ChildOptions& options) : output_(Ne
     startup.hStdError = output.Get();
     std::wstring environment = MakeEnvironment(options.environment);
     PROCESS_INFORMATION information = {};
+    // Children inherit it. Otherwise Windows shows a message box about a missing library, and the
+    // child waits until somebody closes it.
+    ::SetErrorMode(::GetErrorMode() | SEM_FAILCRITICALERRORS);
     if (::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE,
                          options.creationFlags | CREATE_UNICODE_ENVIRONMENT, environment.data(),
                          options.directory.empty() ? nullptr : options.directory.c_str(), &startup,
