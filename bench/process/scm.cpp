@@ -31,10 +31,6 @@ void Await(SC_HANDLE service, const Condition& reached) {
 
 }  // namespace
 
-void ServiceHandleTraits::Close(Type handle) noexcept {
-    ::CloseServiceHandle(handle);
-}
-
 Service::Service(const std::wstring& name, const std::filesystem::path& executable)
     : manager_(::OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS)) {
     const std::wstring path = L'"' + executable.wstring() + L'"';

@@ -4,16 +4,11 @@
 #include <filesystem>
 #include <string>
 
-#include "framework/system/unique_handle.h"
+#include "tools/shared/service_manager.h"
 
 namespace bench {
 
-struct ServiceHandleTraits {
-    using Type = SC_HANDLE;
-    static Type Invalid() noexcept { return nullptr; }
-    static void Close(Type handle) noexcept;
-};
-using ServiceHandle = framework::UniqueHandle<ServiceHandleTraits>;
+using tools::ServiceHandle;
 
 /// A service registered for the duration of a measurement. Throws if the service manager refuses.
 class Service {

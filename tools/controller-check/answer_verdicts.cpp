@@ -1,4 +1,4 @@
-// The library's file and its answers.
+// The library's file and results.
 
 #include <algorithm>
 
@@ -25,7 +25,7 @@ Finding JudgeCodeOf(const Story& story, Call call) {
     return code ? JudgeCode(call, *code) : NotReached(story, call);
 }
 
-/// Beside a stop that doesn't wait, a start may be refused, and so may the stop.
+/// A concurrent start and stop may each be refused.
 Finding JudgeUnlessBesideStop(const Story& story, Call call) {
     if (story.round == Round::Shutdown) {
         return {Verdict::Open, L"a start and a stop side by side may be refused"};
@@ -103,7 +103,7 @@ Finding JudgeNotifyResult(const Story& story) {
     return JudgeUnlessBesideStop(story, Call::NotifyOnStop);
 }
 
-/// The one after a failed activation is only logged, so the one of the stop is looked for.
+/// Deactivate after a failed Activate is only logged, so this finds the one of the stop.
 Finding JudgeDeactivateResult(const Story& story) {
     if (story.round == Round::Shutdown) {
         return JudgeUnlessBesideStop(story, Call::Deactivate);

@@ -1,4 +1,4 @@
-// What the library does with the host.
+// The library's calls to the host.
 
 #include <algorithm>
 
@@ -19,7 +19,7 @@ Finding Open(std::wstring detail) {
     return {Verdict::Open, std::move(detail)};
 }
 
-/// Whether the library ran at all, so that what it didn't do wrong counts.
+/// Whether the library ran at all; otherwise "no error" means nothing.
 bool HasRun(const Story& story) {
     return story.Code(Call::Create).has_value() || story.Code(Call::Bootstrap).has_value();
 }
@@ -85,7 +85,7 @@ Finding JudgeTooEarly(const Story& story) {
                                     L" was called before create had returned");
 }
 
-/// The host lets go of the service object before it makes the free call.
+/// The host releases the service object before the free call.
 Finding JudgeTooLate(const Story& story) {
     if (!story.Entered(Call::Free)) {
         return Open(L"free wasn't called");
@@ -162,7 +162,7 @@ Finding JudgePreException(const Story& story) {
     return story.Code(Call::Free) ? Finding{} : Open(L"free didn't return");
 }
 
-/// After `OrrinBootstrap` the record alone is gone: the log sink goes on working.
+/// After `OrrinBootstrap` only the record is released; the log sink still works.
 Finding JudgeAfterFree(const Story& story) {
     const Call last = story.round == Round::Unpack ? Call::Bootstrap : Call::Free;
     const std::size_t place = story.PlaceOfReturn(last);

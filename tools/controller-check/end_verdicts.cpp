@@ -1,4 +1,4 @@
-// How the round's process ended.
+// The end of the round's process.
 
 #include <cwchar>
 
@@ -37,7 +37,7 @@ const wchar_t* ExceptionName(std::int64_t code) {
     }
 }
 
-/// Exit codes of this kind are given by the platform, as the process's last exception.
+/// Whether the exit code is an exception code, set by the platform.
 bool IsErrorStatus(std::uint32_t exitCode) {
     constexpr std::uint32_t Severity = 0xC0000000;
     return (exitCode & Severity) == Severity || (exitCode & Severity) == 0x80000000;
@@ -52,7 +52,7 @@ bool CameToItsEnd(const Story& story) {
     return story.Entered(Call::ProcessEnd);
 }
 
-/// The part of a second is shown only if there is one.
+/// Shows a fraction of a second only if it isn't 0.
 std::wstring Seconds(std::uint32_t milliseconds) {
     std::wstring text = std::to_wstring(milliseconds / 1000);
     if (milliseconds % 1000 != 0) {
@@ -80,7 +80,7 @@ Finding JudgeNoCrash(const Story& story) {
                                      ExceptionName(crash->code) + L" at " + crash->text.data() +
                                      Where(story)};
     }
-    // Told as an access after free.
+    // Reported as an access after free.
     if (story.overdue || story.Has(EventKind::TouchedReleased)) {
         return {};
     }

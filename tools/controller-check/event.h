@@ -7,7 +7,7 @@
 
 namespace controller_check {
 
-/// What the host does with the library and waits for.
+/// The host's calls to the library.
 enum class Call : std::uint32_t {
     None,
     Attach,
@@ -29,7 +29,7 @@ inline constexpr std::array<const wchar_t*, 10> CallNames = {
     return CallNames[static_cast<std::size_t>(call)];
 }
 
-/// What the library calls in the host.
+/// The library's calls to the host.
 enum class HostFunction : std::uint32_t {
     Log,
     Flush,
@@ -51,26 +51,26 @@ inline constexpr std::array<const wchar_t*, 7> HostFunctionNames = {
 }
 
 enum class EventKind : std::uint32_t {
-    Entered,         ///< `call` begins
-    Returned,        ///< `call` is over; `code` is what it gave
-    LoadFailed,      ///< `code` is the Win32 error, `text` the dependency that is missing, if known
-    BadRow,          ///< before `call` or, for `Create`, after it: `text` says what is wrong
-    HostCalled,      ///< the library entered `function`
-    BadContext,      ///< `RegisterHostComponentEntry` got another context than the host's
-    BadRegistrar,    ///< its registrar can't be called; `text` says why
-    Refused,         ///< `RegisterInterface` gave `code` for the interface in `text`
-    BadText,         ///< a text of a log call; `text` says what is wrong
-    RecordChanged,   ///< seen after `call`; `text` names the place
-    BadCallback,     ///< a pre-exception callback that can't be called
-    CallbackLeft,    ///< free has returned and a pre-exception callback is set
-    FilterReplaced,  ///< seen after `call`: the host's crash filter isn't the process's any more
-    ApartmentLost,   ///< seen after `call`: the main thread isn't in its COM apartment any more
-    Crashed,         ///< `code` is the exception's, `text` its place
+    Entered,          ///< `call` begins
+    Returned,         ///< `call` has returned `code`
+    LoadFailed,       ///< `code` is the Win32 error, `text` the missing dependency, if known
+    BadRow,           ///< before `call` or, for `Create`, after it; `text` is the error
+    HostCalled,       ///< the library entered `function`
+    BadContext,       ///< `RegisterHostComponentEntry` got another context than the host's
+    BadRegistrar,     ///< its registrar can't be called; `text` is the reason
+    Refused,          ///< `RegisterInterface` returned `code` for the interface in `text`
+    BadText,          ///< an invalid text in a log call; `text` is the error
+    RecordChanged,    ///< found after `call`; `text` is the place
+    BadCallback,      ///< a pre-exception callback that can't be called
+    CallbackLeft,     ///< a pre-exception callback is still set after free
+    FilterReplaced,   ///< found after `call`: the host's crash filter was replaced
+    ApartmentLost,    ///< found after `call`: the main thread has left its COM apartment
+    Crashed,          ///< `code` is the exception's, `text` its place
     TouchedReleased,  ///< a crash on the host's records after they were released
     Watched,          ///< the time after the last call is over
 };
 
-/// One thing that happened in the round's process. Plain bytes: it lies in shared memory.
+/// One event in the round's process. Plain data, because it is in shared memory.
 struct Event {
     EventKind kind;
     Call call;

@@ -13,11 +13,11 @@ namespace controller_check {
 enum class Verdict {
     Met,
     Failed,
-    Advice,  ///< the host copes with it; an author should know that it is so
+    Advice,  ///< the host copes with it, but the author should know
     Open
 };
 
-/// `detail` says what was seen (failed, advice) or why nothing could be (open).
+/// `detail` is what was observed (failed, advice) or why nothing was (open).
 struct Finding {
     Verdict verdict = Verdict::Met;
     std::wstring detail;
@@ -28,16 +28,16 @@ struct Expectation {
     const wchar_t* id;
     const wchar_t* statement;
     const wchar_t* advice;
-    /// Null for what the file alone tells.
+    /// Null if the file alone decides.
     Finding (*judge)(const Story& story);
 };
 
-/// In the order of the report; those of the file come first, in the order of `JudgeFile`.
+/// In the order of the report. Those of the file come first, in the order of `JudgeFile`.
 [[nodiscard]] const std::vector<Expectation>& Expectations();
 
 inline constexpr std::size_t FileExpectations = 4;
 
-/// What can be said of a file before it is loaded. `readError` is 0 if it could be read.
+/// Checks a file before it is loaded. `readError` is 0 if it could be read.
 [[nodiscard]] std::vector<Finding> JudgeFile(unsigned long readError, const ImageFacts& facts);
 
 }  // namespace controller_check

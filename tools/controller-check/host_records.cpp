@@ -48,8 +48,8 @@ HostRecords::HostRecords()
     Seal();
 }
 
-// The pages stay: a thread of the library's that still reads them shall crash, not read what the
-// system put there next.
+// The pages stay reserved, so that a late read by a thread of the library crashes and doesn't read
+// another allocation.
 HostRecords::~HostRecords() {
     delete[] copy_;
 }

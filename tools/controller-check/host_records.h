@@ -9,8 +9,8 @@
 
 namespace controller_check {
 
-/// The host's loader as the library sees it: the context's address and the records behind it, at
-/// the offsets at which the host has them.
+/// The host's loader as the library sees it: the records at the same offsets from the context as in
+/// the host.
 struct LoaderImage {
     std::uint8_t initialized;
     std::uint8_t comInitialized;
@@ -27,12 +27,11 @@ static_assert(offsetof(LoaderImage, interaction) == 184);
 static_assert(offsetof(LoaderImage, exception) == 240);
 static_assert(sizeof(LoaderImage) == 304);
 
-/// What `offset` into the loader's image belongs to: "the parameters, offset 8".
+/// The name of a place in the loader's image: "the parameters, offset 8".
 [[nodiscard]] std::wstring PlaceInLoader(std::size_t offset);
 
-/// A loader's image on pages of its own, with marked bytes around it and unreadable pages around
-/// those, so that a library that writes where it must not, or reads when it must not any more, is
-/// seen.
+/// A loader's image on its own pages, surrounded by marked bytes and inaccessible pages. Detects
+/// invalid writes, and reads after the free call.
 class HostRecords {
   public:
     /// Throws `std::bad_alloc`.
@@ -43,13 +42,13 @@ class HostRecords {
 
     [[nodiscard]] LoaderImage& Loader() noexcept { return *loader_; }
 
-    /// From now on nothing may change.
+    /// Remembers the contents; later changes are errors.
     void Seal();
-    /// Where something has changed since the last `Seal`, in words; empty if nothing has. Seals
+    /// Returns the place of a change since the last `Seal`, in words; empty if there is none. Seals
     /// again.
     [[nodiscard]] std::wstring FindChange();
 
-    /// Makes every further access a crash, as the host releases its records.
+    /// Makes every further access crash, like records that the host has released.
     void Release();
     [[nodiscard]] bool Holds(const void* address) const noexcept;
 

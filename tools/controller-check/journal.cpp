@@ -19,7 +19,7 @@ struct Entry {
 
 }  // namespace
 
-/// New sections are zero, which is an empty journal.
+/// A new section is zero, which is an empty journal.
 struct Journal::Page {
     std::atomic<std::uint32_t> next;
     std::atomic<std::uint32_t> logLines;
@@ -79,7 +79,7 @@ std::uint32_t Journal::LogLines() const noexcept {
 std::vector<Event> Journal::Events() const {
     std::vector<Event> events;
     for (const Entry& entry : page_->entries) {
-        // A thread that was ended while it wrote leaves a gap.
+        // A thread killed during a write leaves a gap.
         if (entry.ready.load(std::memory_order_acquire) != 0) {
             events.push_back(entry.event);
         }

@@ -11,13 +11,13 @@
 
 namespace controller_check {
 
-/// What a round's process saw, in memory that it shares with the one that judges: nothing is lost
-/// in a crash, and nobody waits for the other.
+/// The events of a round's process, in memory shared with the checking process. A crash loses
+/// nothing, and neither process waits for the other.
 class Journal {
   public:
-    /// Makes a new one, to be inherited by the round's process. Throws `std::system_error`.
+    /// Creates a journal for the round's process to inherit. Throws `std::system_error`.
     Journal();
-    /// Opens the one that was inherited as `section`. Throws `std::system_error`.
+    /// Opens the inherited journal `section`. Throws `std::system_error`.
     explicit Journal(HANDLE section);
     ~Journal();
     Journal(const Journal&) = delete;
@@ -25,11 +25,11 @@ class Journal {
 
     [[nodiscard]] HANDLE Section() const noexcept { return section_.Get(); }
 
-    /// Any thread, in a crash too: allocates nothing and takes no lock. Thread and time are filled
-    /// in. What doesn't fit any more is dropped.
+    /// Thread-safe, also in a crash: doesn't allocate or lock. Sets thread and time. Drops the
+    /// event if the journal is full.
     void Add(Event event, std::wstring_view text = {}) noexcept;
 
-    /// A log line in order; there are too many of them for an event each.
+    /// Counts a valid log line; there are too many for one event each.
     void CountLogLine() noexcept;
     [[nodiscard]] std::uint32_t LogLines() const noexcept;
 

@@ -8,12 +8,12 @@ namespace {
 
 template <class Function>
 Function FindExport(HMODULE module, const char* name) {
-    // Through another function type: the platform's own has neither arguments nor the right result.
+    // Cast through another function type: FARPROC has no arguments and another result.
     return reinterpret_cast<Function>(reinterpret_cast<void (*)()>(::GetProcAddress(module, name)));
 }
 
-/// Whether the platform finds a library of this name from where `fullPath` lies. Runs no code of
-/// it.
+/// Whether the platform finds a library of this name from the folder of `fullPath`. Runs none of
+/// its code.
 bool IsFound(const std::wstring& fullPath, const std::wstring& name) {
     const std::wstring beside = fullPath.substr(0, fullPath.rfind(L'\\') + 1) + name;
     return ::GetFileAttributesW(beside.c_str()) != INVALID_FILE_ATTRIBUTES ||

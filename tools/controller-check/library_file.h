@@ -9,10 +9,10 @@
 
 namespace controller_check {
 
-/// All bytes of the file. Null with the thread's last error if it can't be read.
+/// Reads the whole file. On failure returns nothing and sets the last error.
 [[nodiscard]] std::optional<std::string> ReadFileBytes(const std::wstring& path);
 
-/// Each is null if the library has no export of that name.
+/// Each is null if the library has no such export.
 struct LibraryExports {
     decltype(&OrrinCreateComponentModelController) create;
     decltype(&OrrinFreeComponentModelController) free;
@@ -22,12 +22,12 @@ struct LibraryExports {
 struct LoadedLibrary {
     HMODULE module = nullptr;
     DWORD error = ERROR_SUCCESS;
-    std::wstring missing;  ///< a library that it is bound to and that isn't found, if it is known
+    std::wstring missing;  ///< the missing dependency, if known
     LibraryExports exports = {};
 };
 
-/// Loads the library with its own folder searched first, as it is when the library lies beside the
-/// host. It is never unloaded: the host doesn't either.
+/// Loads the library; searches its own folder first, as for a library in the host's folder. Never
+/// unloads it, like the host.
 [[nodiscard]] LoadedLibrary LoadLibraryFile(const std::wstring& fullPath);
 
 }  // namespace controller_check

@@ -9,7 +9,7 @@
 namespace controller_check {
 namespace {
 
-/// Far more than any image has; a damaged count must not cost minutes.
+/// Far more than any image has. Keeps a damaged count from taking minutes.
 constexpr std::uint32_t MostEntries = 65536;
 
 class ImageReader {
@@ -43,7 +43,7 @@ class ImageReader {
     }
 
   private:
-    /// A copy, as nothing in a file is aligned for certain.
+    /// Returns a copy, because data in a file may be unaligned.
     template <class Record>
     [[nodiscard]] std::optional<Record> At(std::size_t offset) const {
         if (offset > bytes_.size() || bytes_.size() - offset < sizeof(Record)) {
@@ -63,7 +63,7 @@ class ImageReader {
         }
     }
 
-    /// The place in the file of an address in the loaded image.
+    /// Converts an address in the loaded image to a file offset.
     [[nodiscard]] std::optional<std::size_t> Place(DWORD address) const {
         for (const IMAGE_SECTION_HEADER& section : sections_) {
             if (address >= section.VirtualAddress &&

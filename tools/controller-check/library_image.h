@@ -8,16 +8,16 @@
 
 namespace controller_check {
 
-/// What the headers of a file say about it, without loading it.
+/// Facts from the headers of a file, read without loading it.
 struct ImageFacts {
-    bool isImage = false;  ///< what follows means something only if it is
+    bool isImage = false;  ///< the other members are valid only if true
     bool isLibrary = false;
     std::uint16_t machine = 0;         ///< as the platform numbers them
-    std::vector<std::string> exports;  ///< names; of 64-bit images alone, as are the imports
-    std::vector<std::string> imports;  ///< libraries that it is bound to
+    std::vector<std::string> exports;  ///< names; only of 64-bit images, like the imports
+    std::vector<std::string> imports;  ///< names of libraries
 };
 
-/// Bytes of any kind are taken; what lies outside of them counts as absent.
+/// Accepts any bytes; a reference outside them counts as missing.
 [[nodiscard]] ImageFacts ReadImage(std::string_view bytes);
 
 }  // namespace controller_check

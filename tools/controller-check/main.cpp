@@ -1,4 +1,4 @@
-// Plays the service host for a controller library and says which expectations it meets.
+// Plays the service host for a controller library and reports which expectations it meets.
 
 #include <exception>
 #include <string>
@@ -26,7 +26,7 @@ std::wstring FullPath(const std::wstring& path) {
     return full.empty() ? path : full;
 }
 
-/// False if the file is none to go on with.
+/// False if the file can't be loaded.
 bool LookAtFile(const std::wstring& library, Results& results) {
     const std::optional<std::string> bytes = ReadFileBytes(library);
     const DWORD error = bytes ? ERROR_SUCCESS : ::GetLastError();
@@ -34,7 +34,7 @@ bool LookAtFile(const std::wstring& library, Results& results) {
     return !results.HasFailure();
 }
 
-/// Goes on after a crash, but not after a hang: the next rounds would hang as well.
+/// Continues after a crash, but not after a hang: the next rounds would hang too.
 void PlayRounds(const std::wstring& library, const Options& options, Results& results) {
     for (const Round round : options.rounds) {
         const std::uint32_t times = round == Round::NoStart ? options.repetitions : 1;

@@ -15,7 +15,7 @@ constexpr DWORD Readable = PAGE_READONLY | PAGE_READWRITE | PAGE_WRITECOPY | PAG
 constexpr DWORD Executable =
     PAGE_EXECUTE | PAGE_EXECUTE_READ | PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
 
-/// Where the pages around `address` that allow `access` end; `address` itself if they don't.
+/// The end of the pages at `address` that allow `access`; `address` itself if they don't.
 std::uintptr_t EndOfAccess(std::uintptr_t address, DWORD access) {
     MEMORY_BASIC_INFORMATION region = {};
     // NOLINTNEXTLINE(performance-no-int-to-ptr): an address is walked over
@@ -64,7 +64,7 @@ std::wstring RowFault(const void* row, std::span<const wchar_t* const> members) 
     return {};
 }
 
-// As the host reads it: of any length and, on x64, at any address.
+// As in the host: of any length and, on x64, at any address.
 std::wstring TextFault(const wchar_t* text) {
     const auto start = reinterpret_cast<std::uintptr_t>(text);
     std::uintptr_t readableEnd = start;

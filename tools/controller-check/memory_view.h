@@ -1,4 +1,4 @@
-/// Looks at memory that the library named, without trusting it.
+/// Checks memory that the library passed, without trusting it.
 #ifndef TOOLS_CONTROLLER_CHECK_MEMORY_VIEW_H
 #define TOOLS_CONTROLLER_CHECK_MEMORY_VIEW_H
 
@@ -13,15 +13,15 @@ namespace controller_check {
 /// Whether code can run at `address`.
 [[nodiscard]] bool IsCallable(const void* address);
 
-/// The first function of a row that can't be called, by its member's name, in words; empty if all
+/// Describes the first function of a row that can't be called, with its member's name; empty if all
 /// can. The row has one pointer for each of `members`.
 [[nodiscard]] std::wstring RowFault(const void* row, std::span<const wchar_t* const> members);
 
-/// Why the text at `text` can't be read up to its end, in words; empty if it can.
+/// The reason why `text` can't be read to its end; empty if it can.
 [[nodiscard]] std::wstring TextFault(const wchar_t* text);
 
-/// "orrin-ctrl.dll+0x1234", or the address alone outside of all modules. No allocation. `size`
-/// counts characters.
+/// "orrin-ctrl.dll+0x1234", or only the address outside all modules. Doesn't allocate. `size` is in
+/// characters.
 void DescribePlace(const void* address, wchar_t* buffer, std::size_t size);
 
 }  // namespace controller_check

@@ -75,7 +75,7 @@ class Walk final : public tools::OptionWalk {
         }
     }
 
-    /// Each one once, in their own order; without a choice all that may be played unasked.
+    /// Each named round once, in the order of `Rounds`; if none is named, all that need no name.
     void ChooseRounds() {
         const std::vector<Round> named = std::exchange(options_.rounds, {});
         for (const RoundInfo& info : Rounds) {
@@ -92,11 +92,7 @@ class Walk final : public tools::OptionWalk {
 }  // namespace
 
 std::variant<Options, OptionError> ParseOptions(const std::vector<std::wstring>& arguments) {
-    Walk walk(arguments);
-    if (std::optional<OptionError> error = walk.TakeAll()) {
-        return *std::move(error);
-    }
-    return walk.Result();
+    return tools::ParseWith<Walk>(arguments);
 }
 
 std::wstring HelpText() {

@@ -16,10 +16,10 @@ using tools::OptionError;
 
 struct Options {
     std::wstring library;
-    std::vector<Round> rounds;          ///< those to play, in the order of `Rounds`
-    std::uint32_t timeout = 30000;      ///< milliseconds that a call may take
+    std::vector<Round> rounds;          ///< to play, in the order of `Rounds`
+    std::uint32_t timeout = 30000;      ///< of a call, in milliseconds
     std::uint32_t workTime = 1000;      ///< milliseconds between start and stop
-    std::uint32_t afterFreeTime = 500;  ///< milliseconds in which nothing more may come
+    std::uint32_t afterFreeTime = 500;  ///< milliseconds in which no call is allowed
     std::uint32_t repetitions = 3;      ///< of the round no-start
     bool json = false;
     bool quiet = false;
@@ -28,7 +28,7 @@ struct Options {
     bool version = false;
 };
 
-/// Reads the arguments behind the program's name.
+/// Parses the arguments after the program's name.
 [[nodiscard]] std::variant<Options, OptionError> ParseOptions(
     const std::vector<std::wstring>& arguments);
 

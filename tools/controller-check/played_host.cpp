@@ -7,7 +7,7 @@
 namespace controller_check {
 namespace {
 
-/// Of one function; a library that asks again and again must not fill the journal.
+/// For one function, so that a library that repeats a call doesn't fill the journal.
 constexpr std::uint32_t MostNotedCalls = 64;
 
 PlayedHost* current;
@@ -96,7 +96,7 @@ void PlayedHost::Crash(EXCEPTION_POINTERS* exception) {
     }
 }
 
-// What follows is called by the library, on any of its threads, also several at once.
+// The library calls the functions below, on any of its threads, also concurrently.
 
 void PlayedHost::Note(HostFunction function) {
     if (calls_[static_cast<std::size_t>(function)].fetch_add(1) < MostNotedCalls) {
@@ -120,7 +120,7 @@ void PlayedHost::OnLog(void* /*unused*/, std::uint32_t /*level*/, const wchar_t*
         return;
     }
     host.journal_.CountLogLine();
-    // A null message writes nothing, and the component isn't looked at then.
+    // A null message writes nothing; the component is then ignored.
     if (message != nullptr) {
         host.NoteText(L"the message", message);
         if (component != nullptr) {

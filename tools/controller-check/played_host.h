@@ -12,30 +12,30 @@
 
 namespace controller_check {
 
-/// What the library can call in the host, with everything that it does there written into the
-/// journal. One in a process, as the library's calls name no object, and never destroyed, as a
-/// library may call when it must not any more.
+/// The host's functions for the library. Records every call in the journal. One object per process,
+/// because the library's calls pass no object; never destroyed, because a faulty library may call
+/// too late.
 class PlayedHost {
   public:
-    /// `hasServiceManager`: false as in a console run.
+    /// `hasServiceManager` is false for a console run.
     PlayedHost(Journal& journal, bool hasServiceManager);
     ~PlayedHost() = delete;
     PlayedHost(const PlayedHost&) = delete;
     PlayedHost& operator=(const PlayedHost&) = delete;
 
-    /// Fills the records as they are before the create call.
+    /// Fills the records as before the create call.
     void OfferController();
-    /// Fills the parameters as they are for `OrrinBootstrap`.
+    /// Fills the parameters as for `OrrinBootstrap`.
     void OfferLogSink();
 
     [[nodiscard]] LoaderImage& Loader() noexcept { return records_.Loader(); }
     [[nodiscard]] HostRecords& Records() noexcept { return records_; }
-    /// Set once the library has said that it can't go on.
+    /// Set when the library has called the interrupt callback.
     [[nodiscard]] HANDLE Interrupted() const noexcept { return interrupted_.Get(); }
 
-    /// The free call, or `OrrinBootstrap`, has returned: the library must not call any more.
+    /// Call after the free call or `OrrinBootstrap`: from then on every call is an error.
     void End();
-    /// What the host's crash filter does, short of the dump.
+    /// Like the host's crash filter, but without a dump.
     [[noreturn]] void Crash(EXCEPTION_POINTERS* exception);
 
   private:

@@ -51,8 +51,8 @@ std::wstring RoundNames(const std::vector<Round>& rounds) {
     return names;
 }
 
-/// What is said beside the identifier: "all is well" in the statement's words, the reason why
-/// nothing is known, or the first thing seen; the rest on lines of their own.
+/// Verdict, identifier and text: the expectation if it is met, the reason if it is open, else the
+/// remarks and the advice, one per line.
 std::wstring Line(const Result& result, bool color) {
     const std::wstring verdict = Padded(NameOf(result.verdict), VerdictWidth);
     std::wstring text = L"  " + (color ? ColorOf(result.verdict) + verdict + L"\x1b[0m" : verdict) +
@@ -75,7 +75,7 @@ std::wstring Line(const Result& result, bool color) {
     return text + indent + result.expectation->advice + L'\n';
 }
 
-/// Nothing is known of it, not even why.
+/// Whether no round that checks it was played.
 bool IsUnplayed(const Result& result) {
     return result.verdict == Verdict::Open && result.remarks.empty();
 }
@@ -86,7 +86,7 @@ std::size_t CountOf(const std::vector<Result>& results, Verdict verdict) {
                       [&](const Result& result) { return result.verdict == verdict; }));
 }
 
-/// What counts when rounds differ.
+/// If rounds differ, the verdict of the highest rank counts.
 int Rank(Verdict verdict) {
     switch (verdict) {
         case Verdict::Failed:
@@ -182,7 +182,7 @@ std::wstring ToText(const std::wstring& library, const std::vector<Result>& resu
             text += Line(result, color);
         }
     }
-    // A file that can't be used has one reason, not one for each expectation.
+    // An unusable file is reported once, not for each expectation.
     if (!quiet && unplayed >= 2) {
         text += L"\n  The other " + std::to_wstring(unplayed) +
                 L" expectations were not checked: no round was played.\n";

@@ -9,21 +9,20 @@
 
 namespace controller_check {
 
-/// The same detail, seen in one or more rounds.
+/// A detail, and the rounds in which it was observed.
 struct Remark {
-    std::vector<Round> rounds;  ///< empty for what the file alone tells
+    std::vector<Round> rounds;  ///< empty if it comes from the file
     std::wstring detail;
 };
 
-/// One expectation over all rounds: failed if it failed in one, else advice if there was in one,
-/// else met if it was in one.
+/// The result of an expectation over all rounds: the worst of failed, advice and met.
 struct Result {
     const Expectation* expectation = nullptr;
     Verdict verdict = Verdict::Open;
-    std::vector<Remark> remarks;  ///< those of the verdict; none if it is met
+    std::vector<Remark> remarks;  ///< for this verdict; none if it is met
 };
 
-/// Collects what the file and each round say.
+/// Collects the results of the file and of each round.
 class Results {
   public:
     Results();
@@ -37,7 +36,7 @@ class Results {
     std::vector<Result> results_;
 };
 
-/// Takes one finding in, of a round if there is one.
+/// Merges one finding; `round` is null for the file.
 void Merge(Result& result, const Finding& finding, const Round* round);
 
 [[nodiscard]] std::wstring ToText(const std::wstring& library, const std::vector<Result>& results,

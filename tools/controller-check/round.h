@@ -8,15 +8,15 @@
 
 namespace controller_check {
 
-/// One life of the library, played in a process of its own as the host makes one controller a
-/// process.
+/// One run of the library from load to free. Each has its own process, because the host creates one
+/// controller per process.
 enum class Round { Service, Console, StopAtOnce, Shutdown, ForcedStop, NoStart, Unpack };
 
 struct RoundInfo {
     Round round;
     const wchar_t* name;
     const wchar_t* text;
-    bool byNameOnly;  ///< not played unless it is asked for
+    bool byNameOnly;  ///< played only if named
 };
 
 inline constexpr std::array<RoundInfo, 7> Rounds = {{

@@ -18,14 +18,14 @@ constexpr std::array<const wchar_t*, 4> ControllerMembers = {L"LoadAddons", L"Ac
                                                              L"NotifyOnStop", L"Deactivate"};
 static_assert(sizeof(OrrinController) == ControllerMembers.size() * sizeof(void*));
 
-/// Of the process, for the crash filter, which gets no context. Never destroyed.
+/// For the crash filter, which has no context argument. Never destroyed.
 PlayedHost* playedHost;
 
 LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* exception) {
     playedHost->Crash(exception);
 }
 
-/// A thread as the service's actions have them.
+/// A thread like the logic thread of the service's actions.
 class LogicThread {
   public:
     explicit LogicThread(std::function<void()> work) : work_(std::move(work)) {
@@ -84,7 +84,7 @@ class RoundPlayer {
                exports_.bootstrap != nullptr;
     }
 
-    // ---- the lives ----
+    // ---- the rounds ----
 
     void LiveOnce() {
         ::CoInitializeEx(nullptr, COINIT_MULTITHREADED);
@@ -99,7 +99,7 @@ class RoundPlayer {
     void Serve() {
         switch (order_.round) {
             case Round::Console:
-                // An interrupt changes nothing here: there is nobody to report to.
+                // An interrupt has no effect in a console run, which has no service manager.
                 if (Start()) {
                     ::Sleep(order_.workTime);
                     Stop();
@@ -126,7 +126,7 @@ class RoundPlayer {
     void StartAndStop(std::uint32_t workTime) {
         bool started = false;
         LogicThread([&] { started = Start(); }).Wait();
-        // A failed start and an interrupt are reported as stopped: no stop is delivered then.
+        // After a failed start or an interrupt the state is stopped, and no stop is delivered.
         if (started && WorkFor(workTime)) {
             LogicThread([this] { Stop(); }).Wait();
         }
@@ -153,7 +153,7 @@ class RoundPlayer {
         ::SetEvent(go.Get());
     }
 
-    /// False if the library has given up.
+    /// False if the library has called the interrupt callback.
     [[nodiscard]] bool WorkFor(std::uint32_t milliseconds) const {
         return ::WaitForSingleObject(host_.Interrupted(), milliseconds) == WAIT_TIMEOUT;
     }
@@ -165,7 +165,7 @@ class RoundPlayer {
         Enter(Call::Create);
         const std::int32_t code = exports_.create(&loader.params, &loader.controller);
         OrrinController* const controller = loader.controller;
-        // The one field that the library writes; the host itself then notes its success.
+        // The library writes only this field; then the host records the success.
         loader.controller = nullptr;
         Look(Call::Create);
         loader.controller = controller;
@@ -176,7 +176,7 @@ class RoundPlayer {
         return code == 0 && RowIsGood(Call::Create);
     }
 
-    /// As the host's loader starts. True if the service would go on.
+    /// Like the host's loader. True if the service would keep running.
     [[nodiscard]] bool Start() {
         if (Serve(Call::LoadAddons, &OrrinController::LoadAddons).value_or(1) != 0) {
             return false;
@@ -189,7 +189,7 @@ class RoundPlayer {
         return code == ORRIN_ACTIVATE_SOFT_FAILURE;
     }
 
-    /// As the host's loader stops.
+    /// Like the host's loader.
     void Stop() {
         if (Serve(Call::NotifyOnStop, &OrrinController::NotifyOnStop) == 0) {
             static_cast<void>(Serve(Call::Deactivate, &OrrinController::Deactivate));
@@ -233,7 +233,7 @@ class RoundPlayer {
         journal_.Add(Of(EventKind::Watched, Call::None));
     }
 
-    // ---- looking ----
+    // ---- checks ----
 
     bool RowIsGood(Call call) {
         const std::wstring fault = RowFault(host_.Loader().controller, ControllerMembers);
@@ -287,7 +287,7 @@ class RoundPlayer {
 void PlayRound(const PlayOrder& order, Journal& journal) {
     playedHost = new PlayedHost(journal, order.round != Round::Console);
     RoundPlayer(order, journal, *playedHost).Play();
-    // What the library does when its process ends is the last that can hang or crash.
+    // The library's own clean-up at process exit can still hang or crash.
     Event event = {};
     event.kind = EventKind::Entered;
     event.call = Call::ProcessEnd;

@@ -9,16 +9,16 @@
 
 namespace controller_check {
 
-/// What the process of a round is told.
+/// The parameters of a round's process.
 struct PlayOrder {
     Round round = Round::Service;
     std::wstring library;             ///< full path
     std::uint32_t workTime = 0;       ///< milliseconds between start and stop
-    std::uint32_t afterFreeTime = 0;  ///< milliseconds in which nothing more may come
+    std::uint32_t afterFreeTime = 0;  ///< milliseconds in which no call is allowed
 };
 
-/// Plays the host for one life of the library, on this thread as the host's main thread. Returns
-/// when the host's process would end; a crash ends the process at once.
+/// Plays the host for one round, with this thread as the host's main thread. Returns when the host
+/// would exit; a crash ends the process immediately.
 void PlayRound(const PlayOrder& order, Journal& journal);
 
 }  // namespace controller_check

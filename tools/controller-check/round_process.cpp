@@ -15,7 +15,7 @@ constexpr const wchar_t* RoundSwitch = L"--as-round";
 constexpr DWORD LookInterval = 10;  // milliseconds
 
 struct RoundProcess {
-    framework::KernelHandle job;  ///< its end takes all processes of the round with it
+    framework::KernelHandle job;  ///< closing it ends all processes of the round
     framework::KernelHandle process;
 };
 
@@ -49,7 +49,7 @@ std::wstring CommandLine(Round round, const std::wstring& library, const Options
            std::to_wstring(options.afterFreeTime) + L" \"" + library + L'"';
 }
 
-/// The library's own prints go to standard error, so that they don't mix with the report.
+/// The library's output goes to standard error, so that it doesn't mix with the report.
 RoundProcess StartProcess(std::wstring commandLine) {
     RoundProcess started;
     started.job = MakeJob();
@@ -65,13 +65,13 @@ RoundProcess StartProcess(std::wstring commandLine) {
     }
     started.process.Reset(information.hProcess);
     const framework::KernelHandle thread(information.hThread);
-    // Where this process is in a job that takes no other, the round just isn't cleared up after.
+    // If this fails (jobs may not be nested), child processes of the round are not ended.
     ::AssignProcessToJobObject(started.job.Get(), information.hProcess);
     ::ResumeThread(thread.Get());
     return started;
 }
 
-/// Looks again and again: the journal has no event, so that its writer needs nothing but memory.
+/// Polls the journal, which has no event: its writer must need nothing but memory.
 void AwaitEnd(const RoundProcess& round, const Journal& journal, std::uint64_t quietLimit,
               Story& story) {
     constexpr UINT EndedByForce = 1;
@@ -122,9 +122,9 @@ std::optional<int> ServeAsRound(const std::vector<std::wstring>& arguments) {
     order.afterFreeTime =
         static_cast<std::uint32_t>(std::wcstoul(arguments[4].c_str(), nullptr, Decimal));
     order.library = arguments[5];
-    // Never destroyed: threads of the library's may be anywhere when the process ends.
+    // Never destroyed, because threads of the library may still use it at process exit.
     Journal& journal = *new Journal(section);
-    // A crash is told by the report, not by a box that somebody has to close.
+    // The report shows a crash; an error box would wait for a user.
     ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
     tarnwick::CallOnFilterFrame([&] { PlayRound(order, journal); });
     return 0;

@@ -10,11 +10,11 @@
 
 namespace controller_check {
 
-/// Plays one round in a process of its own and waits for its end, which is forced if a call takes
-/// too long. `library` is a full path. Throws `std::system_error` if there is no such process.
+/// Plays one round in its own process and waits for its end; terminates it if a call takes too
+/// long. `library` is a full path. Throws `std::system_error` if the process can't be started.
 [[nodiscard]] Story RunRound(Round round, const std::wstring& library, const Options& options);
 
-/// Plays a round if this process was started by `RunRound`, and returns the exit code then.
+/// If `RunRound` started this process: plays the round and returns the exit code.
 [[nodiscard]] std::optional<int> ServeAsRound(const std::vector<std::wstring>& arguments);
 
 }  // namespace controller_check

@@ -1,4 +1,4 @@
-/// What a round says about each expectation. Pure: the same story gives the same finding.
+/// The verdict of a round on each expectation, as a function of its story.
 #ifndef TOOLS_CONTROLLER_CHECK_ROUND_VERDICTS_H
 #define TOOLS_CONTROLLER_CHECK_ROUND_VERDICTS_H
 
@@ -7,7 +7,7 @@
 
 namespace controller_check {
 
-// The library's file and its answers.
+// The library's file and results.
 Finding JudgeDependencies(const Story& story);
 Finding JudgeAttach(const Story& story);
 Finding JudgeCreateResult(const Story& story);
@@ -19,7 +19,7 @@ Finding JudgeDeactivateResult(const Story& story);
 Finding JudgeFreeResult(const Story& story);
 Finding JudgeRowCallable(const Story& story);
 
-// What it does with the host.
+// Its calls to the host.
 Finding JudgeRegisterContext(const Story& story);
 Finding JudgeRegistrarRow(const Story& story);
 Finding JudgeRegisterResult(const Story& story);
@@ -34,7 +34,7 @@ Finding JudgeCom(const Story& story);
 Finding JudgePreException(const Story& story);
 Finding JudgeAfterFree(const Story& story);
 
-// How its process ended.
+// The end of its process.
 Finding JudgeInTime(const Story& story);
 Finding JudgeNoCrash(const Story& story);
 Finding JudgeNoExit(const Story& story);

@@ -5,8 +5,8 @@
 namespace controller_check {
 namespace {
 
-/// The entries of calls that have not returned. Calls nest on no thread; two threads can make the
-/// same one, as a start that failed and a stop beside it both deactivate.
+/// The entries of calls that have not returned. Calls don't nest on a thread, but two threads can
+/// make the same call: a failed start and a concurrent stop both call Deactivate.
 std::vector<Event> OpenEntries(const std::vector<Event>& events) {
     std::vector<Event> open;
     for (const Event& event : events) {

@@ -19,10 +19,10 @@ struct LocalMemoryTraits {
 using LocalMemory = framework::UniqueHandle<LocalMemoryTraits>;
 
 constexpr const wchar_t* FolderRights = L"O:BAD:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)";
-/// No entries of its own: everything is inherited.
+/// Has no entries, so everything is inherited.
 constexpr const wchar_t* ContentRights = L"O:BAD:";
 
-/// Owner and access list of a text form, in one block of memory.
+/// Owner and access list from a string, in one block of memory.
 class Descriptor {
   public:
     explicit Descriptor(const wchar_t* text) {
@@ -56,7 +56,7 @@ framework::FileHandle OpenItself(const std::wstring& path, DWORD access) {
         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
 }
 
-/// A privilege that the account lacks stays off; the call that needs it fails then.
+/// A privilege that the account lacks stays disabled; the call that needs it then fails.
 void SwitchPrivilegesOn() {
     framework::KernelHandle token;
     if (!::OpenProcessToken(::GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, token.Receive())) {
@@ -81,7 +81,7 @@ DWORD TakeOwnership(const std::wstring& path, const Descriptor& wanted) {
                              nullptr, nullptr, nullptr);
 }
 
-/// Opened again: the right to change the list came with the ownership.
+/// Opens the folder again: the right to change the list comes with the ownership.
 DWORD SetList(const std::wstring& path, const Descriptor& wanted, DWORD protection) {
     const framework::FileHandle file = OpenItself(path, READ_CONTROL | WRITE_DAC);
     if (!file) {
@@ -148,7 +148,7 @@ DWORD RestrictFolder(const std::wstring& folder) {
     if (error != ERROR_SUCCESS) {
         return error;
     }
-    // Nobody else can put anything here any more.
+    // From here on other users can't add anything.
     return VisitTree(folder, false, [&](const std::wstring& path, DWORD) {
         return Apply(path, ofContents, UNPROTECTED_DACL_SECURITY_INFORMATION);
     });

@@ -6,8 +6,8 @@
 
 namespace service_tool {
 
-/// Compares the installation with what `Install` makes, part by part, and shows the status. Changes
-/// nothing and needs no administrator.
+/// Compares each part with what `Install` would make, and prints the status. Changes nothing; needs
+/// no administrator rights.
 [[nodiscard]] ExitCode Check(const Place& place);
 
 }  // namespace service_tool

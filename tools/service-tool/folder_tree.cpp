@@ -20,7 +20,7 @@ struct Entry {
     DWORD attributes;
 };
 
-/// The names are collected first, as the visitor may remove them.
+/// Collects the names first, because the visitor may remove the entries.
 DWORD ListFolder(const std::wstring& folder, std::vector<Entry>& entries) {
     WIN32_FIND_DATAW found = {};
     const FindHandle search(::FindFirstFileW((folder + L"\\*").c_str(), &found));

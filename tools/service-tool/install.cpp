@@ -73,13 +73,13 @@ class Installer {
     bool changed_ = false;
 };
 
-/// With two percent signs what is between them can be the name of a variable.
+/// Text between two percent signs can be the name of a variable.
 bool IsExpanded(const std::wstring& path) {
     return std::count(path.begin(), path.end(), L'%') > 1;
 }
 
 void TakeAll(Installer& installer, const Place& place) {
-    // The service goes first: nothing is left behind where it can't be registered.
+    // The service first: if it can't be registered, nothing else is changed.
     if (!installer.Take(ServicePart(place))) {
         return;
     }
@@ -88,7 +88,7 @@ void TakeAll(Installer& installer, const Place& place) {
     }
     bool folderIsRight = true;
     for (const Part& part : PartsOfSystem(place)) {
-        // Without a folder there is nothing to give rights to.
+        // Without a folder there are no rights to set.
         const bool isRights = part.name.starts_with(L"rights");
         if (!isRights || folderIsRight) {
             folderIsRight = installer.Take(part);

@@ -6,8 +6,8 @@
 
 namespace service_tool {
 
-/// Makes every part of the installation that is missing, and prints a line for each part. With
-/// `dryRun` it prints the changes instead. Never starts or stops the service.
+/// Makes every missing part of the installation and prints a line for each part. With `dryRun` only
+/// prints the changes. Never starts or stops the service.
 [[nodiscard]] ExitCode Install(const Place& place, bool dryRun);
 
 }  // namespace service_tool

@@ -1,8 +1,6 @@
 #include "tools/service-tool/options.h"
 
 #include <array>
-#include <optional>
-#include <utility>
 
 namespace service_tool {
 
@@ -115,11 +113,7 @@ class Walk final : public tools::OptionWalk {
 }  // namespace
 
 std::variant<Options, OptionError> ParseOptions(const std::vector<std::wstring>& arguments) {
-    Walk walk(arguments);
-    if (std::optional<OptionError> error = walk.TakeAll()) {
-        return *std::move(error);
-    }
-    return walk.Result();
+    return tools::ParseWith<Walk>(arguments);
 }
 
 }  // namespace service_tool

@@ -24,7 +24,7 @@ Finding RightIf(bool right, Condition otherwise) {
     return {right ? Condition::Right : otherwise};
 }
 
-/// For what a query failed: the manager has no such thing, or the query itself was refused.
+/// The finding for a failed query: not supported by the manager, or refused.
 Finding QueryFailed(DWORD error) {
     if (error == ERROR_INVALID_LEVEL) {
         return {Condition::NotSupported, L"this service manager has none"};
@@ -82,7 +82,7 @@ Part RecoveryPart() {
             [] { return WriteRecovery(WantedRecovery()); }};
 }
 
-/// The forced stop ends the service in order, with an exit code; it is to be restarted too.
+/// A forced stop ends with an exit code, not a crash; the service must then be restarted too.
 Part RecoveryFlagPart() {
     return {L"recovery after a stop with an error too",
             [] {
@@ -178,8 +178,8 @@ Finding InspectRights(const Place& place) {
         case ERROR_PATH_NOT_FOUND:
             return {Condition::Missing};
         case ERROR_ACCESS_DENIED:
-            // Whoever may not even read the rights isn't an administrator, or somebody else owns
-            // the folder.
+            // If even reading the rights is refused, this user isn't an administrator or another
+            // user owns the folder.
             return {Condition::Different, L"they can't be read without administrator rights"};
         default:
             return {Condition::Blocked, ErrorText(error)};

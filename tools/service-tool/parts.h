@@ -1,5 +1,5 @@
-/// The installation as a list of parts. `install` makes the parts that are missing, `check` judges
-/// all of them; both read the same list.
+/// The installation as a list of parts, used by both commands: `install` makes the missing parts,
+/// `check` reports on all of them.
 #ifndef TOOLS_SERVICE_TOOL_PARTS_H
 #define TOOLS_SERVICE_TOOL_PARTS_H
 
@@ -13,17 +13,17 @@
 namespace service_tool {
 
 enum class Condition {
-    Right,         ///< as installed, or a difference that is allowed
+    Right,         ///< as installed, or an allowed difference
     Missing,       ///< install makes it
-    Different,     ///< install makes it as it should be
-    Changed,       ///< not as installed, and install leaves it alone
+    Different,     ///< install corrects it
+    Changed,       ///< changed by an administrator; install keeps it
     Blocked,       ///< install can't make it; `detail` is the reason
     NotSupported,  ///< this system doesn't have it; `detail` is the reason
 };
 
 struct Finding {
     Condition condition;
-    std::wstring detail = {};  ///< added to the name of the part where it is printed
+    std::wstring detail = {};  ///< printed after the name of the part
     std::wstring remedy = {};  ///< replaces the remedy of the part
 };
 
@@ -43,10 +43,10 @@ struct Part {
 [[nodiscard]] std::vector<Part> PartsOfService();
 /// Data folder and event source.
 [[nodiscard]] std::vector<Part> PartsOfSystem(const Place& place);
-/// What the package and the components put next to this program.
+/// The files that the package and the components put next to this program.
 [[nodiscard]] std::vector<Part> PartsOfFolder(const Place& place);
 
-/// The link among the data folder and its parent, or the empty string.
+/// The data folder or its parent, whichever is a link; else empty.
 [[nodiscard]] std::wstring LinkOf(const Place& place);
 
 }  // namespace service_tool

@@ -22,7 +22,7 @@ struct Setting {
     const wchar_t* name;
     DWORD defaultValue;
 };
-/// The settings that the service reads, with the values that it assumes without them.
+/// The settings that the service reads, and their defaults.
 constexpr std::array<Setting, 5> Settings = {{{L"TraceLevelsMask", 7},
                                               {L"ExpiredPeriodInDays", 70},
                                               {L"MaxLogFilesSize", 26214400},
@@ -34,33 +34,33 @@ struct Place {
     std::wstring executable;
     std::wstring controller;
     std::wstring messages;
-    std::wstring dataParent;  ///< Velmora, which other products may use too
-    std::wstring data;        ///< Quillon in it, with the logs and the dump
+    std::wstring dataParent;  ///< Velmora; other products may use it too
+    std::wstring data;        ///< Quillon in `dataParent`, with the logs and the dump
     std::wstring logs;
 };
 
-/// The programs are those in the folder of this program. The data folder is the one that a service
-/// started now would use: its ALLUSERSPROFILE is taken from the environment that the system makes
-/// for a service process, not from this process's own.
+/// The programs are those in the folder of this program. The data folder is that of a service
+/// process: its ALLUSERSPROFILE comes from the environment that the system creates for services,
+/// not from this process.
 [[nodiscard]] Place FindPlace();
 
 [[nodiscard]] bool FileExists(const std::wstring& path);
 [[nodiscard]] bool FolderExists(const std::wstring& path);
 
-/// "1.0.0.804" from the file's version resource, or the empty string.
+/// "1.0.0.804" from the file's version resource; empty if it has none.
 [[nodiscard]] std::wstring FileVersion(const std::wstring& path);
 
-/// The path of the program that a registered command line starts, with variables expanded. Without
-/// quotes the program ends with the first ".exe".
+/// The program's path in a registered command line, with variables expanded. Without quotes it ends
+/// at the first ".exe".
 [[nodiscard]] std::wstring ProgramOf(const std::wstring& commandLine);
 
-/// Process ids of what runs from this file.
+/// The ids of all processes that run this file.
 [[nodiscard]] std::vector<DWORD> ProcessesOf(const std::wstring& executable);
 
-/// Whether this process may change the system.
+/// Whether this process has administrator rights.
 [[nodiscard]] bool IsElevated();
 
-/// Whether the platform is Wine, whose file systems accept access rights and don't store them.
+/// Whether this is Wine, whose file systems accept access rights but don't store them.
 [[nodiscard]] bool IsWine();
 
 }  // namespace service_tool

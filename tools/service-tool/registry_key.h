@@ -1,4 +1,4 @@
-/// Values below HKEY_LOCAL_MACHINE. Errors are Win32 codes, 0 for success. No state, any thread.
+/// Values below HKEY_LOCAL_MACHINE. Errors are Win32 codes, 0 for success. Thread-safe.
 #ifndef TOOLS_SERVICE_TOOL_REGISTRY_KEY_H
 #define TOOLS_SERVICE_TOOL_REGISTRY_KEY_H
 
@@ -11,7 +11,7 @@ namespace service_tool {
 
 [[nodiscard]] bool KeyExists(const std::wstring& key);
 
-/// The type of a value, as the platform numbers it; nothing if there is no such value.
+/// The value's REG_ type; nothing if it doesn't exist.
 [[nodiscard]] std::optional<DWORD> ValueType(const std::wstring& key, const std::wstring& name);
 
 /// Nothing unless the value exists and is a REG_DWORD.
@@ -21,12 +21,12 @@ namespace service_tool {
 [[nodiscard]] std::optional<std::wstring> ReadText(const std::wstring& key,
                                                    const std::wstring& name);
 
-// These make the key if it is missing.
+// These create the key if it is missing.
 [[nodiscard]] DWORD WriteNumber(const std::wstring& key, const std::wstring& name, DWORD value);
 [[nodiscard]] DWORD WriteExpandText(const std::wstring& key, const std::wstring& name,
                                     const std::wstring& text);
 
-/// Deletes the key with all it holds. A missing key is success.
+/// Deletes the key and its contents. A missing key is success.
 [[nodiscard]] DWORD DeleteKey(const std::wstring& key);
 
 }  // namespace service_tool

@@ -1,7 +1,6 @@
 #include "tools/service-tool/service.h"
 
 #include <algorithm>
-#include <array>
 
 #include "tools/service-tool/place.h"
 
@@ -45,7 +44,7 @@ DWORD QueryLevel(DWORD level, std::vector<BYTE>& buffer) {
 }
 
 DWORD ChangeLevel(DWORD level, void* record) {
-    // A restart among the recovery actions needs the right to start.
+    // Setting a restart as a recovery action needs the right to start.
     const ServiceHandle service = OpenRegistered(SERVICE_CHANGE_CONFIG | SERVICE_START);
     if (!service || !::ChangeServiceConfig2W(service.Get(), level, record)) {
         return ::GetLastError();
@@ -76,7 +75,7 @@ DWORD CreateRegistration(const std::wstring& executable) {
     if (!manager) {
         return ::GetLastError();
     }
-    // The quotes keep a path with a blank from naming another program.
+    // Quoted, so that a path with a blank can't name another program.
     const ServiceHandle service(
         ::CreateServiceW(manager.Get(), ServiceName, DisplayName, SERVICE_QUERY_STATUS,
                          SERVICE_WIN32_OWN_PROCESS, SERVICE_AUTO_START, SERVICE_ERROR_NORMAL,
@@ -89,7 +88,7 @@ DWORD MoveRegistration(const std::wstring& executable) {
 }
 
 bool IsMarkedForDeletion() {
-    // A change of nothing is refused with this error.
+    // Even an empty change fails with this error.
     return ChangeCommandLine(nullptr) == ERROR_SERVICE_MARKED_FOR_DELETE;
 }
 
@@ -110,14 +109,7 @@ std::optional<Registration> ReadRegistration() {
 
 std::optional<SERVICE_STATUS_PROCESS> ReadStatus() {
     const ServiceHandle service = OpenRegistered(SERVICE_QUERY_STATUS);
-    SERVICE_STATUS_PROCESS status = {};
-    DWORD needed = 0;
-    if (!service ||
-        !::QueryServiceStatusEx(service.Get(), SC_STATUS_PROCESS_INFO,
-                                reinterpret_cast<BYTE*>(&status), sizeof(status), &needed)) {
-        return std::nullopt;
-    }
-    return status;
+    return service ? tools::QueryStatus(service) : std::nullopt;
 }
 
 DWORD ReadDescription(std::wstring& text) {
@@ -157,7 +149,7 @@ DWORD ReadRecovery(Recovery& recovery) {
 
 DWORD WriteRecovery(const Recovery& recovery) {
     std::vector<SC_ACTION> actions = recovery.actions;
-    // Null texts leave the command and the message of a reboot as they are.
+    // Null leaves the command and the reboot message unchanged.
     SERVICE_FAILURE_ACTIONSW record = {recovery.resetSeconds, nullptr, nullptr,
                                        static_cast<DWORD>(actions.size()), actions.data()};
     return ChangeLevel(SERVICE_CONFIG_FAILURE_ACTIONS, &record);
@@ -176,25 +168,6 @@ DWORD ReadRecoveryFlag(bool& on) {
 DWORD WriteRecoveryFlag(bool on) {
     SERVICE_FAILURE_ACTIONS_FLAG record = {on ? TRUE : FALSE};
     return ChangeLevel(SERVICE_CONFIG_FAILURE_ACTIONS_FLAG, &record);
-}
-
-std::wstring StateName(DWORD state) {
-    constexpr std::array<const wchar_t*, 8> Names = {
-        nullptr,    L"STOPPED",          L"START_PENDING", L"STOP_PENDING",
-        L"RUNNING", L"CONTINUE_PENDING", L"PAUSE_PENDING", L"PAUSED"};
-    return state != 0 && state < Names.size() ? Names[state] : L"state " + std::to_wstring(state);
-}
-
-std::wstring ErrorText(DWORD error) {
-    std::array<wchar_t, 512> buffer{};
-    DWORD length =
-        ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error,
-                         0, buffer.data(), static_cast<DWORD>(buffer.size()), nullptr);
-    while (length > 0 && buffer[length - 1] <= L' ') {
-        --length;
-    }
-    const std::wstring code = L"error " + std::to_wstring(error);
-    return length == 0 ? code : code + L": " + std::wstring(buffer.data(), length);
 }
 
 }  // namespace service_tool

@@ -1,5 +1,5 @@
 /// The service in the database of the Service Control Manager. Errors are Win32 codes, 0 for
-/// success. One thread at a time for one handle: Wine serialises the calls on a handle.
+/// success.
 #ifndef TOOLS_SERVICE_TOOL_SERVICE_H
 #define TOOLS_SERVICE_TOOL_SERVICE_H
 
@@ -7,27 +7,24 @@
 #include <string>
 #include <vector>
 
-#include "framework/system/unique_handle.h"
+#include "tools/shared/service_manager.h"
 
 namespace service_tool {
 
-struct ServiceHandleTraits {
-    using Type = SC_HANDLE;
-    static Type Invalid() noexcept { return nullptr; }
-    static void Close(Type handle) noexcept { ::CloseServiceHandle(handle); }
-};
-using ServiceHandle = framework::UniqueHandle<ServiceHandleTraits>;
+using tools::ErrorText;
+using tools::ServiceHandle;
+using tools::StateName;
 
-/// Null with the thread's last error: ERROR_SERVICE_DOES_NOT_EXIST if it isn't registered.
+/// On failure returns null and sets the last error: ERROR_SERVICE_DOES_NOT_EXIST if not registered.
 [[nodiscard]] ServiceHandle OpenRegistered(DWORD access);
 
-/// Registers the service of `executable`: own process, started with the system, path in quotes.
+/// Registers `executable` as the service: own process, started with the system, quoted path.
 [[nodiscard]] DWORD CreateRegistration(const std::wstring& executable);
 
-/// Registers another executable for the next start. A service that runs isn't touched.
+/// Registers another executable for the next start. A running service isn't affected.
 [[nodiscard]] DWORD MoveRegistration(const std::wstring& executable);
 
-/// Whether the service is deleted but its name isn't free yet, as somebody still has it open.
+/// Whether the service is deleted but its name isn't free yet, because a handle is still open.
 /// False without the right to change the service.
 [[nodiscard]] bool IsMarkedForDeletion();
 
@@ -44,8 +41,8 @@ struct Registration {
 [[nodiscard]] DWORD ReadDescription(std::wstring& text);
 [[nodiscard]] DWORD WriteDescription(const std::wstring& text);
 
-/// What the manager does after a failure. Every call gives ERROR_INVALID_LEVEL on a manager that
-/// has no recovery actions, as Wine's.
+/// What the manager does after a failure. Every call returns ERROR_INVALID_LEVEL on a manager
+/// without recovery actions, such as Wine's.
 struct Recovery {
     DWORD resetSeconds = 0;
     std::vector<SC_ACTION> actions;
@@ -57,12 +54,6 @@ struct Recovery {
 /// Whether a stop that ends with an error counts as a failure too.
 [[nodiscard]] DWORD ReadRecoveryFlag(bool& on);
 [[nodiscard]] DWORD WriteRecoveryFlag(bool on);
-
-/// "RUNNING" and so on.
-[[nodiscard]] std::wstring StateName(DWORD state);
-
-/// "error 5: Access is denied."
-[[nodiscard]] std::wstring ErrorText(DWORD error);
 
 }  // namespace service_tool
 

@@ -177,7 +177,7 @@ void PrintNewestDump(const Place& place) {
 }
 
 void PrintFreeSpace(const Place& place) {
-    // The folder may not exist yet; its drive does.
+    // The folder may not exist yet, but its drive does.
     std::array<wchar_t, MAX_PATH> volume{};
     ULARGE_INTEGER available = {};
     if (!::GetVolumePathNameW(place.data.c_str(), volume.data(),

@@ -6,7 +6,7 @@
 namespace service_tool {
 
 /// Prints version, state, process, last start, last end with its exit code, newest dump and free
-/// space, a line each. Times are in UTC, as in the log. What can't be read is printed as unknown.
+/// space, one per line. Times are in UTC, as in the log. Unreadable values are printed as unknown.
 void PrintStatus(const Place& place);
 
 }  // namespace service_tool

@@ -11,10 +11,10 @@ namespace {
 
 // In milliseconds.
 constexpr DWORD PollPause = 100;
-/// The manager acts on the end of a process a little after it. Nothing reports that it has.
+/// The manager handles the end of a process with a delay, and nothing reports when it has.
 constexpr DWORD SettleTime = 2000;
 
-/// No restart as long as it lives. The actions are restored once.
+/// Prevents restarts during its lifetime. Restores the actions once.
 class RecoveryPause {
   public:
     RecoveryPause() {
@@ -27,7 +27,7 @@ class RecoveryPause {
         }
         error_ = WriteRecovery(none);
         paused_ = error_ == ERROR_SUCCESS;
-        // Otherwise Ctrl+C would leave the service without its recovery.
+        // Otherwise Ctrl+C would leave the service without recovery actions.
         ::SetConsoleCtrlHandler(nullptr, TRUE);
     }
     ~RecoveryPause() { static_cast<void>(Restore()); }
@@ -67,7 +67,7 @@ DWORD SendStop() {
     return ERROR_SUCCESS;
 }
 
-/// The process that the manager names for the service, if there is one.
+/// The service's process according to the manager, if there is one.
 class ServiceProcess {
   public:
     ServiceProcess() {
@@ -79,7 +79,7 @@ class ServiceProcess {
         isGone_ = !handle_ && ::GetLastError() == ERROR_INVALID_PARAMETER;
     }
 
-    /// Wine goes on showing a service as running whose process has ended.
+    /// Wine still shows a service as running after its process has ended.
     [[nodiscard]] bool IsGone() const { return handle_ ? HasEnded() : isGone_; }
     [[nodiscard]] bool HasEnded() const {
         return !handle_ || ::WaitForSingleObject(handle_.Get(), 0) == WAIT_OBJECT_0;
@@ -98,12 +98,12 @@ std::wstring ListOf(const std::vector<DWORD>& processes) {
     return list;
 }
 
-/// Empty once the service is stopped and nothing runs from the executable; else what still does.
+/// Empty if the service is stopped and no process runs the executable; else what is still running.
 std::wstring StillRunning(const ServiceProcess& process, const std::wstring& executable) {
     if (const std::vector<DWORD> processes = ProcessesOf(executable); !processes.empty()) {
         return L"process " + ListOf(processes) + L" of the executable";
     }
-    // A program can run although its file was renamed.
+    // A renamed file can still be running.
     return process.IsGone() || (process.HasEnded() && IsStopped()) ? L""
                                                                    : L"the process of the service";
 }
@@ -162,7 +162,7 @@ StopResult StopService(const std::wstring& executable, std::uint32_t waitSeconds
     }
     const DWORD error = SendStop();
     const auto status = ReadStatus();
-    // A stop that takes long fails too; one that was refused leaves the service running.
+    // A slow stop fails too; after a refused one the service keeps running.
     if (error != ERROR_SUCCESS && !process.IsGone() && status &&
         status->dwCurrentState == SERVICE_RUNNING) {
         return Settle(Refused(error), pause);

@@ -9,17 +9,16 @@
 
 namespace service_tool {
 
-/// The end of a stop. `text` and `remedy` are for the administrator.
+/// The result of a stop. `text` and `remedy` are for the administrator.
 struct StopResult {
     bool stopped = false;
     std::wstring text;
     std::wstring remedy;
 };
 
-/// Stops the service and waits for the end of its process, and of every other process that runs
-/// from `executable`, for at most `waitSeconds`. While it stops its recovery actions are replaced
-/// by "take no action", so that a stop that ends with an error or a crash isn't followed by a
-/// restart; then they are restored. Ctrl+C has no effect meanwhile.
+/// Stops the service and waits at most `waitSeconds` for the end of its process, and of every other
+/// process that runs `executable`. Until then "take no action" replaces the recovery actions, so
+/// that a stop with an error or a crash doesn't cause a restart. Ctrl+C is ignored meanwhile.
 [[nodiscard]] StopResult StopService(const std::wstring& executable, std::uint32_t waitSeconds);
 
 /// The command `stop`.

@@ -31,7 +31,7 @@ class Uninstaller {
         const auto registration = ReadRegistration();
         if (!registration) {
             PrintStep(L"gone", L"service was not registered");
-            // Settings without a service, made by hand.
+            // Settings without a service, created by hand.
             return !KeyExists(ServiceKey) ||
                    Step(L"settings", std::wstring(L"deletes HKLM\\") + ServiceKey,
                         [] { return DeleteKey(ServiceKey); });
@@ -77,7 +77,7 @@ class Uninstaller {
         }
     }
 
-    /// The name stays taken until the last handle to the service is closed, wherever it is.
+    /// The name isn't free until the last handle to the service, in any process, is closed.
     [[nodiscard]] DWORD DeleteRegistration() const {
         {
             const ServiceHandle service = OpenRegistered(DELETE);

@@ -7,9 +7,9 @@
 
 namespace service_tool {
 
-/// Stops and removes the service, wherever it is registered from, its settings and its event
-/// source, and with `options.removeLogs` the data folder. The program files stay. If the service
-/// can't be stopped nothing is removed.
+/// Stops and removes the service, whatever its executable, its settings and its event source; with
+/// `options.removeLogs` also the data folder. Keeps the program files. If the service can't be
+/// stopped, removes nothing.
 [[nodiscard]] ExitCode Uninstall(const Place& place, const Options& options);
 
 }  // namespace service_tool

@@ -42,13 +42,7 @@ DWORD ManagedService::Stop() const {
 }
 
 std::optional<SERVICE_STATUS_PROCESS> ManagedService::Query() const {
-    SERVICE_STATUS_PROCESS status{};
-    DWORD needed = 0;
-    if (!::QueryServiceStatusEx(service_.Get(), SC_STATUS_PROCESS_INFO,
-                                reinterpret_cast<BYTE*>(&status), sizeof(status), &needed)) {
-        return std::nullopt;
-    }
-    return status;
+    return tools::QueryStatus(service_);
 }
 
 DWORD ManagedService::Remove() {
@@ -82,8 +76,8 @@ void ManagedService::EndProcess() const {
     }
 }
 
-/// The manager keeps the name until the last handle to the service is closed, wherever it is. There
-/// is no event for that, hence the short pauses.
+/// The manager keeps the name until the last handle to the service, in any process, is closed. No
+/// event reports this, so the function polls.
 DWORD ManagedService::WaitUntilNameIsFree() const {
     const ULONGLONG begin = ::GetTickCount64();
     while (true) {

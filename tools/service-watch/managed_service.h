@@ -4,39 +4,34 @@
 #include <optional>
 #include <string>
 
-#include "framework/system/unique_handle.h"
+#include "tools/shared/service_manager.h"
 
 namespace service_watch {
 
-struct ServiceHandleTraits {
-    using Type = SC_HANDLE;
-    static Type Invalid() noexcept { return nullptr; }
-    static void Close(Type handle) noexcept { ::CloseServiceHandle(handle); }
-};
-using ServiceHandle = framework::UniqueHandle<ServiceHandleTraits>;
+using tools::ServiceHandle;
 
 /// One name in the database of the Service Control Manager. Errors are Win32 codes, 0 for success.
-/// Any thread.
+/// Thread-safe except `Register` and `Remove`.
 class ManagedService {
   public:
     explicit ManagedService(std::wstring name);
 
-    /// What keeps the manager itself from being used, or 0.
+    /// 0, or the error if the manager couldn't be opened.
     [[nodiscard]] DWORD ManagerError() const noexcept { return managerError_; }
 
-    /// Registers `image` as a service of its own process, started on demand. The path is quoted,
-    /// so that a blank in it doesn't end the program's name.
+    /// Registers `image` as a service in its own process, started on demand. Quotes the path, so
+    /// that a blank doesn't end the program's name.
     [[nodiscard]] DWORD Register(const std::wstring& image);
 
     [[nodiscard]] DWORD Start() const;
 
-    /// Sends the stop. May last as long as the service's own stop does.
+    /// Sends the stop. May take as long as the service takes to stop.
     [[nodiscard]] DWORD Stop() const;
 
     [[nodiscard]] std::optional<SERVICE_STATUS_PROCESS> Query() const;
 
-    /// Takes the registration away and waits until the name is free. A name that is not registered
-    /// is success. A process that still runs is ended first: nothing else could stop it any more.
+    /// Removes the service and waits until its name is free. Succeeds if it isn't registered. First
+    /// terminates a running process, which nothing could stop later.
     [[nodiscard]] DWORD Remove();
 
   private:

@@ -1,72 +1,78 @@
 #include "tools/service-watch/options.h"
 
-#include <cstddef>
-
 namespace service_watch {
-
 namespace {
 
-/// A week. Longer is a mistake in typing, and the milliseconds must fit 32 bits.
-constexpr std::uint32_t MaxSeconds = 7 * 24 * 60 * 60;
+/// A week. More is a typing error, and the milliseconds must fit in 32 bits.
+constexpr std::uint32_t MostSeconds = 7 * 24 * 60 * 60;
 
-std::optional<std::uint32_t> ParseSeconds(const std::wstring& text) {
-    std::uint32_t seconds = 0;
-    for (const wchar_t character : text) {
-        if (character < L'0' || character > L'9') {
-            return std::nullopt;
-        }
-        seconds = seconds * 10 + static_cast<std::uint32_t>(character - L'0');
-        if (seconds > MaxSeconds) {
-            return std::nullopt;
+class Walk final : public tools::OptionWalk {
+  public:
+    using OptionWalk::OptionWalk;
+
+    [[nodiscard]] const Options& Result() const noexcept { return options_; }
+
+  private:
+    void TakeOperand(const std::wstring& argument) override {
+        if (argument.empty() || !options_.image.empty()) {
+            Fail(L"unknown argument: " + argument);
+        } else if (options_.serviceName.empty()) {
+            options_.serviceName = argument;
+        } else {
+            options_.image = argument;
         }
     }
-    return text.empty() ? std::nullopt : std::optional(seconds);
-}
+
+    bool TakeSwitch() override {
+        if (Is(L"--remove")) {
+            options_.removeOnly = true;
+        } else if (Is(L"--color")) {
+            options_.color = true;
+        } else {
+            return false;
+        }
+        return true;
+    }
+
+    bool TakeValued() override {
+        if (Is(L"--for")) {
+            options_.seconds = Number(0, MostSeconds);
+        } else if (Is(L"--system-drive")) {
+            options_.systemDrive = Value();
+        } else {
+            return false;
+        }
+        return true;
+    }
+
+    void Finish() override {
+        if (options_.serviceName.empty()) {
+            Fail(L"a service is missing");
+        } else if (options_.removeOnly && !options_.image.empty()) {
+            Fail(L"--remove takes no executable");
+        } else if (!options_.removeOnly && options_.image.empty()) {
+            Fail(L"an executable is missing");
+        }
+    }
+
+    Options options_;
+};
 
 }  // namespace
 
-std::optional<Options> ParseOptions(const std::vector<std::wstring>& arguments) {
-    Options options;
-    std::vector<std::wstring> names;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::wstring& argument = arguments[i];
-        const bool hasValue = i + 1 < arguments.size();
-        if (argument == L"--remove") {
-            options.removeOnly = true;
-        } else if (argument == L"--color") {
-            options.color = true;
-        } else if (argument == L"--for" && hasValue) {
-            options.seconds = ParseSeconds(arguments[++i]);
-            if (!options.seconds) {
-                return std::nullopt;
-            }
-        } else if (argument == L"--system-drive" && hasValue) {
-            options.systemDrive = arguments[++i];
-        } else if (argument.empty() || argument.front() == L'-') {
-            return std::nullopt;
-        } else {
-            names.push_back(argument);
-        }
-    }
-    if (names.size() != (options.removeOnly ? 1U : 2U)) {
-        return std::nullopt;
-    }
-    options.serviceName = names[0];
-    if (!options.removeOnly) {
-        options.image = names[1];
-    }
-    return options;
+std::variant<Options, tools::OptionError> ParseOptions(const std::vector<std::wstring>& arguments) {
+    return tools::ParseWith<Walk>(arguments);
 }
 
 const char* UsageText() noexcept {
     return "service-watch [--for SECONDS] [--color] [--system-drive PATH] SERVICE EXECUTABLE\n"
-           "    registers the service, starts it, shows its states and its log until Ctrl+C,\n"
+           "    registers and starts the service, shows its states and its log until Ctrl+C,\n"
            "    stops it and removes it\n"
            "service-watch --remove SERVICE\n"
-           "    stops and removes what is registered under that name\n"
+           "    stops and removes the service with this name\n"
            "\n"
-           "Exit code: 0 after a start and a stop in order, 1 if anything failed,\n"
-           "2 for arguments that make no sense.\n";
+           "Exit code: 0 after a successful start and stop, 1 if anything failed,\n"
+           "2 for a usage error.\n";
 }
 
 }  // namespace service_watch

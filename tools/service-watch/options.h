@@ -4,23 +4,27 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
+
+#include "tools/shared/option_walk.h"
 
 namespace service_watch {
 
 struct Options {
     bool removeOnly = false;
     bool color = false;
-    std::optional<std::uint32_t> seconds;  ///< how long to watch; without it until Ctrl+C
-    std::wstring systemDrive;              ///< what to print instead of "C:"; empty for "C:" itself
+    std::optional<std::uint32_t> seconds;  ///< how long to watch; by default until Ctrl+C
+    std::wstring systemDrive;              ///< printed instead of "C:"; empty for "C:" itself
     std::wstring serviceName;
     std::wstring image;  ///< path of the executable; empty with `removeOnly`
 };
 
-/// Reads the arguments behind the program's name. Nothing if they make no sense.
-[[nodiscard]] std::optional<Options> ParseOptions(const std::vector<std::wstring>& arguments);
+/// Parses the arguments after the program's name.
+[[nodiscard]] std::variant<Options, tools::OptionError> ParseOptions(
+    const std::vector<std::wstring>& arguments);
 
-/// What the program takes, in lines.
+/// The help text.
 [[nodiscard]] const char* UsageText() noexcept;
 
 }  // namespace service_watch

@@ -26,7 +26,7 @@ RunLog::RunLog(const std::vector<std::wstring>& folders)
     reader_.SkipPresent();
 }
 
-// A folder that isn't there yet is looked for again the next time.
+// A missing folder is retried the next time.
 void RunLog::ReadNew(const RecordSink& sink) {
     static_cast<void>(reader_.ReadNew([&](const quillon_log::Record& record, const auto&) {
         ++records_;

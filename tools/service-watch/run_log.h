@@ -11,22 +11,22 @@
 
 namespace service_watch {
 
-/// The log of one run of the service, wherever of several folders it is written. One thread.
+/// The log of one run of the service, in one of several folders. Not thread-safe.
 class RunLog {
   public:
     using RecordSink = std::function<void(const quillon_log::Record&)>;
 
-    /// The logs that stand in the folders now belong to earlier runs and are not read.
+    /// Logs that already exist in the folders belong to earlier runs and are ignored.
     explicit RunLog(const std::vector<std::wstring>& folders);
 
-    /// Gives the records that came since the last call.
+    /// Passes on the records since the last call.
     void ReadNew(const RecordSink& sink);
-    /// The same once the service has ended: what is left without a line feed comes too.
+    /// As above, after the service has ended: includes a last record without a line feed.
     void Finish(const RecordSink& sink);
 
     [[nodiscard]] std::uint64_t RecordCount() const noexcept { return records_; }
     [[nodiscard]] std::size_t FileCount() const noexcept { return reader_.FilesRead(); }
-    /// Path of the file read last; empty if there was none.
+    /// The path of the last file read; empty if there was none.
     [[nodiscard]] std::wstring LastFile() const { return reader_.LastFile(); }
 
   private:

@@ -1,16 +1,13 @@
 #include "tools/service-watch/state_text.h"
 
-#include <array>
+#include "framework/system/console.h"
+#include "tools/shared/service_manager.h"
 
 namespace service_watch {
 
 namespace {
 
 constexpr std::size_t StateWidth = 15;
-
-constexpr std::array<const char*, 8> StateNames = {nullptr,         "STOPPED", "START_PENDING",
-                                                   "STOP_PENDING",  "RUNNING", "CONTINUE_PENDING",
-                                                   "PAUSE_PENDING", "PAUSED"};
 
 std::string AcceptedControls(DWORD controls) {
     std::string text;
@@ -34,13 +31,8 @@ std::string ExitCodeText(const SERVICE_STATUS_PROCESS& status) {
 
 }  // namespace
 
-std::string StateName(DWORD state) {
-    return state != 0 && state < StateNames.size() ? StateNames[state]
-                                                   : "state " + std::to_string(state);
-}
-
 std::string DescribeStatus(const SERVICE_STATUS_PROCESS& status) {
-    std::string text = StateName(status.dwCurrentState);
+    std::string text = framework::ToUtf8(tools::StateName(status.dwCurrentState));
     text.append(text.size() < StateWidth ? StateWidth - text.size() : 1, ' ');
     if (status.dwCurrentState == SERVICE_STOPPED) {
         return text + "exit code " + ExitCodeText(status);

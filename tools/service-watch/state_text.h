@@ -7,13 +7,10 @@
 
 namespace service_watch {
 
-/// "START_PENDING" and so on; the number for a state that has no name.
-[[nodiscard]] std::string StateName(DWORD state);
-
-/// State, what the service accepts, and what else its report says, for one line.
+/// One line: the state, the accepted controls, and the report's other values.
 [[nodiscard]] std::string DescribeStatus(const SERVICE_STATUS_PROCESS& status);
 
-/// Whether the two say the same of the service.
+/// Whether the two reports are equal.
 [[nodiscard]] bool SameReport(const SERVICE_STATUS_PROCESS& one,
                               const SERVICE_STATUS_PROCESS& other) noexcept;
 

@@ -3,7 +3,9 @@
 #include <optional>
 #include <utility>
 
+#include "framework/system/console.h"
 #include "tools/service-watch/state_text.h"
+#include "tools/shared/service_manager.h"
 
 namespace service_watch {
 
@@ -13,8 +15,8 @@ namespace {
 constexpr DWORD AskPause = 50;
 constexpr DWORD NotificationLimit = 200;  // for one that is on its way
 
-/// The system writes into it until the notification has come, even when the handle is closed
-/// before, so it lives as long as the process.
+/// The system writes to it until the notification arrives, even after the handle is closed. So it
+/// must live as long as the process.
 SERVICE_NOTIFYW notification{};
 
 DWORD NotifyBit(DWORD state) noexcept {
@@ -40,7 +42,7 @@ StateWatch::StateWatch(const std::wstring& serviceName, ChangeSink sink)
         ::SetEvent(ready.Get());
         Watch();
     });
-    // Whoever starts the service next finds the watch in place.
+    // The subscription must exist before the caller starts the service.
     ::WaitForSingleObject(ready.Get(), INFINITE);
 }
 
@@ -77,8 +79,7 @@ DWORD StateWatch::LastState() const noexcept {
     return started_ ? last_.dwCurrentState : DWORD{SERVICE_STOPPED};
 }
 
-/// Asks to be told when the service enters another state than the one told last. Refused, the
-/// questions in between are all there is.
+/// Subscribes to the next state change. If the subscription is refused, polling alone is used.
 void StateWatch::RequestNotification() {
     if (requested_) {
         return;
@@ -92,7 +93,7 @@ void StateWatch::RequestNotification() {
                                      &notification) == ERROR_SUCCESS;
 }
 
-/// Runs on the watching thread, inside its wait.
+/// Runs on the watch thread, during its wait.
 void CALLBACK StateWatch::OnNotified(void* record) {
     const auto* told = static_cast<const SERVICE_NOTIFYW*>(record);
     auto* self = static_cast<StateWatch*>(told->pContext);
@@ -103,23 +104,13 @@ void CALLBACK StateWatch::OnNotified(void* record) {
     }
 }
 
-std::optional<SERVICE_STATUS_PROCESS> StateWatch::Query() const {
-    SERVICE_STATUS_PROCESS status{};
-    DWORD needed = 0;
-    if (!::QueryServiceStatusEx(service_.Get(), SC_STATUS_PROCESS_INFO,
-                                reinterpret_cast<BYTE*>(&status), sizeof(status), &needed)) {
-        return std::nullopt;
-    }
-    return status;
-}
-
 void StateWatch::Ask() {
-    auto status = Query();
+    auto status = tools::QueryStatus(service_);
     if (status && requested_ && status->dwCurrentState != LastState()) {
-        // The notification of this change is on its way and comes first; by then the answer may be
-        // an old one.
+        // The notification of this change is on its way. Wait for it first, then query again,
+        // because the status may have changed.
         ::WaitForSingleObjectEx(end_.Get(), NotificationLimit, TRUE);
-        status = Query();
+        status = tools::QueryStatus(service_);
     }
     if (status) {
         Take(*status);
@@ -129,7 +120,7 @@ void StateWatch::Ask() {
 void StateWatch::Take(const SERVICE_STATUS_PROCESS& status) {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        // A service that has never run is SERVICE_STOPPED too; that is not the end of a run.
+        // SERVICE_STOPPED before the first start is not the end of a run.
         started_ = started_ || status.dwCurrentState != SERVICE_STOPPED;
         if (!started_) {
             return;
@@ -143,7 +134,8 @@ void StateWatch::Take(const SERVICE_STATUS_PROCESS& status) {
             return;
         }
         if (status.dwCurrentState != last_.dwCurrentState) {
-            statesSeen_ += (statesSeen_.empty() ? "" : " -> ") + StateName(status.dwCurrentState);
+            statesSeen_ += (statesSeen_.empty() ? "" : " -> ") +
+                           framework::ToUtf8(tools::StateName(status.dwCurrentState));
         }
         last_ = status;
     }

@@ -13,33 +13,32 @@
 
 namespace service_watch {
 
-/// Has the Service Control Manager tell each change of the service's state, and asks it every 50 ms
-/// for the rest of the status, on a thread of its own. A change that came and went without being
-/// told is not seen: the list of states holds what the manager really said.
+/// Watches a service on its own thread. Subscribes to state changes and polls the rest of the
+/// status every 50 ms. A state that is reported neither way is missing from the list.
 class StateWatch {
   public:
     using Clock = std::chrono::steady_clock;
-    /// Called on the watching thread.
+    /// Called on the watch thread.
     using ChangeSink =
         std::function<void(const SERVICE_STATUS_PROCESS& status, Clock::duration sinceBegin)>;
 
-    /// Opens the service by a handle of its own: Wine lets no two calls run at once on the same
-    /// one, so that nothing could be asked for as long as a stop lasts.
+    /// Opens its own service handle: Wine serialises calls on one handle, so a stop would block all
+    /// queries.
     StateWatch(const std::wstring& serviceName, ChangeSink sink);
     ~StateWatch();
     StateWatch(const StateWatch&) = delete;
     StateWatch& operator=(const StateWatch&) = delete;
 
-    /// Set once the service, seen in another state before, is SERVICE_STOPPED.
+    /// Set when the service becomes SERVICE_STOPPED after another state.
     [[nodiscard]] HANDLE StoppedEvent() const noexcept { return stopped_.Get(); }
 
-    /// The process that the service was seen to run in; null if none was seen. Opened as soon as
-    /// its id is known, so that the exit code can still be read when the process is gone.
+    /// The service's process; null if none was observed. Opened as soon as its id is known, so that
+    /// its exit code can be read after it has ended.
     [[nodiscard]] HANDLE Process() const;
 
     [[nodiscard]] SERVICE_STATUS_PROCESS Last() const;
 
-    /// "START_PENDING -> RUNNING" and so on: the states seen, in order.
+    /// The observed states in order: "START_PENDING -> RUNNING".
     [[nodiscard]] std::string StatesSeen() const;
 
   private:
@@ -47,7 +46,6 @@ class StateWatch {
     void Watch();
     [[nodiscard]] DWORD LastState() const noexcept;
     void RequestNotification();
-    [[nodiscard]] std::optional<SERVICE_STATUS_PROCESS> Query() const;
     void Ask();
     void Take(const SERVICE_STATUS_PROCESS& status);
 
@@ -60,7 +58,7 @@ class StateWatch {
     bool requested_ = false;  // of the watching thread alone: a notification is to come
 
     mutable std::mutex mutex_;
-    // Written by the watching thread under `mutex_`; other threads read under it too.
+    // Guarded by `mutex_`; written only by the watch thread.
     bool started_ = false;
     SERVICE_STATUS_PROCESS last_{};
     framework::KernelHandle process_;

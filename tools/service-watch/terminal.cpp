@@ -1,9 +1,7 @@
 #include "tools/service-watch/terminal.h"
 
-#include <array>
 #include <string>
 
-#include "framework/system/console.h"
 #include "framework/system/platform.h"
 
 namespace service_watch {
@@ -33,7 +31,7 @@ void Terminal::Write(std::string_view text) {
         DWORD written = 0;
         if (!::WriteFile(output, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) ||
             written == 0) {
-            return;  // nobody reads any more; the service is stopped and removed all the same
+            return;  // the reader is gone; the service is still stopped and removed
         }
         text.remove_prefix(written);
     }
@@ -54,18 +52,6 @@ std::string Terminal::Styled(Style style, std::string_view text) const {
         return std::string(text);
     }
     return std::string(EscapeSequence(style)).append(text).append("\x1b[0m");
-}
-
-std::string ErrorText(unsigned long error) {
-    std::array<wchar_t, 512> buffer{};
-    DWORD length =
-        ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error,
-                         0, buffer.data(), static_cast<DWORD>(buffer.size()), nullptr);
-    while (length > 0 && buffer[length - 1] <= L' ') {
-        --length;
-    }
-    const std::string code = "error " + std::to_string(error);
-    return length == 0 ? code : code + ": " + framework::ToUtf8({buffer.data(), length});
 }
 
 }  // namespace service_watch

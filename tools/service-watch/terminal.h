@@ -9,8 +9,8 @@ namespace service_watch {
 
 enum class Style { Plain, Bold, Red };
 
-/// Standard output as UTF-8 with bare line feeds, so that a pipe into other tools gets clean lines.
-/// Any thread; one call is never torn apart by another.
+/// Standard output as UTF-8 with bare line feeds, for pipes. Thread-safe; output of concurrent
+/// calls doesn't mix.
 class Terminal {
   public:
     explicit Terminal(bool color) noexcept : color_(color) {}
@@ -19,22 +19,19 @@ class Terminal {
 
     void Write(std::string_view text);
 
-    /// A bold line with an empty one before and after it.
+    /// A bold line between two empty ones.
     void Heading(std::string_view text);
 
-    /// A name and a value, aligned with the fields before.
+    /// A name and a value, aligned with other fields.
     void Field(std::string_view name, std::string_view value);
 
-    /// `text` in a style, or as it is where there is no colour.
+    /// `text` in a style, or unchanged without colour.
     [[nodiscard]] std::string Styled(Style style, std::string_view text) const;
 
   private:
     const bool color_;
     std::mutex mutex_;
 };
-
-/// The system's text for an error code, with the code.
-[[nodiscard]] std::string ErrorText(unsigned long error);
 
 }  // namespace service_watch
 

@@ -32,7 +32,7 @@ constexpr ULONGLONG StopLimit = 180000;       // for the stop itself
 constexpr ULONGLONG ProcessEndLimit = 30000;  // for the process, once the service is stopped
 constexpr ULONGLONG NoLimit = ~0ULL;
 
-/// Set by Ctrl+C. A console event comes on a thread of the system's and can carry no argument.
+/// Set by Ctrl+C. The system calls the handler on its own thread, without an argument.
 HANDLE interruptEvent = nullptr;
 
 BOOL WINAPI OnConsoleControl(DWORD) {
@@ -52,8 +52,8 @@ std::wstring FullPath(const std::wstring& path) {
     return result;
 }
 
-/// The machine-wide data folder of a service is not everywhere that of a console program: on Wine
-/// it is the folder of the public user.
+/// On Wine the machine-wide data folder of a service differs from that of a console program: it is
+/// the folder of the public user.
 std::vector<std::wstring> LogFolders() {
     std::vector<std::wstring> folders;
     for (const wchar_t* base : {L"%ALLUSERSPROFILE%", L"%PUBLIC%", L"%ProgramData%"}) {
@@ -67,7 +67,7 @@ std::vector<std::wstring> LogFolders() {
     return folders;
 }
 
-/// One run from registering to removing. The steps stand in the order in which they happen.
+/// One run from registering to removing. The steps are in the order of execution.
 class WatchedRun {
   public:
     WatchedRun(const Options& options, Terminal& terminal)
@@ -96,7 +96,7 @@ class WatchedRun {
         if (service_.ManagerError() != 0) {
             return Fail("The Service Control Manager can't be reached", service_.ManagerError());
         }
-        // What an earlier run left behind when it was killed.
+        // The service of an earlier run that was killed.
         if (const DWORD error = service_.Remove(); error != 0) {
             return Fail("An earlier registration can't be removed", error);
         }
@@ -127,7 +127,7 @@ class WatchedRun {
         if (IsSet(watch.StoppedEvent())) {
             return;
         }
-        // The call lasts as long as the service takes to stop, and its log goes on meanwhile.
+        // The call takes as long as the service takes to stop, so the log is shown meanwhile.
         const framework::KernelHandle refused(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
         DWORD error = 0;
         std::thread control([&] {
@@ -138,13 +138,13 @@ class WatchedRun {
         });
         FollowUntil({watch.StoppedEvent(), refused.Get()}, StopLimit);
         control.join();
-        // A call that failed says little: the service may have stopped in spite of it.
+        // Even if the call failed, the service may have stopped.
         if (::WaitForSingleObject(watch.StoppedEvent(), LateStopLimit) != WAIT_OBJECT_0) {
             Fail("The service didn't stop", error == 0 ? ERROR_SERVICE_REQUEST_TIMEOUT : error);
         }
     }
 
-    /// Repeats a stop that the service doesn't accept yet, because it has only just started.
+    /// Retries a stop that the service doesn't accept yet, because it is still starting.
     [[nodiscard]] DWORD SendStop(const StateWatch& watch) const {
         const ULONGLONG begin = ::GetTickCount64();
         while (true) {
@@ -211,7 +211,7 @@ class WatchedRun {
 
     enum class Woken { First, Second, ByLimit };
 
-    /// Shows the log until one of one or two handles is signalled or `limit` milliseconds are over.
+    /// Shows the log until one of the handles is signaled or `limit` milliseconds have passed.
     Woken FollowUntil(const std::vector<HANDLE>& handles, ULONGLONG limit) {
         const ULONGLONG begin = ::GetTickCount64();
         while (true) {
@@ -246,8 +246,10 @@ class WatchedRun {
     /// Always false, so that a step can return it.
     bool Fail(const char* what, DWORD error) {
         succeeded_ = false;
-        terminal_.Write(terminal_.Styled(Style::Red, std::string(what) + ": " + ErrorText(error)) +
-                        "\n");
+        terminal_.Write(
+            terminal_.Styled(
+                Style::Red, std::string(what) + ": " + framework::ToUtf8(tools::ErrorText(error))) +
+            "\n");
         return false;
     }
 
@@ -290,7 +292,8 @@ ExitCode RemoveRegistered(const Options& options, Terminal& terminal) {
     ManagedService service(options.serviceName);
     const DWORD error = service.ManagerError() != 0 ? service.ManagerError() : service.Remove();
     if (error != 0) {
-        terminal.Write("The service can't be removed: " + ErrorText(error) + "\n");
+        terminal.Write(
+            "The service can't be removed: " + framework::ToUtf8(tools::ErrorText(error)) + "\n");
     }
     return error == 0 ? ExitSuccess : ExitFailure;
 }

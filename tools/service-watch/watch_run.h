@@ -9,10 +9,10 @@ namespace service_watch {
 /// Exit codes of the program.
 enum ExitCode : int { ExitSuccess = 0, ExitFailure = 1, ExitUsage = 2 };
 
-/// Registers, starts, watches, stops and removes the service, and tells all of it.
+/// Registers, starts, watches, stops and removes the service, and prints each step.
 [[nodiscard]] ExitCode RunWatched(const Options& options, Terminal& terminal);
 
-/// Removes what is registered under the name.
+/// Removes the service with this name.
 [[nodiscard]] ExitCode RemoveRegistered(const Options& options, Terminal& terminal);
 
 }  // namespace service_watch

@@ -27,7 +27,7 @@ std::wstring Escaped(wchar_t character) {
         default:
             break;
     }
-    // Surrogates too: a lone one has no form in UTF-8, and a pair may be cut.
+    // Escapes surrogates too: an unpaired one can't be UTF-8, and a pair may be split.
     const bool isSurrogate = character >= 0xD800 && character <= 0xDFFF;
     return character < L' ' || isSurrogate ? HexEscape(character) : std::wstring(1, character);
 }

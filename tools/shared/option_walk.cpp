@@ -30,7 +30,7 @@ void OptionWalk::Take(const std::wstring& argument) {
     }
 }
 
-/// Whether a letter is a switch shows when it is taken: then what follows it is left over.
+/// A letter is a switch if `TakeSwitch` takes it; then the next letter is another option.
 void OptionWalk::TakeShortOptions(const std::wstring& argument) {
     for (std::size_t index = 1; index < argument.size() && !error_; ++index) {
         name_ = {L'-', argument[index]};
@@ -68,7 +68,7 @@ std::wstring OptionWalk::Value() {
 }
 
 std::uint32_t OptionWalk::Number(std::uint32_t least, std::uint32_t most) {
-    constexpr std::size_t MostDigits = 9;  // any such number fits
+    constexpr std::size_t MostDigits = 9;  // always fits in 32 bits
     const std::wstring value = Value();
     const bool isNumber = !value.empty() && value.size() <= MostDigits &&
                           value.find_first_not_of(L"0123456789") == value.npos;

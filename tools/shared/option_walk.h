@@ -6,6 +6,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
+#include <variant>
 #include <vector>
 
 #include "tools/shared/terminal_output.h"
@@ -17,44 +20,44 @@ struct OptionError {
     std::wstring text;
 };
 
-/// Walks over the arguments of a program once. A program derives from it and takes the options that
-/// it knows. A value stands behind its option, or at once: "--lines=5", "-n5". Short switches can
-/// stand together: "-fn5".
+/// Parses a command line. A program derives from it and takes its own options. A value follows its
+/// option as the next argument or directly: "--lines=5", "-n5". Short switches can be combined:
+/// "-fn5".
 class OptionWalk {
   public:
-    /// `arguments` stand behind the program's name and outlive the walk.
+    /// `arguments`, without the program's name, must outlive the walk.
     explicit OptionWalk(const std::vector<std::wstring>& arguments) : arguments_(arguments) {}
     OptionWalk(const OptionWalk&) = delete;
     OptionWalk& operator=(const OptionWalk&) = delete;
 
-    /// Stops at the first error, which is the result.
+    /// Stops at the first error and returns it. Call once.
     std::optional<OptionError> TakeAll();
 
   protected:
     ~OptionWalk() = default;
 
-    /// An argument that is no option.
+    /// Takes an argument that isn't an option.
     virtual void TakeOperand(const std::wstring& argument) = 0;
-    /// Takes the option at hand if it is one without a value.
+    /// Takes the current option if it has no value.
     virtual bool TakeSwitch() = 0;
-    /// Takes the option at hand if it is one with a value.
+    /// Takes the current option if it has a value.
     virtual bool TakeValued() = 0;
-    /// Looks at the whole once all has been taken.
+    /// Checks the result after the last argument.
     virtual void Finish() {}
 
-    /// Whether the option at hand has one of these names.
+    /// Whether the current option has one of these names.
     [[nodiscard]] bool Is(std::wstring_view name, std::wstring_view otherName = {}) const {
         return name_ == name || (!otherName.empty() && name_ == otherName);
     }
 
-    // The value of the option at hand. One that is missing or can't be understood is an error.
+    // The value of the current option. A missing or invalid value is an error.
     std::wstring Value();
     std::uint32_t Number(std::uint32_t least, std::uint32_t most);
     ColorChoice Color();
 
     [[nodiscard]] const std::wstring& Name() const noexcept { return name_; }
 
-    /// Notes an error; the first one stands.
+    /// Records an error; later ones are ignored.
     void Fail(std::wstring text);
 
   private:
@@ -65,9 +68,19 @@ class OptionWalk {
     const std::vector<std::wstring>& arguments_;
     std::size_t index_ = 0;
     std::wstring name_;
-    std::optional<std::wstring> attached_;  ///< the value that stands at the option itself
+    std::optional<std::wstring> attached_;  ///< the value that directly follows the option
     std::optional<OptionError> error_;
 };
+
+/// Runs a walk, which has `Result()`, over the arguments.
+template <class Walk>
+[[nodiscard]] auto ParseWith(const std::vector<std::wstring>& arguments) {
+    using Options = std::remove_cvref_t<decltype(std::declval<Walk&>().Result())>;
+    Walk walk(arguments);
+    std::optional<OptionError> error = walk.TakeAll();
+    return error ? std::variant<Options, OptionError>(*std::move(error))
+                 : std::variant<Options, OptionError>(walk.Result());
+}
 
 }  // namespace tools
 

@@ -1,4 +1,4 @@
-/// What a program says: text for a console as it is, UTF-8 for everything else.
+/// Output of a program: UTF-16 to a console, UTF-8 otherwise.
 #ifndef TOOLS_SHARED_TERMINAL_OUTPUT_H
 #define TOOLS_SHARED_TERMINAL_OUTPUT_H
 
@@ -8,20 +8,20 @@ namespace tools {
 
 enum class ColorChoice { WhenTerminal, Always, Never };
 
-/// Whether standard output is to be coloured. Asks the terminal, which from then on understands
-/// colours, only if the choice depends on it; the environment's NO_COLOR speaks against it then.
+/// Whether to colour standard output. With `WhenTerminal`, checks for a terminal, enables its
+/// colours and honours the environment variable NO_COLOR.
 [[nodiscard]] bool WantsColor(ColorChoice choice);
 
-/// False if nobody reads any more.
+/// False if the reader is gone.
 bool WriteOutput(std::wstring_view text);
 
-/// Bytes to standard output as they are. False if nobody reads any more.
+/// Writes bytes unchanged. False if the reader is gone.
 bool WriteOutputBytes(std::string_view bytes);
 
-/// Text to standard error as it is.
+/// Writes text to standard error.
 void WriteErrorText(std::wstring_view text);
 
-/// One line to standard error, after the program's name.
+/// Writes one line to standard error: the program's name and `text`.
 void WriteError(std::wstring_view program, std::wstring_view text);
 
 }  // namespace tools

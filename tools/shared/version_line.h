@@ -7,7 +7,7 @@
 
 namespace tools {
 
-/// What `--version` prints: "quillon-log 1.0.0.804\n", say.
+/// The output of `--version`, for example "quillon-log 1.0.0.804\n".
 [[nodiscard]] inline std::wstring VersionLine(const std::wstring& program) {
     return program + L" " + version::Text + L"\n";
 }

@@ -37,10 +37,6 @@ void SwitchOnDebugPrivilege() {
 
 }  // namespace
 
-void ServiceHandleTraits::Close(Type handle) noexcept {
-    ::CloseServiceHandle(handle);
-}
-
 Service::Service(const HostFolder& host)
     : executable_(host.Executable()),
       manager_(::OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS)) {

@@ -6,17 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "framework/system/unique_handle.h"
 #include "tests/end-to-end/support/host_folder.h"
+#include "tools/shared/service_manager.h"
 
 namespace test {
 
-struct ServiceHandleTraits {
-    using Type = SC_HANDLE;
-    static Type Invalid() noexcept { return nullptr; }
-    static void Close(Type handle) noexcept;
-};
-using ServiceHandle = framework::UniqueHandle<ServiceHandleTraits>;
+using tools::ServiceHandle;
 
 /// The host of a folder, registered as a service under a unique name. (The SCM ignores the name
 /// with which the host registers its handler, because the service has its own process.)

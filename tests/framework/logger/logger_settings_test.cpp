@@ -11,11 +11,11 @@
 
 #include "framework/logger/internal_trace.h"
 #include "framework/logger/logger.h"
+#include "tests/framework/system/scratch_key.h"
 #include "tests/support/debugger_channel.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/platform_hooks.h"
 #include "tests/support/scratch_folder.h"
-#include "tests/support/unique_name.h"
 
 namespace framework {
 namespace {
@@ -26,41 +26,6 @@ using ::testing::TestWithParam;
 using ::testing::ValuesIn;
 
 constexpr std::uint64_t TicksOfADay = 864000000000;
-
-/// A key below HKEY_LOCAL_MACHINE that no other test uses, removed at the end.
-class ScratchKey {
-  public:
-    ScratchKey() : path_(L"SOFTWARE\\" + test::UniqueName(L"tarnwick-test")) {}
-    ~ScratchKey() { ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, path_.c_str()); }
-    ScratchKey(const ScratchKey&) = delete;
-    ScratchKey& operator=(const ScratchKey&) = delete;
-
-    [[nodiscard]] const std::wstring& Path() const noexcept { return path_; }
-
-    void Create() { static_cast<void>(Open()); }
-
-    void Set(const wchar_t* name, DWORD type, const void* data, std::size_t size) {
-        const RegistryKey key = Open();
-        ASSERT_EQ(::RegSetValueExW(key.Get(), name, 0, type, static_cast<const BYTE*>(data),
-                                   static_cast<DWORD>(size)),
-                  ERROR_SUCCESS);
-    }
-
-    void Set(const wchar_t* name, std::uint32_t value) {
-        Set(name, REG_DWORD, &value, sizeof(value));
-    }
-
-  private:
-    RegistryKey Open() {
-        RegistryKey key;
-        EXPECT_EQ(::RegCreateKeyExW(HKEY_LOCAL_MACHINE, path_.c_str(), 0, nullptr, 0, KEY_WRITE,
-                                    nullptr, key.Receive(), nullptr),
-                  ERROR_SUCCESS);
-        return key;
-    }
-
-    std::wstring path_;
-};
 
 /// Starts the logger with its settings, in a separate folder named by an environment variable, and
 /// shuts it down.
@@ -106,7 +71,7 @@ class LoggerSettingsTest : public ::testing::Test {
         return test::SplitRecords(test::ReadLogText(OnlyFile()));
     }
 
-    ScratchKey key_;
+    test::ScratchKey key_;
 
   private:
     test::ScratchFolder folder_;
@@ -418,7 +383,7 @@ TEST_P(ForeignRegistryValue, IsIgnoredForEveryField) {
     const ForeignValue& value = GetParam();
     for (const wchar_t* name :
          {L"TraceLevelsMask", L"ExpiredPeriodInDays", L"MaxLogFilesSize", L"DisableLogRetention"}) {
-        key_.Set(name, value.type, value.data.data(), value.data.size());
+        key_.Set(name, {value.type, value.data});
     }
     LoggerConfig config = NoFileConfig();
     config.DisableLogRetention = false;

@@ -11,13 +11,6 @@ SERVICE_STATUS_PROCESS Status(DWORD state) {
     return status;
 }
 
-TEST(StateName, EachState_AndNumbersWithoutAName) {
-    EXPECT_EQ(StateName(SERVICE_STOPPED), "STOPPED");
-    EXPECT_EQ(StateName(SERVICE_PAUSED), "PAUSED");
-    EXPECT_EQ(StateName(0), "state 0");
-    EXPECT_EQ(StateName(8), "state 8");
-}
-
 TEST(DescribeStatus, RunningAndPending) {
     SERVICE_STATUS_PROCESS status = Status(SERVICE_RUNNING);
     EXPECT_EQ(DescribeStatus(status), "RUNNING        accepts nothing");
