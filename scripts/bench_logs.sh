@@ -29,7 +29,7 @@ build_bench() {
 }
 
 heading "Preparing the measurement"
-need_packages "${build_packages[@]}" "${wine_packages[@]}" python3-minimal
+need_packages "${build_packages[@]}" "${wine_packages[@]}" python3-minimal time
 (
     flock 8
     quietly build build_bench 8>&-

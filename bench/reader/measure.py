@@ -12,17 +12,23 @@ import pathlib
 import statistics
 import subprocess
 import sys
+import tempfile
 import time
 
 
 def run(command):
     """Elapsed and processor seconds, and the peak resident memory of its largest process in KiB."""
-    began = time.monotonic()
-    process = subprocess.Popen(command, stdout=subprocess.DEVNULL, shell=isinstance(command, str))
-    _, status, usage = os.wait4(process.pid, 0)
-    if os.waitstatus_to_exitcode(status) not in (0, 1):
-        sys.exit(f"measure.py: {command} failed with {os.waitstatus_to_exitcode(status)}")
-    return time.monotonic() - began, usage.ru_utime + usage.ru_stime, usage.ru_maxrss
+    # GNU time starts the command: a child of this interpreter would inherit the interpreter's peak.
+    with tempfile.NamedTemporaryFile("r") as report:
+        began = time.monotonic()
+        code = subprocess.run(
+            ["/usr/bin/time", "-q", "-f", "%U %S %M", "-o", report.name, *command],
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False).returncode
+        elapsed = time.monotonic() - began
+        if code not in (0, 1):
+            sys.exit(f"measure.py: {command} failed with {code}")
+        user, system, peak = report.read().split()
+    return elapsed, float(user) + float(system), int(peak)
 
 
 def start_of_last(folder):
@@ -47,7 +53,8 @@ def main():
     rows = {
         "empty program": [wine, bare],
         "bare zlib loop, UTF-8 by the platform": [wine, bare, windows_folder],
-        "zcat, iconv, grep": f"zcat {folder}/*.gz | iconv -f UTF-16LE -t UTF-8 | grep -c 'E]'",
+        "zcat, iconv, grep": [
+            "sh", "-c", f"zcat {folder}/*.gz | iconv -f UTF-16LE -t UTF-8 | grep -c 'E]'"],
     }
     readers = {"": program}
     readers.update(argument.split("=", 1) for argument in sys.argv[7:])
@@ -65,7 +72,10 @@ def main():
     results = {label: [] for label in rows}
     for _ in range(int(rounds)):
         for label, command in rows.items():
-            results[label].append(run(command))
+            elapsed, work, peak = run(command)
+            results[label].append((elapsed, work, peak))
+            # The whole takes long: each result is shown at once.
+            print(f"  {label}: {elapsed:.2f} s, {work:.2f} s, {peak / 1024:.1f} MiB", file=sys.stderr)
     empty = statistics.median(peak for *_, peak in results["empty program"])
     print("| Row | Elapsed | Lowest to highest | Processor time | Peak memory beyond the empty program |")
     print("|---|---|---|---|---|")

@@ -34,6 +34,16 @@ bool AddLines(std::string_view output, Records& records) {
     return isRight;
 }
 
+constexpr DWORD OutputLimit = 30000;  // milliseconds
+
+/// Waits for the child's first output, up to a limit in milliseconds.
+void WaitForOutput(const test::Child& child, DWORD limit) {
+    constexpr DWORD Interval = 10;
+    for (DWORD waited = 0; waited < limit && child.Output().empty(); waited += Interval) {
+        ::Sleep(Interval);
+    }
+}
+
 TEST(LogCursor, CollectorThatIsKilledAgainAndAgain_LeavesOutNoRecord) {
     const char* const wanted = std::getenv("TARNWICK_LONG_TESTS");
     const bool isLong = wanted != nullptr && std::string(wanted) != "0";
@@ -53,6 +63,9 @@ TEST(LogCursor, CollectorThatIsKilledAgainAndAgain_LeavesOutNoRecord) {
     int productive = 0;
     for (int kill = 0; kill < kills; ++kill) {
         test::Child child(collector + L" -f");
+        // On a busy machine the start alone can take longer than the draw. Every fourth kill may
+        // come before the first output.
+        WaitForOutput(child, kill % 4 == 0 ? 0 : OutputLimit);
         ::Sleep(static_cast<DWORD>(random() % 400));
         child.Terminate();
         child.Wait();
@@ -73,7 +86,7 @@ TEST(LogCursor, CollectorThatIsKilledAgainAndAgain_LeavesOutNoRecord) {
     EXPECT_EQ(collected.size(), expected.size());
     EXPECT_TRUE(collected == expected);
     // Otherwise the kills came too early to show anything.
-    EXPECT_GT(productive, kills / 4);
+    EXPECT_GT(productive, kills / 2);
     std::printf("%d kills, %d of them after new records, %zu records\n", kills, productive,
                 expected.size());
 }
