@@ -83,6 +83,10 @@ void* OrrinLoader::operator new(std::size_t size) {
     return std::memset(::operator new(size), 0, size);
 }
 
+void OrrinLoader::operator delete(void* block, std::size_t size) noexcept {
+    ::operator delete(block, size);
+}
+
 void OrrinLoader::InitializeCom() {
     constexpr LogSite Site = {File, L"OrrinLoader::OrrinLoader"};
     const HRESULT result = ::CoInitializeEx(nullptr, COINIT_MULTITHREADED);

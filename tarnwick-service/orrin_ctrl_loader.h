@@ -28,6 +28,7 @@ class OrrinLoader {
     /// Defined out of line, because a compiler that sees both drops what is written to an object
     /// before its constructor.
     static void* operator new(std::size_t size);
+    static void operator delete(void* block, std::size_t size) noexcept;
 
     /// Loads and activates the components. 0 or 1359 (`ERROR_INTERNAL_ERROR`); the library's own
     /// codes go to the log. Code 3 of `Activate` is a success that leaves the controller

@@ -69,6 +69,10 @@ void* WindowsServiceBase::operator new(std::size_t size) {
     return std::memset(::operator new(size), 0, size);
 }
 
+void WindowsServiceBase::operator delete(void* block, std::size_t size) noexcept {
+    ::operator delete(block, size);
+}
+
 BOOL WindowsServiceBase::Run() {
     SERVICE_TABLE_ENTRYW table[] = {{serviceName.data(), ServiceMain}, {nullptr, nullptr}};
     return ::StartServiceCtrlDispatcherW(table);

@@ -29,6 +29,7 @@ class WindowsServiceBase {
     /// Zero-filled, padding included. Out of line, because a compiler that sees both drops what is
     /// written to an object before its constructor.
     static void* operator new(std::size_t size);
+    static void operator delete(void* block, std::size_t size) noexcept;
 
     /// Serves the SCM until the service has stopped; blocks for all that time. The result of
     /// `StartServiceCtrlDispatcherW`. Logs nothing.
