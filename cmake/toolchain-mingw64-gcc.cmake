@@ -5,11 +5,5 @@ include(${CMAKE_CURRENT_LIST_DIR}/mingw64-target.cmake)
 set(CMAKE_C_COMPILER ${triple}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${triple}-g++-posix)
 
-set(link "clang++-${llvm_version} --target=${triple} -static -fuse-ld=lld-${llvm_version} -lpthread")
-foreach(language C CXX)
-  set(CMAKE_${language}_LINK_EXECUTABLE
-      "${link} <LINK_FLAGS> <OBJECTS> -o <TARGET> -Wl,--out-implib,<TARGET_IMPLIB> <LINK_LIBRARIES>")
-  set(CMAKE_${language}_CREATE_SHARED_LIBRARY
-      "${link} -shared <LINK_FLAGS> -o <TARGET> -Wl,--out-implib,<TARGET_IMPLIB> <OBJECTS> <LINK_LIBRARIES>")
-  set(CMAKE_${language}_CREATE_SHARED_MODULE "${CMAKE_${language}_CREATE_SHARED_LIBRARY}")
-endforeach()
+# Read after CMake has set link rules of its own.
+set(CMAKE_USER_MAKE_RULES_OVERRIDE ${CMAKE_CURRENT_LIST_DIR}/link_by_clang.cmake)

@@ -135,9 +135,9 @@ TEST_P(Image, NeedsTheseLibrariesAndNoOther) {
     EXPECT_EQ(Imports(), expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(Shipped, Image, testing::ValuesIn(ShippedImages), [](const auto& info) {
+INSTANTIATE_TEST_SUITE_P(Shipped, Image, testing::ValuesIn(ShippedImages), [](const auto& test) {
     std::string name;
-    for (const wchar_t* c = info.param.name; *c != L'.'; ++c) {
+    for (const wchar_t* c = test.param.name; *c != L'.'; ++c) {
         name += *c == L'-' ? '_' : static_cast<char>(*c);
     }
     return name;

@@ -78,9 +78,9 @@ TEST_P(VersionResource, NamesTheFile) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Shipped, VersionResource, testing::ValuesIn(ShippedFiles),
-                         [](const auto& info) {
+                         [](const auto& test) {
                              std::string name;
-                             for (const wchar_t* c = info.param.name; *c != L'.'; ++c) {
+                             for (const wchar_t* c = test.param.name; *c != L'.'; ++c) {
                                  name += *c == L'-' ? '_' : static_cast<char>(*c);
                              }
                              return name;
