@@ -4,11 +4,11 @@
 
 namespace framework {
 
-bool HasMemoryForALine() noexcept {
-    // A record with the longest path in it, formatted twice, with room to spare.
-    constexpr std::size_t Room = 64 * 1024;
+bool HasMemoryToThrow() noexcept {
+    // Far more than the run-time library takes for a thread's first exception.
+    constexpr std::size_t Room = 16 * 1024;
     // Not operator new: its nothrow form throws and catches inside. Volatile, because a compiler
-    // drops an allocation that it sees go unused.
+    // removes an allocation that it sees go unused.
     void* volatile block = std::malloc(Room);
     const bool found = block != nullptr;
     std::free(block);

@@ -7,16 +7,17 @@
 
 namespace framework {
 
-/// Whether a log line, and an exception out of it, would find memory.
-[[nodiscard]] bool HasMemoryForALine() noexcept;
+/// Whether there is memory for throwing an exception out of a log line.
+[[nodiscard]] bool HasMemoryToThrow() noexcept;
 
-/// Logs one line of the crash path, as `InternalTrace` does. Any thread. A line for which there is
-/// no memory is lost, without notice: the crash path goes on to the dump.
+/// Logs one line of the crash path, as `InternalTrace` does. Any thread. Never throws. A line that
+/// needs memory is lost if there is none; a line that needs none is written in any case.
 template <class... Args>
 void CrashTrace(std::uint32_t level, FormatFor<Args...> format, Args... args) noexcept {
-    // Asked first: on a thread that has never thrown, throwing allocates too, and the run-time
-    // library ends the process with code 3 if it can't.
-    if (!HasMemoryForALine()) {
+    // On a thread that has never thrown, throwing allocates, and without memory the run-time
+    // library ends the process with code 3.
+    if (!HasMemoryToThrow()) {
+        InternalTraceWithoutMemory(level, format.Text(), args...);
         return;
     }
     try {

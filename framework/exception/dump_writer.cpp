@@ -15,15 +15,15 @@ namespace {
 constexpr std::size_t DumpPathSize = 405;
 constexpr DWORD ModulePathSize = 261;
 
-// The start value of the flags never reaches a dump: the exception filter sets them first.
+// The start value of dumpType never reaches a dump: the exception filter sets it first.
 wchar_t dumpFilePath[DumpPathSize];
-std::uint32_t dumpFlags = MiniDumpWithFullMemory | MiniDumpIgnoreInaccessibleMemory;
+std::uint32_t dumpType = MiniDumpWithFullMemory | MiniDumpIgnoreInaccessibleMemory;
 HANDLE dumpFile;
-std::uint32_t dumpResult;
-MINIDUMP_EXCEPTION_INFORMATION dumpExceptionInformation;
+std::uint32_t DumpResult;
+MINIDUMP_EXCEPTION_INFORMATION DumpExceptionInformation;
 HANDLE dumpedProcess;
 
-/// The result isn't looked at: a text that doesn't parse leaves the value alone.
+/// The result is ignored: a text that doesn't parse leaves the value unchanged.
 template <class Value>
 void Scan(const wchar_t* text, const wchar_t* format, Value& value) {
     if (text == nullptr) {
@@ -41,58 +41,58 @@ std::uint32_t DumpOpenedProcess(DWORD processId, HANDLE process, DWORD threadId,
         InternalTrace(LevelError.Bit, L"GetModuleFileNameW failed with error %lu\n", error);
         return error;
     }
-    dumpExceptionInformation.ThreadId = threadId;
-    dumpExceptionInformation.ExceptionPointers = exceptionPointers;
+    DumpExceptionInformation.ThreadId = threadId;
+    DumpExceptionInformation.ExceptionPointers = exceptionPointers;
     // The pointers are addresses in the other process.
-    dumpExceptionInformation.ClientPointers = TRUE;
-    return WriteDumpFile(&processId, &process, &threadId, &dumpExceptionInformation, modulePath);
+    DumpExceptionInformation.ClientPointers = TRUE;
+    return WriteDumpFile(&processId, &process, &threadId, &DumpExceptionInformation, modulePath);
 }
 
 }  // namespace
 
-void SetDumpTarget(const wchar_t* path, std::uint32_t dumpType) {
+void SetDumpTarget(const wchar_t* path, std::uint32_t type) {
     PrintStrict(dumpFilePath, DumpPathSize, L"%s", path);
-    dumpFlags = dumpType;
+    dumpType = type;
 }
 
 std::uint32_t WriteDumpFile(const DWORD* processId, const HANDLE* processHandle,
                             const DWORD* /*threadId*/,
                             MINIDUMP_EXCEPTION_INFORMATION* exceptionInformation,
                             const wchar_t* defaultPath) {
-    dumpResult = ERROR_SUCCESS;
+    DumpResult = ERROR_SUCCESS;
     if (dumpFilePath[0] == 0) {
         PrintStrict(dumpFilePath, DumpPathSize, L"%s.dmp", defaultPath);
     }
     dumpFile = ::CreateFileW(dumpFilePath, GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                              FILE_ATTRIBUTE_NORMAL, nullptr);
     if (dumpFile == INVALID_HANDLE_VALUE) {
-        dumpResult = ::GetLastError();
+        DumpResult = ::GetLastError();
         CrashTrace(LevelError.Bit, L"CreateFileW for file %s failed with error %lu\n", dumpFilePath,
-                   dumpResult);
+                   DumpResult);
     } else if (::MiniDumpWriteDump(*processHandle, *processId, dumpFile,
-                                   static_cast<MINIDUMP_TYPE>(dumpFlags), exceptionInformation,
+                                   static_cast<MINIDUMP_TYPE>(dumpType), exceptionInformation,
                                    nullptr, nullptr) != FALSE) {
         CrashTrace(LevelTrace.Bit, L"Minidump written to %s\n", dumpFilePath);
     } else {
-        dumpResult = ::GetLastError();
-        CrashTrace(LevelError.Bit, L"MiniDumpWriteDump failed with error %lu\n", dumpResult);
+        DumpResult = ::GetLastError();
+        CrashTrace(LevelError.Bit, L"MiniDumpWriteDump failed with error %lu\n", DumpResult);
     }
-    // Closed by hand: an owning object would be one thing more that a broken process has to hold.
-    // After a failed open this closes the invalid handle, which does no harm.
+    // Closed explicitly: the crash path avoids anything with a destructor. After a failed open this
+    // closes the invalid handle, which is harmless.
     if (dumpFile != nullptr) {
         ::CloseHandle(dumpFile);
     }
-    return dumpResult;
+    return DumpResult;
 }
 
 std::uint32_t CreateDumpInThisProcess(const DWORD* processId, const DWORD* threadId,
                                       EXCEPTION_POINTERS* const* exceptionPointers,
                                       const wchar_t* defaultPath) {
-    dumpExceptionInformation = {};
-    dumpExceptionInformation.ThreadId = *threadId;
-    dumpExceptionInformation.ExceptionPointers = *exceptionPointers;
+    DumpExceptionInformation = {};
+    DumpExceptionInformation.ThreadId = *threadId;
+    DumpExceptionInformation.ExceptionPointers = *exceptionPointers;
     dumpedProcess = ::GetCurrentProcess();
-    return WriteDumpFile(processId, &dumpedProcess, threadId, &dumpExceptionInformation,
+    return WriteDumpFile(processId, &dumpedProcess, threadId, &DumpExceptionInformation,
                          defaultPath);
 }
 
@@ -101,33 +101,32 @@ std::uint32_t CreateDumpInOtherProcess(const wchar_t* processIdText, const wchar
     DWORD processId = 0;
     DWORD threadId = 0;
     void* exceptionPointers = nullptr;
-    dumpResult = ERROR_SUCCESS;
+    DumpResult = ERROR_SUCCESS;
     Scan(processIdText, L"%lu", processId);
     Scan(threadIdText, L"%lu", threadId);
     Scan(exceptionPointersText, L"%p", exceptionPointers);
 
     const KernelHandle process(::OpenProcess(PROCESS_ALL_ACCESS, FALSE, processId));
     if (!process) {
-        dumpResult = ::GetLastError();
+        DumpResult = ::GetLastError();
         InternalTrace(LevelError.Bit, L"OpenProcess for processId %lu failed with error %lu\n",
-                      processId, dumpResult);
-        return dumpResult;
+                      processId, DumpResult);
+        return DumpResult;
     }
     const KernelHandle thread(::OpenThread(THREAD_ALL_ACCESS, FALSE, threadId));
     if (!thread) {
-        dumpResult = ::GetLastError();
+        DumpResult = ::GetLastError();
         InternalTrace(LevelError.Bit, L"OpenThread for threadId %lu failed with error %lu\n",
-                      threadId, dumpResult);
-        return dumpResult;
+                      threadId, DumpResult);
+        return DumpResult;
     }
     dumpedProcess = process.Get();
-    dumpResult = DumpOpenedProcess(processId, dumpedProcess, threadId,
+    DumpResult = DumpOpenedProcess(processId, dumpedProcess, threadId,
                                    static_cast<EXCEPTION_POINTERS*>(exceptionPointers));
-    // Nothing in this program suspends the thread: in the process that it belongs to it waits, not
-    // suspended, until this process ends. Whoever starts the dump mode by hand on a suspended
-    // thread has it go on from here.
+    // Nothing in this program suspends the thread: it waits, not suspended, until this process
+    // ends. A thread that somebody else suspended is resumed here.
     ::ResumeThread(thread.Get());
-    return dumpResult;
+    return DumpResult;
 }
 
 }  // namespace framework

@@ -10,10 +10,9 @@
 #include "framework/system/locks.h"
 #include "framework/system/wide_format.h"
 
-// Nothing here guards against a fault in the callback or in the dump work, against a dumper child
-// that hangs, or against a second pass over the same exception: the lock is recursive, the waits
-// are endless and there is no flag, on purpose. Whatever would stop a second fault here would also
-// hide where it came from.
+// No guard against a fault in the callback or in the dump work, a dumper child that hangs, or a
+// second pass over the same exception: the lock is recursive, the waits have no limit and there is
+// no flag, which is meant. A guard would also hide where the second fault came from.
 
 namespace framework {
 namespace {
@@ -22,22 +21,22 @@ constexpr DWORD StatusHeapCorruption = 0xC0000374;
 constexpr DWORD ModulePathSize = 400;
 constexpr std::size_t CommandLineSize = 500;
 
-// Single words, written without a lock or a common update.
+// Written without a lock, and not together.
 constinit std::atomic<PreExceptionCallback> preActionCallback{nullptr};
 constinit std::atomic<void*> preActionContext{nullptr};
 
 std::uint8_t useDumperProcess;
 void* vectoredHandler;
 
-// What follows belongs to the thread that holds the lock.
+// Guarded by crashSection.
 CriticalSection crashSection;
 DWORD crashProcessId;
 DWORD crashThreadId;
-std::uint32_t workError;
+std::uint32_t WorkError;
 wchar_t modulePath[ModulePathSize];
 wchar_t commandLine[CommandLineSize];
-// Its handles are raw and closed by hand: an owning object would be one thing more that a broken
-// process has to hold. The next dump writes over them.
+// Raw handles, closed explicitly: the crash path avoids anything with a destructor. The next dump
+// overwrites them.
 PROCESS_INFORMATION dumperProcess;
 STARTUPINFOW dumperStartup;
 
@@ -53,19 +52,18 @@ void RunPreActionCallback() {
                crashThreadId);
 }
 
-/// Starts this executable once more to write the dump from outside, and waits for its end. Whether
-/// it wrote one isn't looked at.
+/// Starts this executable as dumper and waits for its end. Whether it wrote a dump isn't checked.
 void DumpByChildProcess(EXCEPTION_POINTERS* exceptionPointers) {
     PrintStrict(commandLine, CommandLineSize, L"\"%ls\" -dump %lu %lu %p", modulePath,
                 crashProcessId, crashThreadId, exceptionPointers);
     dumperStartup.cb = sizeof(dumperStartup);
     if (::CreateProcessW(nullptr, commandLine, nullptr, nullptr, FALSE, NORMAL_PRIORITY_CLASS,
                          nullptr, nullptr, &dumperStartup, &dumperProcess) == FALSE) {
-        workError = ::GetLastError();
+        WorkError = ::GetLastError();
         CrashTrace(LevelError.Bit,
                    L"ExceptionFilter (Thread %lu): CreateProcessW for dumperProcess failed with "
                    L"error %lu\n",
-                   crashThreadId, workError);
+                   crashThreadId, WorkError);
         return;
     }
     ::WaitForSingleObject(dumperProcess.hProcess, INFINITE);
@@ -77,11 +75,11 @@ void DumpByChildProcess(EXCEPTION_POINTERS* exceptionPointers) {
     }
 }
 
-/// Leaves 0 in `workError` if all went well, or if a failed call left 0 as its error.
+/// Sets `WorkError`: 0 on success, or if a failed call left 0 as its error.
 void MakeDump(EXCEPTION_POINTERS* exceptionPointers) {
-    workError = ERROR_SUCCESS;
+    WorkError = ERROR_SUCCESS;
     if (::GetModuleFileNameW(nullptr, modulePath, ModulePathSize) == 0) {
-        workError = ::GetLastError();
+        WorkError = ::GetLastError();
         CrashTrace(LevelTrace.Bit,
                    L"ExceptionFilter (Thread %lu): GetModuleFileNameW failed with error\n",
                    crashThreadId);
@@ -94,9 +92,9 @@ void MakeDump(EXCEPTION_POINTERS* exceptionPointers) {
         DumpByChildProcess(exceptionPointers);
         return;
     }
-    workError =
+    WorkError =
         CreateDumpInThisProcess(&crashProcessId, &crashThreadId, &exceptionPointers, modulePath);
-    if (workError != ERROR_SUCCESS) {
+    if (WorkError != ERROR_SUCCESS) {
         CrashTrace(LevelError.Bit, L"ExceptionFilter (Thread %lu): CreateDumpInThisProcess failed",
                    crashThreadId);
     }
@@ -118,7 +116,7 @@ ExceptionFilter::ExceptionFilter(const ExceptionFilterConfig& config) {
 ExceptionFilter::~ExceptionFilter() {
     ::SetUnhandledExceptionFilter(previousFilter);
     ::RemoveVectoredExceptionHandler(vectoredHandler);
-    // A destructor must not throw either.
+    // Not InternalTrace: a destructor must not throw.
     CrashTrace(LevelTrace.Bit, L"ExceptionFilter was removed");
 }
 
@@ -135,7 +133,7 @@ void ExceptionFilter::RemovePreExceptionCallback() noexcept {
 }
 
 LONG WINAPI ExceptionFilter::ExceptionProcessing(EXCEPTION_POINTERS* exceptionPointers) {
-    // Before the lock: every thread that faults leaves this line, also one that never gets further.
+    // Before the lock: every crashing thread leaves this line, even if it gets no further.
     CrashTrace(LevelError.Bit, L"ExceptionFilter (Thread %lu): exception occur \n",
                ::GetCurrentThreadId());
     const std::lock_guard guard(crashSection);
@@ -144,7 +142,7 @@ LONG WINAPI ExceptionFilter::ExceptionProcessing(EXCEPTION_POINTERS* exceptionPo
                crashThreadId);
     RunPreActionCallback();
     MakeDump(exceptionPointers);
-    if (workError != ERROR_SUCCESS) {
+    if (WorkError != ERROR_SUCCESS) {
         CrashTrace(LevelError.Bit, L"ExceptionFilter (Thread %lu): dump creation failed",
                    crashThreadId);
         return EXCEPTION_CONTINUE_SEARCH;
@@ -156,8 +154,7 @@ LONG WINAPI ExceptionFilter::ExceptionProcessing(EXCEPTION_POINTERS* exceptionPo
 }
 
 LONG WINAPI ExceptionFilter::VectoredExceptionProcessing(EXCEPTION_POINTERS* exceptionPointers) {
-    // The comparison comes first, and all else stays silent: exceptions that a frame handles pass
-    // here too.
+    // First and without a line: exceptions that a frame handles arrive here too.
     if (exceptionPointers->ExceptionRecord->ExceptionCode != StatusHeapCorruption) {
         return EXCEPTION_CONTINUE_SEARCH;
     }

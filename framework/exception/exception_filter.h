@@ -7,45 +7,45 @@
 
 namespace framework {
 
-/// Called on the faulting thread, inside the filter's lock, before the dump is written.
+/// Called on the crashing thread, under the filter's lock, before the dump is written.
 using PreExceptionCallback = void (*)(void* context);
 
 struct ExceptionFilterConfig {
     PreExceptionCallback preActionCallback;  ///< may be null
     void* preActionContext;
-    std::uint8_t useDumperProcess;  ///< 1: a child process writes the dump; else this one does
+    std::uint8_t useDumperProcess;  ///< 1: a child process writes the dump; otherwise this one
     const wchar_t* dumpFilePath;    ///< not null; see `SetDumpTarget`
     std::uint32_t dumpType;         ///< `MINIDUMP_TYPE` flags
 };
 
-/// Catches what the process can't survive, has a dump written and ends the process with the
-/// exception's own code. If no dump can be written the system's own handling ends the process.
+/// Handles an exception that nothing else handles: writes a dump and ends the process with the
+/// exception's own code. If no dump can be written, the system's default handling ends the process.
 ///
-/// It stands from construction to destruction: as the unhandled exception filter, and as the first
-/// vectored handler for heap corruption alone. One object at a time. Storage of the crash path is
-/// process-wide and of fixed size; the path itself allocates nothing, its log lines do. A line for
-/// which there is no memory is lost.
+/// Installed from construction to destruction: as the unhandled exception filter, and as the first
+/// vectored handler, for heap corruption only. One object at a time. The crash path's storage is
+/// process-wide and of fixed size. The path itself allocates nothing; a log line that needs memory
+/// is lost if there is none.
 class ExceptionFilter {
   public:
-    /// Logs "ExceptionFilter was created". A dump path of more than 404 characters ends the
-    /// process.
+    /// Installs both handlers and logs "ExceptionFilter was created". A dump path of more than 404
+    /// characters ends the process.
     explicit ExceptionFilter(const ExceptionFilterConfig& config);
-    /// Brings the earlier filter back and logs "ExceptionFilter was removed".
+    /// Restores the previous filter and logs "ExceptionFilter was removed". Never throws.
     ~ExceptionFilter();
     ExceptionFilter(const ExceptionFilter&) = delete;
     ExceptionFilter& operator=(const ExceptionFilter&) = delete;
 
-    /// Replaces the callback, without notice; null means none. Any thread, without a lock: a crash
-    /// in that very moment can see the new function with the old context. Always 0.
+    /// Replaces the callback; null means none. Logs nothing. Any thread, without a lock: a crash at
+    /// the same moment can see the new function with the old context. Always returns 0.
     static std::uint32_t SetPreExceptionCallback(PreExceptionCallback callback,
                                                  void* context) noexcept;
     static void RemovePreExceptionCallback() noexcept;
 
-    /// The unhandled exception filter. Comes back, with `EXCEPTION_CONTINUE_SEARCH`, only if no
-    /// dump could be written.
+    /// The unhandled exception filter. Returns only if no dump could be written, with
+    /// `EXCEPTION_CONTINUE_SEARCH`.
     static LONG WINAPI ExceptionProcessing(EXCEPTION_POINTERS* exceptionPointers);
 
-    /// The vectored handler, entered for every exception of every thread.
+    /// The vectored handler, called for every exception of every thread.
     static LONG WINAPI VectoredExceptionProcessing(EXCEPTION_POINTERS* exceptionPointers);
 
   private:

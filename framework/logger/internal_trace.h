@@ -24,6 +24,11 @@ void InternalTrace(std::uint32_t level, FormatFor<Args...> format, Args... args)
     InternalTraceUnchecked(level, format.Text(), args...);
 }
 
+/// Logs one line without allocating and without throwing. A line that would need memory is lost:
+/// one of more than 1022 characters or with a percent sign in its finished text, and one that
+/// `Logger::LogWithoutMemory` loses. `args` fit the format.
+void InternalTraceWithoutMemory(std::uint32_t level, const wchar_t* format, ...) noexcept;
+
 /// The hook for all lines of the framework; calls the default. Both return the result of
 /// `Logger::Log`: always true, even if no sink took the line.
 bool FrameworkExternalLogCallback(std::uint32_t level, const wchar_t* text);

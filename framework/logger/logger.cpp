@@ -105,6 +105,20 @@ bool Logger::LogRuntimeText(const RecordInfo& info, const wchar_t* text) {
     return LogUnchecked(info, WithoutConversions(text).c_str());
 }
 
+void Logger::LogWithoutMemory(std::uint32_t level, const RecordInfo& info,
+                              const wchar_t* text) noexcept {
+    if (!Passes(level)) {
+        return;
+    }
+    const std::lock_guard guard(RecordLock);
+    if (Config.RecordSourceLocation || RotationDepth > 0 || HeaderDue) {
+        return;
+    }
+    WithoutMemory = true;
+    LogUnchecked(info, text);
+    WithoutMemory = false;
+}
+
 bool Logger::LogList(const RecordInfo& info, const wchar_t* format, std::va_list args) {
     RecordInfo named = info;
     if (named.Component == nullptr) {
@@ -117,7 +131,7 @@ bool Logger::LogList(const RecordInfo& info, const wchar_t* format, std::va_list
     if (text.empty()) {
         return true;
     }
-    if (Config.LogToConsole) {
+    if (Config.LogToConsole && !WithoutMemory) {
         ConsolePrint(L"%ws", text.data());
     }
     if (Config.LogToDebugger) {

@@ -74,6 +74,13 @@ class Logger {
         return LogRuntimeText({tag, component, file, function, line}, format.Text);
     }
 
+    /// Writes one record without allocating and without throwing, for a crash without memory: to
+    /// the debugger channel, and to the current file, which isn't rotated. `text` is short and has
+    /// no percent sign. The record is lost while the file is being switched or has no header yet,
+    /// with a source location, and on the console. Any thread.
+    void LogWithoutMemory(std::uint32_t level, const RecordInfo& info,
+                          const wchar_t* text) noexcept;
+
     /// Copies the settings and opens the first file. Call once, before any other thread exists.
     /// Always returns true; a failed open is reported only to the debugger channel.
     bool Configure(LoggerConfig config);
@@ -133,6 +140,7 @@ class Logger {
     std::wstring NameTemplate;
     LogFile CurrentFile;
     bool HeaderDue = false;           ///< writing the current file's header ran out of memory
+    bool WithoutMemory = false;       ///< the record in progress must not allocate
     std::uint32_t RotationDepth = 0;  ///< above 0 while the file is being switched
     std::uint32_t LogId = 0;          ///< number of the current file
     std::uint32_t WrittenBytes = 0;   ///< bytes counted for the current file

@@ -90,7 +90,7 @@ void Logger::WriteRecord(std::wstring_view text) {
     WrittenBytes += static_cast<std::uint32_t>(text.size() * sizeof(wchar_t));
     // Files are switched, compressed and deleted only with the process's own rights. An
     // impersonating thread leaves the rotation to the next record of another thread.
-    if (!PassedSizeLimit() || IsImpersonating()) {
+    if (!PassedSizeLimit() || WithoutMemory || IsImpersonating()) {
         return;
     }
     Rotate();
