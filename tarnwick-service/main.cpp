@@ -1,5 +1,5 @@
-// The one entry point: a service without arguments; a console application, a dumper or an unpacker
-// with them. Every mode stands on the same start-up, which is undone in reverse when it returns.
+// The entry point: a service without arguments; a console application, a dumper or an unpacker with
+// them. Every mode has the same start-up, which is undone in reverse when the mode returns.
 
 #include "framework/exception/dump_writer.h"
 #include "framework/system/console.h"
@@ -15,13 +15,13 @@ namespace {
 
 void RunService() {
     const auto service = KeldaneService::GetOrCreateInstance(MakeServiceDescriptor());
-    // A failure to reach the Service Control Manager is dropped: there is nobody to tell.
+    // A failure to reach the Service Control Manager is ignored: it can't be reported anywhere.
     static_cast<void>(service->Run());
     WindowsServiceBase::ResetInstance();
 }
 
 void CreateDump(const CommandLine& commandLine) {
-    // The print and the exit code are the same for a dump that failed, whose error is in the log.
+    // A failed dump has the same print and exit code; its error is in the log.
     static_cast<void>(framework::CreateDumpInOtherProcess(
         commandLine.processIdText, commandLine.threadIdText, commandLine.exceptionInformationText));
     framework::ConsolePrint(L"!!! DUMP WAS CREATED !!!\n");
@@ -47,21 +47,25 @@ void RunInMode(const CommandLine& commandLine) {
     }
 }
 
+void RunFromStartUpToExit(int argc, wchar_t* argv[]) {
+    const CommandLine commandLine = ParseCommandLine(argc, argv);
+    if (commandLine.error != nullptr) {
+        framework::ConsolePrint(L"%ws", commandLine.error);
+    }
+    StartLogging(commandLine.logConsole);
+    InstallExceptionFilter();
+    SleepBeforeStart(commandLine.sleepSeconds);
+    LogParameters(argc, argv);
+    RunInMode(commandLine);
+    UndoStartUp();
+}
+
 }  // namespace
 }  // namespace tarnwick
 
 int wmain(int argc, wchar_t* argv[]) {
-    const tarnwick::CommandLine commandLine = tarnwick::ParseCommandLine(argc, argv);
-    if (commandLine.error != nullptr) {
-        framework::ConsolePrint(L"%ws", commandLine.error);
-    }
-    tarnwick::StartLogging(commandLine.logConsole);
-    tarnwick::CallOnFilterFrame([&] {
-        tarnwick::InstallExceptionFilter();
-        tarnwick::SleepBeforeStart(commandLine.sleepSeconds);
-        tarnwick::LogParameters(argc, argv);
-        tarnwick::RunInMode(commandLine);
-        tarnwick::UndoStartUp();
-    });
+    // Includes the steps before the exception filter: an exception there ends the process with its
+    // own code, without a dump.
+    tarnwick::CallOnFilterFrame([&] { tarnwick::RunFromStartUpToExit(argc, argv); });
     return 0;
 }

@@ -36,6 +36,13 @@ constexpr const char* ObjectGone =
     "refused wait can lead there, and the crash ends the process at whatever it does";
 constexpr const char* ErrorReported = "every step that keeps the logic's result away is the result";
 
+constexpr const char* Modes = "start console dump usage unpack";
+constexpr const char* ModesWithFilter = "start stop console dump usage";
+constexpr const char* NoFilterYet =
+    "the exception filter isn't installed yet: the process ends with the exception's code alone";
+constexpr const char* NobodyHandles =
+    "no mode handles an exception: the process ends with its code and a dump";
+
 constexpr AllowedOutcome Table[] = {
     {"start", "StartServiceCtrlDispatcherW", "no service", Once,
      "there is nobody to tell; the process ends with 0"},
@@ -112,8 +119,13 @@ constexpr AllowedOutcome Table[] = {
     {"retention", "DeleteFileW", "files left", Lasting,
      "a file that can't be deleted stays for the next run"},
 
-    {"rotation", "malloc", "records lost", Once, GivenUp},
-    {"rotation", "malloc", "no end record", Once, GivenUp},
+    {Modes, "operator new", "ended before the filter", Once, NoFilterYet},
+    {ModesWithFilter, "operator new", "ended with a dump", Once, NobodyHandles},
+    {"dump", "malloc", "ended with a dump", Lasting, NobodyHandles},
+    {Modes, "run-time calloc", "ended before the filter", Once, NoFilterYet},
+    {Modes, "run-time malloc", "ended before the filter", Once, NoFilterYet},
+    {"rotation stop console", "malloc", "records lost", Once, GivenUp},
+    {"rotation stop console usage unpack dump", "malloc", "no end record", Once, GivenUp},
     {"rotation retention", "operator new", "no end record", Lasting,
      "nothing is written to a file for whose header there is no memory"},
     {"retention", "operator new", "files left", Lasting,
@@ -133,7 +145,7 @@ bool Names(const char* scenarios, const std::string& scenario) {
 
 bool IsAllocation(const AllowedOutcome& entry) {
     const std::string_view call = entry.call;
-    return call == "operator new" || call == "malloc";
+    return call == "operator new" || call == "malloc" || call.starts_with("run-time ");
 }
 
 /// An entry without a use in parentheses covers all uses.

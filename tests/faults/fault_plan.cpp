@@ -6,9 +6,12 @@
 #include <mutex>
 
 #include "framework/system/locks.h"
+#include "tarnwick-service/start_up.h"
 
 namespace faults {
 namespace {
+
+constexpr const char* RunTime = "run-time ";
 
 struct SiteCount {
     std::uint32_t site;
@@ -50,15 +53,20 @@ std::uint32_t CountCall(std::uint32_t site) {
     return 0;
 }
 
+/// The run-time libraries' own allocations fail only when they are the planned one: without any
+/// memory at all, libstdc++ can't throw (docs/faults.md).
 bool FailsAgain(const char* function, const char* detail) {
     if (!currentPlan.lasting || failedFunction == nullptr) {
         return false;
     }
-    return currentPlan.kind == FaultKind::Allocation ||
-           (std::strcmp(failedFunction, function) == 0 && std::strcmp(failedDetail, detail) == 0);
+    if (currentPlan.kind == FaultKind::Allocation) {
+        return std::strncmp(function, RunTime, std::strlen(RunTime)) != 0;
+    }
+    return (std::strcmp(failedFunction, function) == 0 && std::strcmp(failedDetail, detail) == 0);
 }
 
 bool CountAndJudge(const char* function, const char* detail, const void* returnAddress) {
+    const OwnAllocations own;  // those of the print below
     const std::lock_guard guard(lock);
     const std::uint32_t site = FromImageStart(returnAddress);
     const CallId id = {site, CountCall(site)};
@@ -75,6 +83,7 @@ bool CountAndJudge(const char* function, const char* detail, const void* returnA
         std::snprintf(call.name, sizeof(call.name), "%s%s", function, detail);
         call.id = id;
         call.failed = fails ? 1 : 0;
+        call.filterStands = tarnwick::exceptionFilterSlot != nullptr ? 1 : 0;
         currentRecord->callCount = number + 1;
     }
     return fails;

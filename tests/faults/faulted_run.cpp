@@ -61,7 +61,17 @@ void TakeRecord(const RunRecord& record, RunFacts& facts) {
                        record.calls + std::min<std::uint32_t>(record.callCount, MaxCalls));
 }
 
+std::uint32_t CountOf(const std::wstring& text, const std::wstring& part) {
+    std::uint32_t count = 0;
+    for (std::size_t at = text.find(part); at != std::wstring::npos; at = text.find(part, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
 void TakeLogText(const std::wstring& text, RunFacts& facts) {
+    facts.crashLines += CountOf(text, L"] ExceptionFilter (Thread ");
+    facts.crashLines += CountOf(text, L"] Minidump written to ");
     const std::size_t markSize = std::wcslen(NumberedText);
     for (std::size_t at = text.find(NumberedText); at != std::wstring::npos;
          at = text.find(NumberedText, at + markSize)) {

@@ -22,8 +22,9 @@ struct RunFacts {
     std::uint32_t acceptedRecords = 0;
     std::vector<std::uint32_t> foundRecords;  ///< numbers, in the order of the log files
     bool endRecord = false;
-    bool damagedLog = false;  ///< a compressed file isn't whole and its source is gone
-    bool headless = false;    ///< a log file with records begins with another one
+    std::uint32_t crashLines = 0;  ///< of the exception filter and of the dump
+    bool damagedLog = false;       ///< a compressed file isn't whole and its source is gone
+    bool headless = false;         ///< a log file with records begins with another one
     std::uint64_t thrownRecords = 0;
     std::uint32_t openHandles = 0;
     bool dump = false;               ///< there is one, and it isn't empty

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <string_view>
 
 #include "framework/system/platform.h"
 
@@ -96,10 +97,17 @@ void JudgeRetention(const RunFacts& facts, std::set<std::string>& words) {
 std::set<std::string> MemoryOutcomesOf(const std::string& scenario, const RunFacts& facts,
                                        const RunFacts& whole) {
     std::set<std::string> words;
-    if (facts.exitCode == CppException && scenario != "crash") {
-        words.insert("ended by bad_alloc");
+    const auto failed = std::find_if(facts.calls.begin(), facts.calls.end(),
+                                     [](const CallRecord& call) { return call.failed != 0; });
+    const bool filterStood = failed != facts.calls.end() && failed->filterStands != 0;
+    const bool isEndedByIt =
+        facts.exitCode == CppException ||
+        (facts.exitCode == EXCEPTION_ACCESS_VIOLATION && failed != facts.calls.end() &&
+         std::string_view(failed->name).starts_with("run-time "));
+    if (isEndedByIt && scenario != "crash") {
+        words.insert(filterStood ? "ended with a dump" : "ended before the filter");
         JudgeRecords(facts, words);
-        if (!facts.dump) {
+        if (filterStood && !facts.dump) {
             words.insert("no dump");
         }
     } else {
@@ -107,6 +115,9 @@ std::set<std::string> MemoryOutcomesOf(const std::string& scenario, const RunFac
     }
     if (facts.headless) {
         words.insert("log without its header");
+    }
+    if (scenario == "crash" && facts.crashLines < whole.crashLines) {
+        words.insert("crash line lost");
     }
     if (!facts.hung && facts.openHandles > whole.openHandles) {
         words.insert("handle leaked");

@@ -13,9 +13,10 @@ namespace faults {
 /// All differences between the run and a good one; empty if there are none.
 [[nodiscard]] std::set<std::string> OutcomesOf(const std::string& scenario, const RunFacts& facts);
 
-/// The same for a run with failed allocations. A good end is then also the end at the crash filter
-/// by the C++ exception that left the product, with a dump: everything lost by that is one outcome,
-/// "ended by bad_alloc". `whole` is a run without a failure.
+/// The same for a run with refused allocations. The end by the exception that left the product is
+/// then one outcome, "ended with a dump" or, while the exception filter isn't installed yet, "ended
+/// before the filter"; all that is lost by it, apart from records, isn't told. `whole` is a run
+/// without a refusal.
 [[nodiscard]] std::set<std::string> MemoryOutcomesOf(const std::string& scenario,
                                                      const RunFacts& facts, const RunFacts& whole);
 

@@ -23,6 +23,7 @@ struct CallRecord {
     char name[CallNameSize];
     CallId id;
     std::uint32_t failed;
+    std::uint32_t filterStands;  ///< the product's exception filter is installed
 };
 
 /// A report that the service manager has accepted.

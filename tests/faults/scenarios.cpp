@@ -36,7 +36,11 @@ void ProvideSettings() {
     ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, machine);
 }
 
-int RunProduct(const std::wstring& folder, std::vector<std::wstring> options) {
+/// Whether the window opens with the entry point, or the scenario opens it later.
+enum class Window { Opens, OpensLater };
+
+int RunProduct(const std::wstring& folder, std::vector<std::wstring> options,
+               Window window = Window::Opens) {
     auto own = std::make_unique<OwnAllocations>();
     ProvideSettings();
     ::SetEnvironmentVariableW(L"ALLUSERSPROFILE", folder.c_str());
@@ -47,6 +51,9 @@ int RunProduct(const std::wstring& folder, std::vector<std::wstring> options) {
     }
     arguments.push_back(nullptr);
     own.reset();
+    if (window == Window::Opens) {
+        OpenWindow();
+    }
     return ProductMain(static_cast<int>(options.size()), arguments.data());
 }
 
@@ -122,39 +129,34 @@ int RunLogger(const framework::LoggerConfig& config, std::uint32_t records) {
 }
 
 int Start(const std::wstring& folder) {
-    OpenWindow();
     return RunProduct(folder, {});
 }
 
 int Stop(const std::wstring& folder) {
     OpenWindowAtStop();
-    return RunProduct(folder, {});
+    return RunProduct(folder, {}, Window::OpensLater);
 }
 
 int Console(const std::wstring& folder) {
-    OpenWindow();
     StartAdministrator();
     return RunProduct(folder, {L"-run"});
 }
 
 int Crash(const std::wstring& folder) {
     CrashWhenActivated();
-    return RunProduct(folder, {L"-run"});
+    return RunProduct(folder, {L"-run"}, Window::OpensLater);
 }
 
 int Dump(const std::wstring& folder) {
-    OpenWindow();
     return RunProduct(folder, {L"-dump", std::to_wstring(::GetCurrentProcessId()),
                                std::to_wstring(::GetCurrentThreadId()), L"0"});
 }
 
 int Usage(const std::wstring& folder) {
-    OpenWindow();
     return RunProduct(folder, {L"run"});
 }
 
 int Unpack(const std::wstring& folder) {
-    OpenWindow();
     return RunProduct(folder, {L"-zevrunzip"});
 }
 

@@ -179,7 +179,9 @@ TEST_P(MemorySweep, AllAllocationsRefusedFromThenOn_EndsAsAllowed) {
     PrintTally();
 }
 
-INSTANTIATE_TEST_SUITE_P(Scenarios, MemorySweep, testing::Values("crash", "rotation", "retention"),
+INSTANTIATE_TEST_SUITE_P(Scenarios, MemorySweep,
+                         testing::Values("crash", "rotation", "retention", "start", "stop",
+                                         "console", "usage", "unpack", "dump"),
                          [](const auto& scenario) { return std::string(scenario.param); });
 
 INSTANTIATE_TEST_SUITE_P(Scenarios, Sweep,
