@@ -3,9 +3,9 @@
 
 namespace tarnwick {
 
-/// Hands control to the controller library for its unpack job, with the log sink and nothing else:
-/// no service object, no controller, no COM. Comes back when the library does; its result isn't
-/// read, and a failure shows only in lines that it logs.
+/// Calls the controller library's unpack job with only a log sink: no service object, no
+/// controller, no COM. Returns when the library does. Its result is ignored; failures show only in
+/// lines that it logs.
 void UnpackArchive();
 
 }  // namespace tarnwick

@@ -7,8 +7,7 @@
 namespace tarnwick {
 namespace {
 
-/// The first character alone decides, and it alone is skipped: "--run" is the unknown option
-/// "-run".
+/// Only the first character is tested and skipped: "--run" is the unknown option "-run".
 bool IsOption(const wchar_t* argument) {
     return argument[0] == L'-' || argument[0] == L'/';
 }
@@ -21,8 +20,7 @@ std::uint32_t ParseSeconds(const wchar_t* text) {
     return static_cast<std::uint32_t>(std::wcstol(text, nullptr, Decimal));
 }
 
-/// Walks over the arguments. Values are taken blindly: what follows an option that takes values is
-/// never seen as an option itself.
+/// Values are taken unchecked: an argument after an option that takes values is never an option.
 class Walk {
   public:
     Walk(int argc, const wchar_t* const* argv) : argc_(argc), argv_(argv) {}
@@ -57,9 +55,9 @@ class Walk {
     }
 
     void TakeSleep() {
-        // One too lenient, which is meant: as the last argument the option reads the null entry
-        // that closes the vector, and scripts rely on that run ending at once, before any log.
-        // Volatile, because a compiler that sees the test never fire drops its text.
+        // Deliberate off-by-one: as the last argument the option reads the null entry at the end of
+        // the vector, and scripts rely on that run ending at once, before any log. Volatile,
+        // because a compiler that proves that the test never fires removes its text.
         const volatile int count = argc_;
         if (count < index_ + 1) {
             Fail(L"amount of seconds to sleep should be specified \n");
@@ -69,8 +67,8 @@ class Walk {
     }
 
     void TakeDump() {
-        // Two values pass, which is meant: the third text is then the null entry that closes the
-        // vector, and the dump mode itself ends the process over it.
+        // Two values pass, which is meant: the third text is then the null entry at the end of the
+        // vector, and the dump mode ends the process.
         constexpr int Values = 3;
         if (argc_ < index_ + Values) {
             Fail(L"parameters for dump should be specified \n");

@@ -7,7 +7,7 @@ namespace tarnwick {
 
 enum class RunMode { Usage = 0, Service = 1, Console = 2, Dump = 3, Unpack = 4 };
 
-/// What the arguments ask for. The texts point into the argument vector.
+/// The parsed arguments. The texts point into the argument vector.
 struct CommandLine {
     RunMode mode = RunMode::Usage;
     bool test = false;
@@ -16,14 +16,13 @@ struct CommandLine {
     const wchar_t* processIdText = nullptr;
     const wchar_t* threadIdText = nullptr;
     const wchar_t* exceptionInformationText = nullptr;
-    /// What to print about a bad line, or null. The mode is then `Usage`; what stood before the
-    /// error still counts.
+    /// The error to print, or null. With an error the mode is `Usage`; options before the error
+    /// still count.
     const wchar_t* error = nullptr;
 };
 
-/// Reads the arguments. No argument at all means the service mode. Options begin with '-' or '/'
-/// and ignore case; of several modes, counts or dump texts the last one wins; unknown options are
-/// skipped.
+/// Parses the arguments. No argument means the service mode. Options begin with '-' or '/' and
+/// ignore case. The last mode, count and dump texts win. Unknown options are skipped.
 ///
 /// `-sleep` as the last argument ends the process (`FailFastInvalidParameter`), and `-dump` with
 /// two values leaves the third text null.

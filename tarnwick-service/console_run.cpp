@@ -3,6 +3,7 @@
 #include <string>
 
 #include "framework/logger/log_line.h"
+#include "tarnwick-service/filter_frame.h"
 #include "tarnwick-service/keldane_service.h"
 #include "tarnwick-service/sample_process.h"
 
@@ -11,15 +12,15 @@ namespace {
 
 constexpr const wchar_t* SampleName = L"probe-plain.exe";
 
-// The console handler gets no context, so both are process-wide. The event is a raw handle: an
-// event that comes after the run meets a closed one, and nothing guards against that.
+// Process-wide, because the console handler gets no context. A raw handle: a console event after
+// the run uses a closed handle, and nothing guards against that.
 HANDLE stopEvent;
 WindowsServiceBase* consoleService;
 
-/// The sample's copy and process, from its start to its end.
+/// The copy and the process of the sample.
 class SampleRun {
   public:
-    // No status is looked at: the run is about the service, and a failure stops nothing.
+    // Failures are ignored: they must not stop the service.
     void Start() {
         static_cast<void>(CopyToRandomName(SampleName, copyName_));
         static_cast<void>(CreateChildProcess(copyName_, &processInformation_));
@@ -38,14 +39,14 @@ class SampleRun {
     PROCESS_INFORMATION processInformation_ = {};
 };
 
-/// Serves from a good start to the console event.
+/// From a successful start to the console event.
 void ServeUntilStopped(bool test) {
     SampleRun sample;
     if (test) {
         sample.Start();
     }
     ::WaitForSingleObject(stopEvent, INFINITE);
-    // A failed stop ends the run like any other.
+    // A failed stop ends the run too.
     static_cast<void>(consoleService->OnStop());
     if (test) {
         sample.Stop();
@@ -68,8 +69,10 @@ void RunKeldane(const ServiceDescriptor& descriptor, bool test) {
 }
 
 BOOL WINAPI HandlerRoutine(DWORD /*controlType*/) {
-    framework::LogTrace({L"main", L"HandlerRoutine"}, L"Ctrl+c event was recieved \n");
-    ::SetEvent(stopEvent);
+    CallOnFilterFrame([] {
+        framework::LogTrace({L"main", L"HandlerRoutine"}, L"Ctrl+c event was recieved \n");
+        ::SetEvent(stopEvent);
+    });
     return TRUE;
 }
 

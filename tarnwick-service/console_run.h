@@ -6,13 +6,13 @@
 
 namespace tarnwick {
 
-/// Runs the service's object in the foreground until a console event comes: `OnStart` and `OnStop`
-/// on this thread, no Service Control Manager, no status but in failing reports. With `test` a
-/// sample executable is copied, started once the service has started, and removed at the end.
-/// A start that fails ends the run without a word.
+/// Runs the service object in the foreground until a console event: `OnStart` and `OnStop` run on
+/// this thread, without the Service Control Manager; status reports fail. With `test` a sample
+/// executable is copied, started after the service, and removed at the end. A failed start ends the
+/// run; nothing is logged about it here.
 void RunKeldane(const ServiceDescriptor& descriptor, bool test);
 
-/// The console control handler; every event ends the run. Runs on a thread of the platform's.
+/// The console control handler. Every event ends the run. Runs on a thread of the platform.
 BOOL WINAPI HandlerRoutine(DWORD controlType);
 
 }  // namespace tarnwick

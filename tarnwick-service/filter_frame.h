@@ -3,17 +3,17 @@
 
 namespace tarnwick {
 
-/// Calls `call(argument)` so that an exception that it doesn't handle goes to the unhandled
-/// exception filter with the whole stack in place. If the filter returns, the debugger gets its
-/// second chance, and without a debugger the platform ends the process with the exception's code.
-/// No frame of the caller is asked, and nothing is unwound.
+/// Calls `call(argument)` under a frame that passes an unhandled exception to the unhandled
+/// exception filter, as the base of any ordinary thread does, before anything is unwound. If the
+/// filter returns, a debugger gets its second chance; without a debugger the platform ends the
+/// process with the exception's code.
 ///
-/// For the main thread, the threads that the host makes, and a destructor that calls the controller
-/// library. Without the frame a C++ exception ends in `std::terminate`, with exit code 3 and no
-/// dump, at a destructor; and where no dump can be written, the platform unwinds the stack before
-/// it ends the process, which MinGW's run-time library doesn't survive.
+/// For the main thread, for each routine of the host that the platform calls on another thread, and
+/// for a destructor that calls the controller library. Without the frame a C++ exception that meets
+/// a destructor ends in `std::terminate`, with exit code 3 and no dump. And where no dump can be
+/// written Wine unwinds the stack before it ends the process, and MinGW's run-time library hangs.
 ///
-/// GCC for MinGW has no such frames. There the call is a plain one.
+/// GCC for MinGW doesn't support such frames. In its build this is a plain call.
 void CallOnFilterFrame(void (*call)(const void* argument), const void* argument);
 
 /// The same with `callable()`.

@@ -9,7 +9,7 @@ KeldaneService::KeldaneService(const ServiceDescriptor& serviceDescriptor)
     : WindowsServiceBase(serviceDescriptor.serviceName, serviceDescriptor.canStop,
                          serviceDescriptor.canShutdown, serviceDescriptor.canPause),
       descriptor(serviceDescriptor) {
-    // Behind all other fields: the library's create call runs here.
+    // Last: this runs the library's create call, which may call back into a fully built object.
     loader = std::make_unique<OrrinLoader>();
 }
 
@@ -34,8 +34,7 @@ DWORD KeldaneService::OnStart() {
     return result;
 }
 
-// Can run beside OnStart. Nothing here holds the two apart: the library is told to stop at once,
-// and copes with it.
+// Can run at the same time as OnStart; nothing here prevents it. The library must cope with it.
 DWORD KeldaneService::OnStop() {
     constexpr LogSite Site = {L"keldane_service", L"KeldaneService::OnStop"};
     LogTrace(Site, L"%s in OnStop started\n", ServiceName().c_str());

@@ -14,16 +14,16 @@ namespace tarnwick {
 /// serves the run under the Service Control Manager and the console run.
 class KeldaneService : public WindowsServiceBase {
   public:
-    /// Makes the controller; see `OrrinLoader`. A failure shows at `OnStart`.
+    /// Creates the controller; see `OrrinLoader`. A failure shows in `OnStart`.
     explicit KeldaneService(const ServiceDescriptor& descriptor);
     ~KeldaneService() override;
 
-    /// The object of the process, made at the first call, on the main thread. A later call's
-    /// descriptor isn't looked at. COM and the library's create call run under the creation lock.
+    /// The object of the process, created by the first call, on the main thread. The descriptor of
+    /// a later call is ignored. COM and the library's create call run under the creation lock.
     static std::shared_ptr<WindowsServiceBase> GetOrCreateInstance(ServiceDescriptor descriptor);
 
     [[nodiscard]] BOOL Run() override;
-    /// 0, or 1359 (`ERROR_INTERNAL_ERROR`) for whatever went wrong in the library.
+    /// 0, or 1359 (`ERROR_INTERNAL_ERROR`) for any failure in the library.
     [[nodiscard]] DWORD OnStart() override;
     [[nodiscard]] DWORD OnStop() override;
 

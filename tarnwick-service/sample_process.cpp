@@ -22,8 +22,8 @@ constexpr std::uint32_t Failed = 1;
 
 std::uint32_t GenerateRandomFileName(std::wstring& result, const std::wstring& suffix,
                                      std::uint32_t length) {
-    // The range isn't a multiple of the letters' count: the first few letters come up a little more
-    // often, which does no harm in a throw-away name.
+    // The range isn't a multiple of 26, so the first letters are slightly more frequent, which is
+    // harmless here.
     constexpr int LargestDraw = 10000;
     constexpr int Letters = 26;
     if (length >= PathBufferSize) {
@@ -60,7 +60,7 @@ std::uint32_t GetModuleDirectory(std::wstring& result) {
     std::vector<wchar_t> path(PathBufferSize);
     const DWORD length = ::GetModuleFileNameW(nullptr, path.data(), PathBufferSize);
     if (length == 0 || length == PathBufferSize) {
-        // The text speaks of another function; administrators know it as it is.
+        // The text names another function, which is meant: administrators know it so.
         ConsolePrint(L"FindResource error: %d\n", ::GetLastError());
         return Failed;
     }
@@ -107,13 +107,12 @@ std::uint32_t CreateChildProcess(std::wstring commandLine,
 }
 
 std::uint32_t TerminateChild(const PROCESS_INFORMATION& processInformation) {
-    // Called without a child too: both calls then fail on the null handle, and nothing is closed.
+    // Also called without a child: both calls then fail on the null handle, and nothing is closed.
     ::TerminateProcess(processInformation.hProcess, 0);
     if (::WaitForSingleObject(processInformation.hProcess, INFINITE) != WAIT_OBJECT_0) {
         return ::GetLastError();
     }
-    // By hand: the record is the platform's and the handles are the caller's, who keeps them open
-    // after a failed wait.
+    // Closed explicitly: the caller owns the handles, and they stay open after a failed wait.
     ::CloseHandle(processInformation.hProcess);
     ::CloseHandle(processInformation.hThread);
     return ERROR_SUCCESS;

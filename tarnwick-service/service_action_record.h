@@ -7,7 +7,7 @@
 
 namespace tarnwick {
 
-/// One transition that the SCM asks for. Each thread of an action owns a copy of its own.
+/// One transition that the SCM requests. Each thread of an action owns a copy.
 struct ServiceActionRecord {
     DWORD finalState;                       ///< reported on success
     DWORD failureState;                     ///< reported on failure
@@ -16,7 +16,7 @@ struct ServiceActionRecord {
     LPTHREAD_START_ROUTINE pendingRoutine;  ///< reports progress while the logic runs
     DWORD waitHint;                         ///< milliseconds, of the pending reports
     DWORD pendingIntervalMs;                ///< between two pending reports
-    std::wstring actionName;                ///< the action's word in every log line
+    std::wstring actionName;                ///< the action's name in log lines
     bool finalAtOnce;  ///< `finalState` as soon as the logic thread exists, no pending reporter
 };
 

@@ -5,7 +5,7 @@
 
 namespace tarnwick {
 
-/// Describes the service to whoever hosts it. The texts live as long as the process.
+/// Describes the service. The texts live as long as the process.
 struct ServiceDescriptor {
     const wchar_t* serviceName;
     BYTE canStop;  ///< 0 or 1, which is SERVICE_ACCEPT_STOP

@@ -80,7 +80,7 @@ void InstallExceptionFilter() {
     config.preActionContext = nullptr;
     config.useDumperProcess = 0;
     config.dumpType = framework::GetDwordValueFromRegistry(ServiceKeyPath, L"DumpType", 0);
-    // An expansion that fails leaves the path empty, and the dump then goes beside the executable.
+    // If the expansion fails, the path is empty, and the dump goes next to the executable.
     std::wstring dumpPath;
     static_cast<void>(framework::ExpandEnvironmentString(
         L"%ALLUSERSPROFILE%\\Velmora\\Quillon\\tarnwick-service.exe.dmp", dumpPath));

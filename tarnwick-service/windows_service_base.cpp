@@ -5,6 +5,8 @@
 #include <shared_mutex>
 #include <utility>
 
+#include "tarnwick-service/filter_frame.h"
+
 namespace tarnwick {
 
 using framework::LogError;
@@ -183,35 +185,40 @@ void WindowsServiceBase::Continue() {
 }
 
 void WINAPI WindowsServiceBase::ServiceMain(DWORD /*argc*/, wchar_t** /*argv*/) {
-    const auto service = GetInstance();
-    service->statusHandle =
-        ::RegisterServiceCtrlHandlerW(service->serviceName.c_str(), ServiceControlHandler);
-    if (service->statusHandle == nullptr) {
+    CallOnFilterFrame([] { GetInstance()->RegisterAndStart(); });
+}
+
+void WindowsServiceBase::RegisterAndStart() {
+    statusHandle = ::RegisterServiceCtrlHandlerW(serviceName.c_str(), ServiceControlHandler);
+    if (statusHandle == nullptr) {
         LogError({File, L"WindowsServiceBase::ServiceMain"},
                  L"ServiceMain RegisterServiceCtrlHandlerW failed with error %lu \n",
                  ::GetLastError());
         return;
     }
-    service->StartAction();
+    StartAction();
 }
 
 void WINAPI WindowsServiceBase::ServiceControlHandler(DWORD control) {
-    const auto service = GetInstance();
+    CallOnFilterFrame([control] { GetInstance()->HandleControl(control); });
+}
+
+void WindowsServiceBase::HandleControl(DWORD control) {
     switch (control) {
         case SERVICE_CONTROL_STOP:
-            service->StopAction();
+            StopAction();
             break;
         case SERVICE_CONTROL_PAUSE:
-            service->Pause();
+            Pause();
             break;
         case SERVICE_CONTROL_CONTINUE:
-            service->Continue();
+            Continue();
             break;
         case SERVICE_CONTROL_INTERROGATE:
-            service->ReportCurrentStatus();
+            ReportCurrentStatus();
             break;
         case SERVICE_CONTROL_SHUTDOWN:
-            service->ShutdownAction();
+            ShutdownAction();
             break;
         default:
             break;

@@ -109,6 +109,9 @@ class WindowsServiceBase {
     static DWORD WINAPI RunOnStartLogic(void* unused);
     static DWORD WINAPI RunOnStopLogic(void* unused);
 
+    void RegisterAndStart();
+    void HandleControl(DWORD control);
+
     /// `SetServiceStatusSafe` for callers that hold `statusLock` exclusively.
     void SetServiceStatusUnsafe(DWORD state, DWORD exitCode, DWORD waitHint);
     void LogFailedReport(const framework::LogSite& site, DWORD error) const;
