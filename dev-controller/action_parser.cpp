@@ -119,6 +119,17 @@ Action ThreadThatStartsWith(Action wait, ScriptWords& words) {
     return {StartThreads{1, true, {std::move(wait), std::move(then)}}};
 }
 
+Action ParseExit(ScriptWords& words) {
+    ExitWithCode exit = {words.Bits32(L"the exit code")};
+    if (!words.AtEnd()) {
+        exit.byRunTime = words.Word(L"run-time") == L"run-time";
+        if (!exit.byRunTime) {
+            words.Fail(L"the exit code is followed by run-time, or by nothing");
+        }
+    }
+    return {exit};
+}
+
 Action ParseAfter(ScriptWords& words) {
     const Delay delay{words.Unsigned(L"the delay")};
     return ThreadThatStartsWith({delay}, words);
@@ -168,8 +179,7 @@ constexpr std::pair<std::wstring_view, Parser> Parsers[] = {
      [](ScriptWords& words) -> Action {
          return {CallRoutine{std::wstring(words.Word(L"the routine"))}};
      }},
-    {L"exit",
-     [](ScriptWords& words) -> Action { return {ExitWithCode{words.Bits32(L"the exit code")}}; }},
+    {L"exit", ParseExit},
     {L"com-init", ParseComInit},
 };
 

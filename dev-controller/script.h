@@ -66,6 +66,7 @@ struct CallRoutine {
 };
 struct ExitWithCode {
     std::uint32_t code = 0;
+    bool byRunTime = false;  ///< by the C run-time library's `exit`, not by `ExitProcess`
 };
 /// The create call stores a null controller although it succeeds.
 struct NullController {};

@@ -1,5 +1,6 @@
 #include "dev-controller/script_player.h"
 
+#include <cstdlib>
 #include <memory>
 #include <utility>
 #include <variant>
@@ -139,6 +140,9 @@ struct ActionVisitor {
     void operator()(const ExitWithCode& action) const {
         TranscriptLine line = ActionLine("exit");
         player.transcript_.Write(line.Hex("code", action.code));
+        if (action.byRunTime) {
+            std::exit(static_cast<int>(action.code));
+        }
         ExitProcess(action.code);
     }
 

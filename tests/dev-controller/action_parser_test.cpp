@@ -150,6 +150,9 @@ TEST(ActionParser, Nesting_KeepsTheOrder) {
 TEST(ActionParser, SimpleActions) {
     EXPECT_EQ(Parsed<Delay>(L"delay 12000").milliseconds, 12000U);
     EXPECT_EQ(Parsed<ExitWithCode>(L"exit 0xC0DE").code, 0xC0DEU);
+    EXPECT_FALSE(Parsed<ExitWithCode>(L"exit 1").byRunTime);
+    EXPECT_TRUE(Parsed<ExitWithCode>(L"exit 1 run-time").byRunTime);
+    ExpectMistake(L"exit 1 now");
     EXPECT_EQ(Parsed<CallRoutine>(L"call burst").name, L"burst");
     EXPECT_TRUE(Parsed<InitializeCom>(L"com-init multi").multithreaded);
     EXPECT_FALSE(Parsed<InitializeCom>(L"com-init single").multithreaded);

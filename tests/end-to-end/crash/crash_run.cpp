@@ -94,4 +94,13 @@ Records FromCrashOn(const Records& records) {
     return {first, records.end()};
 }
 
+Records OfTheCrash(const Records& records) {
+    Records crash = FromCrashOn(records);
+    std::erase_if(crash, [](const std::wstring& record) {
+        return record.find(L"] WindowsServiceBase->") != std::wstring::npos ||
+               record.find(L"] VelmoraTarnwickService in On") != std::wstring::npos;
+    });
+    return crash;
+}
+
 }  // namespace test

@@ -84,6 +84,10 @@ class CrashRun {
 /// The records from the first one of the crash handling on.
 [[nodiscard]] Records FromCrashOn(const Records& records);
 
+/// The same without the lines of the service's actions. Another thread logs them, at any moment of
+/// the crash: the one whose start ends while the library's thread crashes, or that of a stop.
+[[nodiscard]] Records OfTheCrash(const Records& records);
+
 }  // namespace test
 
 #endif  // TESTS_END_TO_END_CRASH_CRASH_RUN_H

@@ -14,7 +14,6 @@ namespace {
 using test::AccessViolation;
 using test::CrashRun;
 using test::Join;
-using test::Records;
 
 struct ServiceCrash {
     const char* name;
@@ -38,15 +37,6 @@ std::string WithEventName(std::string script, const std::string& name) {
 /// A service may use another machine-wide data folder than the test, so read its log.
 std::filesystem::path DumpFileOf(const test::Service& service) {
     return service.Logs().at(0).parent_path().parent_path() / L"tarnwick-service.exe.dmp";
-}
-
-/// The records of the crash, without those of a stop's own thread, whose order isn't fixed.
-Records CrashRecords(const test::Service& service) {
-    Records records = test::FromCrashOn(service.OnlyLog());
-    std::erase_if(records, [](const std::wstring& record) {
-        return record.find(L"->SetServiceStatus: ") != std::wstring::npos;
-    });
-    return records;
 }
 
 class CrashedService : public ::testing::TestWithParam<ServiceCrash> {};
@@ -75,7 +65,7 @@ TEST_P(CrashedService, IsDumpedShownAsStoppedAndCanBeRestarted) {
     const std::uint64_t thread = run.CrashingThread();
     ASSERT_EQ(service.Logs().size(), 1U);
     EXPECT_EQ(service.Logs().at(0).extension(), L".log");
-    EXPECT_EQ(CrashRecords(service),
+    EXPECT_EQ(test::OfTheCrash(service.OnlyLog()),
               Join({test::PassBegins(thread), test::DumpWritten(thread, dumpFile)}));
     const test::Minidump dump = test::ReadMinidump(dumpFile);
     EXPECT_EQ(dump.exceptionCode, GetParam().code);
