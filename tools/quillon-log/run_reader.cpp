@@ -40,10 +40,15 @@ std::unique_ptr<ByteSource> OpenLog(const std::wstring& path, bool mustBeCompres
     return file == nullptr ? nullptr : LogTextOf(std::move(file), mustBeCompressed);
 }
 
+/// Opens a log of the listing. A log that was plain then can be compressed by now.
 std::unique_ptr<ByteSource> OpenListed(const Folder& folder, const LogFile& file) {
-    return OpenLog(file.plain ? folder.PlainPath(file.run, file.number)
-                              : folder.CompressedPath(file.run, file.number),
-                   !file.plain);
+    if (file.plain) {
+        auto plain = OpenLog(folder.PlainPath(file.run, file.number), false);
+        if (plain != nullptr || !(file.compressed || folder.MayHoldMore())) {
+            return plain;
+        }
+    }
+    return OpenLog(folder.CompressedPath(file.run, file.number), true);
 }
 
 /// Reads the first record of a log that is open at its beginning.

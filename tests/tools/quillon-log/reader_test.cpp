@@ -281,6 +281,25 @@ TEST_F(ReaderTest, ProcessIdAndRecordNumber_ComeFromTheFile) {
                               L"quillon-20261120-183005-123.1.log 1 none"}));
 }
 
+TEST_F(ReaderTest, LogThatIsCompressedAfterTheListing_KeepsItsProcessId) {
+    const std::string name = "quillon-20261120-183005-123.0.log";
+    const std::string bytes = LogBytesOf({L"build: 804, process: 4321, 'x'", L"a", L"b"});
+    WritePlain(name, bytes);
+    Folder folder(folder_.Path().wstring());
+    ASSERT_TRUE(folder.Refresh());
+    WritePacked(name + ".gz", bytes);
+    Remove(name);
+    LogPosition middle;
+    middle.records = 2;
+    middle.offset = bytes.size() - LogBytesOf({L"b"}).size() + 2;  // less the byte order mark
+    const AtEnd atEnd = AtEnd::Finish;
+    const ProblemSink problems = [](const Problem&) { ADD_FAILURE(); };
+    RunReader reader(folder, folder.Files().front().run, middle, atEnd, problems);
+    ASSERT_TRUE(reader.Advance());
+    EXPECT_EQ(reader.Current().message, L"b");
+    EXPECT_EQ(reader.Source().pid, 4321U);
+}
+
 TEST_F(ReaderTest, FilesOutsideTheTime_AreNotOpened) {
     // Not one of the damaged files is named, so none was opened.
     WritePlain("quillon-20261119-000000-000.0.log.gz", "damaged");
