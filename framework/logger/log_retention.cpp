@@ -21,6 +21,19 @@ LogFileEntry MakeEntry(const std::wstring& directory, const WIN32_FIND_DATAW& fo
             Join(found.ftCreationTime.dwHighDateTime, found.ftCreationTime.dwLowDateTime)};
 }
 
+/// Closes a search, also if there is no memory for what it finds. A failed search has the invalid
+/// handle, and closing that one does nothing.
+class FileSearch {
+  public:
+    explicit FileSearch(HANDLE handle) noexcept : Handle(handle) {}
+    ~FileSearch() { ::FindClose(Handle); }
+    FileSearch(const FileSearch&) = delete;
+    FileSearch& operator=(const FileSearch&) = delete;
+
+  private:
+    HANDLE Handle;
+};
+
 }  // namespace
 
 LogRetention::LogRetention(LogRetentionParams params) : Params(std::move(params)) {}
@@ -44,10 +57,9 @@ LogFileList LogRetention::GetLogFiles() const {
     LogFileList list;
     WIN32_FIND_DATAW found = {};
     const std::wstring search = Params.Directory + Params.Pattern;
-    // A raw handle, because a failed search continues with the invalid handle; see below.
     const HANDLE handle = ::FindFirstFileW(search.c_str(), &found);
+    DWORD error = ::GetLastError();
     if (handle == INVALID_HANDLE_VALUE) {
-        const DWORD error = ::GetLastError();
         if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
             return list;
         }
@@ -55,11 +67,13 @@ LogFileList LogRetention::GetLogFiles() const {
         // that names the directory, and the next step fails and logs the second line.
         InternalTrace(LevelError.Bit, L"Failed to acquire the log files");
     }
-    do {
-        list.push_back(MakeEntry(Params.Directory, found));
-    } while (::FindNextFileW(handle, &found) != FALSE);
-    const DWORD error = ::GetLastError();
-    ::FindClose(handle);
+    {
+        const FileSearch files(handle);
+        do {
+            list.push_back(MakeEntry(Params.Directory, found));
+        } while (::FindNextFileW(handle, &found) != FALSE);
+        error = ::GetLastError();
+    }
     if (error != ERROR_NO_MORE_FILES) {
         InternalTrace(LevelError.Bit, L"Continues the file search failed");
     }

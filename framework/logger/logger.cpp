@@ -32,13 +32,17 @@ class ProcessLogger {
     alignas(Logger) std::byte Storage[sizeof(Logger)] = {};
 };
 
-/// The path of the running executable; empty on failure. Not a `std::wstring`, so that a header
-/// needs no more memory than its records.
+/// Not a `std::wstring`, so that a header needs no more memory than its records.
 struct ModulePath {
-    ModulePath() noexcept { Text[::GetModuleFileNameW(nullptr, Text, MAX_PATH)] = 0; }
-
     wchar_t Text[MAX_PATH + 1] = {};
 };
+
+/// The path of the running executable; empty on failure.
+ModulePath GetModulePath() noexcept {
+    ModulePath path;
+    path.Text[::GetModuleFileNameW(nullptr, path.Text, MAX_PATH)] = 0;
+    return path;
+}
 
 /// Runs one step of the shutdown. A failed allocation skips only this step: the shutdown runs in a
 /// destructor.
@@ -145,7 +149,7 @@ bool Logger::LogList(const RecordInfo& info, const wchar_t* format, std::va_list
 
 void Logger::WriteHeader() {
     InternalTrace(LevelTrace.Bit, L"build: %u, process: %u, '%s'\n", Config.BuildNumber,
-                  ::GetCurrentProcessId(), ModulePath().Text);
+                  ::GetCurrentProcessId(), GetModulePath().Text);
     SYSTEMTIME now = {};
     ::GetSystemTime(&now);
     InternalTrace(LevelTrace.Bit, L"%04hu.%02hu.%02hu %02hu:%02hu:%02hu UTC\n", now.wYear,
