@@ -460,12 +460,12 @@ def kill_some(collection, folder, draw):
         real_host.kill_process(pid)
 
 
-def collect_real(host, folder, draw=None):
-    """Runs collect.cmd with the real quillon-log. With `draw` it is killed after a random time, or
-    not. Its exit code, or None if something of it was killed."""
+def collect_real(host, folder, draw=None, seconds=real_host.LIMIT):
+    """Runs collect.cmd with the real quillon-log. With `draw` some of it is killed after so many
+    seconds. Its exit code, or None if something was killed."""
     collection = real_host.start_collection(host.logs, folder)
     try:
-        return collection.wait(draw.uniform(0.1, 1.5) if draw else real_host.LIMIT)
+        return collection.wait(seconds)
     except subprocess.TimeoutExpired:
         expect(draw, "collect.cmd takes too long")
         kill_some(collection, folder, draw)
@@ -499,6 +499,7 @@ def case_real_programs():
     spool = folder / "spool"
     spool.mkdir()
     codes = []
+    usual = 1.0  # seconds that the last whole collection took: kills come before and after them
     with engine.Engine(folder / "engine") as server:
         server.make_tables()
         loading = Loading(server, spool, draw)
@@ -506,7 +507,10 @@ def case_real_programs():
         while time.monotonic() < end:
             for host in hosts:
                 host.keep_running()
-                codes.append(collect_real(host, spool / host.name, draw))
+                began = time.monotonic()
+                codes.append(collect_real(host, spool / host.name, draw, draw.uniform(0, 2 * usual)))
+                if codes[-1] is not None:
+                    usual = time.monotonic() - began
                 loading.go_on()
         for host in hosts:
             host.end() if draw.random() < 0.5 else host.kill()
