@@ -47,7 +47,7 @@ READ_DUMP_SYMBOLS=$(printf '%s\n' "${folders[@]}")
 # Wine's own libraries; without them a stack ends there.
 export READ_DUMP_SYSTEM=/usr/lib/x86_64-linux-gnu/wine/x86_64-windows
 LLDB_USE_NATIVE_PDB_READER=1 "lldb-$llvm_version" --no-lldbinit --batch \
-    -o "command script import $root/scripts/read_dump.py" 2>"$work/errors" >"$work/output" || true
+    -o "command script import \"$root/scripts/read_dump.py\"" 2>"$work/errors" >"$work/output" || true
 sed '/^(lldb) /d' "$work/output"
 grep -qx 'End of the dump' "$work/output" || {
     cat "$work/errors" >&2

@@ -25,7 +25,7 @@ in_order() {
     local line=0 pattern found
     for pattern in "$@"; do
         found=$(grep -nE -- "$pattern" "$scratch/output" | cut -d: -f1 |
-            awk -v line="$line" '$1 > line { print; exit }')
+            awk -v line="$line" '$1 > line { print; exit }') || true
         [ -n "$found" ] || fail "no '$pattern' after line $line"
         line=$found
     done

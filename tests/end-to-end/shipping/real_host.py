@@ -49,9 +49,10 @@ def kill_process(pid):
 
 def start_collection(logs, folder):
     """collect.cmd for a host whose folder in the spool has the host's name."""
+    # A relative path: cmd drops the quotes of a first word that has them.
     return subprocess.Popen(
-        [WINE, "cmd", "/c", windows_path(engine.ROOT / "shipping" / "collect.cmd"),
-         windows_path(folder), windows_path(logs), "--host", folder.name],
+        [WINE, "cmd", "/c", "shipping\\collect.cmd", windows_path(folder), windows_path(logs),
+         "--host", folder.name], cwd=engine.ROOT,
         env={**os.environ, "QUILLON_LOG": windows_path(programs() / "quillon-log.exe")},
         stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
         start_new_session=True)
@@ -72,9 +73,10 @@ class RealHost:
     def start(self):
         # Wine sets this variable for the first program of a chain; the second inherits it changed.
         # The path in front of the name is what `processes` finds it by.
-        command = (f"set ALLUSERSPROFILE={windows_path(self.data)}&& "
-                   f"{windows_path(self.folder)}\\tarnwick-service.exe -run")
-        self.process = subprocess.Popen([WINE, "cmd", "/c", command], cwd=self.folder,
+        (self.folder / "run-host.cmd").write_text(
+            f'@set "ALLUSERSPROFILE={windows_path(self.data)}"\n'
+            f'@"{windows_path(self.folder)}\\tarnwick-service.exe" -run\n')
+        self.process = subprocess.Popen([WINE, "cmd", "/c", "run-host.cmd"], cwd=self.folder,
                                         stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                                         stderr=subprocess.DEVNULL, start_new_session=True)
 
